@@ -1,0 +1,10 @@
+# Targets `format` and `format-check`: the sources in the project's style, written or only looked at.
+find_program(CLANG_FORMAT NAMES clang-format-14 clang-format)
+if(CLANG_FORMAT)
+    add_custom_target(format
+        COMMAND "${CMAKE_SOURCE_DIR}/scripts/format" --clang-format "${CLANG_FORMAT}"
+        WORKING_DIRECTORY "${CMAKE_SOURCE_DIR}" VERBATIM)
+    add_custom_target(format-check
+        COMMAND "${CMAKE_SOURCE_DIR}/scripts/format" --check --clang-format "${CLANG_FORMAT}"
+        WORKING_DIRECTORY "${CMAKE_SOURCE_DIR}" VERBATIM)
+endif()

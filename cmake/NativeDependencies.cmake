@@ -1,0 +1,4 @@
+find_package(jsoncpp CONFIG REQUIRED)
+if(BUILD_TESTING)
+    find_package(GTest REQUIRED)
+endif()

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdarg>
+#include <cstdint>
+
+/// A size-limited, rotating, line-oriented log file. Texts are zero-terminated UTF-8 unless wide. Any thread; no
+/// operation reports a failure, the line is dropped instead.
+///
+/// The parameters of a line: `tag` stands in brackets of its own unless it is empty; `file` is reduced to the part
+/// behind its last separator; `level` is a `LogLevel`, lines above the threshold are dropped. A line with a null text,
+/// with a level that has no name or longer than 16384 bytes is dropped.
+class LogOne {
+public:
+    /// Wide line. The message is converted to the ANSI code page and follows the word "Content:".
+    virtual void WriteW(const char* tag, const char* function, const char* file, int32_t line, int32_t level,
+                        const wchar_t* format, ...) noexcept = 0;
+    virtual void Write(const char* tag, const char* function, const char* file, int32_t line, int32_t level,
+                       const char* format, ...) noexcept = 0;
+    virtual void VWriteW(const char* tag, const char* function, const char* file, int32_t line, int32_t level,
+                         const wchar_t* format, va_list arguments) noexcept = 0;
+    virtual void VWrite(const char* tag, const char* function, const char* file, int32_t line, int32_t level,
+                        const char* format, va_list arguments) noexcept = 0;
+
+    /// An "[Enter]" or "[Leave]" line; written only at threshold 3 and above.
+    virtual void Trace(const char* tag, const char* function, const char* file, int32_t line, bool enter) noexcept = 0;
+
+    virtual ~LogOne() = default;
+
+    /// A disabled logger drops every line.
+    virtual void Disable() noexcept = 0;
+    virtual void Enable() noexcept = 0;
+
+    /// @param kibibytes size at which the file is rotated before the next line. Deliberate: no overflow check, the
+    ///   limit is a signed 32-bit number of bytes and the callers' values are constants.
+    virtual void SetMaxSizeKB(uint32_t kibibytes) noexcept = 0;
+    /// @param count rotated copies to keep; ignored when not positive.
+    virtual void SetBackupCount(int32_t count) noexcept = 0;
+    virtual void SetLevel(int32_t level) noexcept = 0;
+    /// A free-form name of up to 255 bytes that nothing reads.
+    virtual void SetName(const char* name) noexcept = 0;
+    /// @param bits bit 0 writes to the file, bit 1 builds lines also when no file is open.
+    virtual void SetOutputMode(uint32_t bits) noexcept = 0;
+};
+
+struct LogOneConfig {
+    const char* path;    // UTF-8
+    int32_t maxSizeKB;   // ignored when not positive
+    int32_t backupCount; // ignored when not positive
+    int32_t level;       // threshold, always applied
+};
+
+/// Opens a logger on a path. A second logger on the same path (byte for byte) is the first one with the new settings.
+/// The file is opened by the first line. @return the logger's id, never reused; 0 for a null record or path and when
+/// memory is exhausted. Any thread.
+uint32_t LogOneOpen(const LogOneConfig* config) noexcept;
+
+/// All ignore unknown and closed ids. Any thread.
+void LogOneClose(uint32_t id) noexcept;
+void LogOneWrite(uint32_t id, const char* tag, int32_t level, const char* function, const char* file, int32_t line,
+                 const char* format, ...) noexcept;
+void LogOneSetMaxSize(uint32_t id, uint32_t kibibytes) noexcept;
+void LogOneSetLevel(uint32_t id, int32_t level) noexcept;

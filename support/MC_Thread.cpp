@@ -1,0 +1,88 @@
+#include "support/MC_Thread.h"
+
+namespace {
+
+// Stands in the handle's place from before the thread's creation until its handle is stored. A thread that ends faster
+// than that takes it away, and `Start` then knows that nobody is left to close the handle.
+HANDLE Starting() noexcept {
+    return INVALID_HANDLE_VALUE;
+}
+
+// What the thread does between giving its handle up and signalling takes microseconds; the bound is for a thread that
+// was killed in between.
+constexpr uint32_t kLastStepsMilliseconds = 1000;
+
+} // namespace
+
+MC_Thread::~MC_Thread() {
+    stop_.store(true, std::memory_order_release);
+}
+
+bool MC_Thread::Start() noexcept {
+    stop_.store(false, std::memory_order_release);
+    finished_.Reset();
+    handle_.store(Starting());
+    // The platform stores the id before the thread takes its first step.
+    UniqueHandle created(::CreateThread(nullptr, 0, &MC_Thread::Entry, this, 0, &threadId_));
+    const bool started = static_cast<bool>(created);
+    HANDLE expected = Starting();
+    if (handle_.compare_exchange_strong(expected, created.Get())) {
+        created.Detach();
+    }
+    return started;
+}
+
+bool MC_Thread::Stop(uint32_t milliseconds) noexcept {
+    stop_.store(true, std::memory_order_release);
+    if (milliseconds == INFINITE && IsCurrentThread()) {
+        return false;
+    }
+    if (handle_.load() == nullptr || finished_.Wait(milliseconds)) {
+        handle_.store(nullptr);
+        return true;
+    }
+    const HANDLE running = handle_.exchange(nullptr);
+    if (running == nullptr) {
+        // The thread gave its handle up this moment and is about to signal; the object must live until it has.
+        return finished_.Wait(kLastStepsMilliseconds);
+    }
+    ::TerminateThread(running, 1);
+    ::CloseHandle(running);
+    return false;
+}
+
+bool MC_Thread::IsCurrentThread() const noexcept {
+    return threadId_ == ::GetCurrentThreadId();
+}
+
+HANDLE MC_Thread::GetHandle() const noexcept {
+    const HANDLE handle = handle_.load();
+    return handle == Starting() ? nullptr : handle;
+}
+
+uint32_t MC_Thread::GetThreadId() const noexcept {
+    return threadId_;
+}
+
+DWORD WINAPI MC_Thread::Entry(void* object) noexcept {
+    if (object == nullptr) {
+        return 0;
+    }
+    MC_Thread* const self = static_cast<MC_Thread*>(object);
+    try {
+        self->Run();
+    } catch (...) {
+        // The body's exceptions end here: beyond lies the platform's code, which would end the host process.
+    }
+    self->Finish();
+    return 0;
+}
+
+void MC_Thread::Finish() noexcept {
+    const HANDLE handle = handle_.exchange(nullptr);
+    if (handle != nullptr && handle != Starting()) {
+        ::CloseHandle(handle);
+    }
+    threadId_ = 0;
+    finished_.Set(); // The last use of the object: the owner may destroy it now.
+}

@@ -1,0 +1,68 @@
+#include "support/AddinLog.h"
+#include "support/LogLine.h"
+#include "tests/support/TempFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <iomanip>
+#include <regex>
+
+namespace {
+
+constexpr wchar_t kFile[] = L"NembraMeeting\\log\\outlookaddin.txt";
+
+// Content behind the header line, without stamps.
+std::string Lines(const std::string& content) {
+    const std::regex stamp(R"(\[\d+-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\]\[P:\d+/T:\d+\])");
+    return std::regex_replace(content.substr(content.find('\n') + 1), stamp, "");
+}
+
+class AddinLog : public testing::Test {
+protected:
+    ~AddinLog() override { CloseAddinLog(); }
+
+    TempFolder folder_;
+};
+
+TEST_F(AddinLog, HoldsLinesInUtf8AndDropsDebug) {
+    OpenAddinLogUnder(folder_.Path().c_str());
+    LogLine(L"AddIns/Action", L"AddIn::ActionTask", 81).Info() << L"action result: 0x" << std::hex << 255;
+    LogLine(L"DllMain", L"\u4f1a\u8bae::B", 2).Error() << L"\u4f1a\U0001F600%s";
+    LogLine(L"Folder\\Notify", L"A::B", 3).Warning();
+    LogLine(L"x", L"A::B", 4).Debug() << L"dropped";
+    const std::string own = "[Inf][x:" + std::to_string(__LINE__ + 1) + " A::B]\r\n";
+    LogLine(L"x", L"A::B").Info() << L"";
+    LogLine(nullptr, nullptr).Info() << L"without a place";
+    EXPECT_EQ(Lines(folder_.Read(kFile)),
+              "[Inf][Action:81 AddIn::ActionTask]action result: 0xff\r\n"
+              "[Err][DllMain:2 \xE4\xBC\x9A\xE8\xAE\xAE::B]\xE4\xBC\x9A\xF0\x9F\x98\x80%s\r\n"
+              "[War][Notify:3 A::B]\r\n" +
+                  own);
+}
+
+TEST_F(AddinLog, OpensOnceAndClosesForLaterLines) {
+    const TempFolder other;
+    OpenAddinLogUnder(folder_.Path().c_str());
+    const uint32_t id = AddinLogId();
+    ASSERT_NE(id, 0u);
+    OpenAddinLogUnder(other.Path().c_str());
+    OpenAddinLog();
+    EXPECT_EQ(AddinLogId(), id);
+    { const LogLine line(L"x", L"f", 1); } // no level chosen
+    CloseAddinLog();
+    EXPECT_EQ(AddinLogId(), 0u);
+    LogLine(L"x", L"f", 2).Error() << L"closed";
+    EXPECT_EQ(Lines(folder_.Read(kFile)), "[Inf][x:1 f]\r\n");
+    EXPECT_EQ(other.Read(kFile), "(missing)");
+}
+
+TEST_F(AddinLog, WithoutAFolderIsRelativeToTheCurrentDirectory) {
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder_.Path());
+    OpenAddinLogUnder(L"");
+    std::filesystem::current_path(before);
+    LogLine(L"x", L"f", 1).Info() << L"here";
+    EXPECT_EQ(Lines(folder_.Read(kFile)), "[Inf][x:1 f]here\r\n");
+}
+
+} // namespace

@@ -1,0 +1,184 @@
+#include "support/MC_Object.h"
+#include "support/MC_Thread.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+
+namespace {
+
+constexpr uint32_t kPatience = 10000;
+
+class TestThread : public MC_Thread {
+public:
+    explicit TestThread(std::function<void(TestThread&)> body) : body_(std::move(body)) {}
+    ~TestThread() override { Stop(kPatience); }
+
+    void Run() override { body_(*this); }
+    bool MustStop() const { return StopRequested(); }
+
+    MC_Event started;
+
+private:
+    std::function<void(TestThread&)> body_;
+};
+
+void PollUntilStopped(TestThread& thread) {
+    thread.started.Set();
+    while (!thread.MustStop()) {
+        ::Sleep(1);
+    }
+}
+
+TEST(WorkerThread, EndsOnRequestAndStartsAgain) {
+    TestThread thread(PollUntilStopped);
+    EXPECT_TRUE(thread.Stop(0)); // none runs
+    for (int round = 0; round < 2; ++round) {
+        thread.started.Reset();
+        ASSERT_TRUE(thread.Start());
+        ASSERT_TRUE(thread.started.Wait(kPatience));
+        EXPECT_NE(thread.GetHandle(), nullptr);
+        EXPECT_NE(thread.GetThreadId(), 0u);
+        EXPECT_FALSE(thread.IsCurrentThread());
+        EXPECT_TRUE(thread.Stop(kPatience));
+        EXPECT_EQ(thread.GetHandle(), nullptr);
+        EXPECT_EQ(thread.GetThreadId(), 0u);
+    }
+}
+
+TEST(WorkerThread, ThatNeverStopsIsTerminated) {
+    TestThread thread([](TestThread& self) {
+        self.started.Set();
+        ::Sleep(INFINITE);
+    });
+    ASSERT_TRUE(thread.Start());
+    ASSERT_TRUE(thread.started.Wait(kPatience));
+    HANDLE watched = nullptr;
+    ASSERT_TRUE(::DuplicateHandle(::GetCurrentProcess(), thread.GetHandle(), ::GetCurrentProcess(), &watched, 0, FALSE,
+                                  DUPLICATE_SAME_ACCESS));
+    const UniqueHandle owned(watched);
+    EXPECT_FALSE(thread.Stop(0));
+    EXPECT_EQ(thread.GetHandle(), nullptr);
+    ASSERT_EQ(::WaitForSingleObject(watched, kPatience), WAIT_OBJECT_0);
+    DWORD code = 0;
+    EXPECT_TRUE(::GetExitCodeThread(watched, &code));
+    EXPECT_EQ(code, 1u);
+}
+
+TEST(WorkerThread, CannotWaitForItself) {
+    bool stopped = true;
+    bool isCurrent = false;
+    TestThread thread([&](TestThread& self) {
+        isCurrent = self.IsCurrentThread();
+        stopped = self.Stop(INFINITE);
+        self.started.Set();
+    });
+    ASSERT_TRUE(thread.Start());
+    ASSERT_TRUE(thread.started.Wait(kPatience));
+    EXPECT_TRUE(thread.Stop(kPatience));
+    EXPECT_TRUE(isCurrent);
+    EXPECT_FALSE(stopped);
+}
+
+TEST(WorkerThread, SwallowsWhatItsBodyThrows) {
+    TestThread thread([](TestThread&) { throw std::runtime_error("body"); });
+    ASSERT_TRUE(thread.Start());
+    EXPECT_TRUE(thread.Stop(kPatience));
+}
+
+TEST(WorkerThread, ThatEndsByItselfClosesItsHandle) {
+    HANDLE own = nullptr;
+    TestThread thread([&](TestThread& self) {
+        while (own == nullptr && !self.MustStop()) {
+            own = self.GetHandle(); // stored a moment after the thread's first step
+        }
+    });
+    ASSERT_TRUE(thread.Start());
+    for (uint32_t waited = 0; thread.GetHandle() != nullptr && waited < kPatience; ++waited) {
+        ::Sleep(1);
+    }
+    EXPECT_TRUE(thread.Stop(kPatience));
+    EXPECT_EQ(thread.GetThreadId(), 0u);
+    ASSERT_NE(own, nullptr);
+    DWORD flags = 0;
+    EXPECT_FALSE(::GetHandleInformation(own, &flags));
+}
+
+TEST(Event, IsManualResetAndTimesOut) {
+    MC_Event event;
+    EXPECT_FALSE(event.Wait(0));
+    event.Set();
+    EXPECT_TRUE(event.Wait(0));
+    EXPECT_TRUE(event.Wait(0));
+    event.Reset();
+    EXPECT_FALSE(event.Wait(1));
+}
+
+TEST(CriticalSection, IsRecursiveAndExcludesOtherThreads) {
+    MC_Critical_Section lock(true);
+    int otherGotIt = 1;
+    {
+        const MC_Lock first(&lock);
+        const MC_Lock second(&lock);
+        TestThread other([&](TestThread&) { otherGotIt = lock.TryLock(); });
+        ASSERT_TRUE(other.Start());
+        EXPECT_TRUE(other.Stop(kPatience));
+    }
+    EXPECT_EQ(otherGotIt, 0);
+    TestThread other([&](TestThread&) {
+        otherGotIt = lock.TryLock();
+        lock.Unlock();
+    });
+    ASSERT_TRUE(other.Start());
+    EXPECT_TRUE(other.Stop(kPatience));
+    EXPECT_NE(otherGotIt, 0);
+}
+
+TEST(CriticalSection, NeverInitialisedLetsEveryoneThrough) {
+    MC_Critical_Section lock(false);
+    EXPECT_EQ(lock.TryLock(), 1);
+    lock.Lock();
+    lock.Unlock();
+}
+
+template <class Base>
+class Counted : public Base {
+public:
+    explicit Counted(int& destroyed) : destroyed_(destroyed) {}
+    ~Counted() override { ++destroyed_; }
+    void SetCount(uint16_t count) { this->refCount_ = count; }
+
+private:
+    int& destroyed_;
+};
+
+TEST(ReferenceCount, DestroysOnceWhenItReachesZero) {
+    int destroyed = 0;
+    MC_Object* const plain = new Counted<MC_Object>(destroyed);
+    MC_Object* const locked = new Counted<MC_ObjectX>(destroyed);
+    for (MC_Object* const object : {plain, locked}) {
+        EXPECT_EQ(object->AddRef(), 2);
+        EXPECT_EQ(object->Release(), 1);
+        EXPECT_EQ(object->GetRefCount(), 1);
+        EXPECT_EQ(object->Release(), 0);
+    }
+    EXPECT_EQ(destroyed, 2);
+}
+
+TEST(ReferenceCount, OfALockedObjectDoesNotGoBelowZero) {
+    int destroyed = 0;
+    {
+        Counted<MC_ObjectX> object(destroyed);
+        object.SetCount(0);
+        EXPECT_EQ(object.Release(), 0);
+        EXPECT_EQ(object.GetRefCount(), 0);
+        EXPECT_EQ(destroyed, 0);
+    }
+    int plainDestroyed = 0;
+    Counted<MC_Object> plain(plainDestroyed);
+    plain.SetCount(65535);
+    EXPECT_EQ(plain.AddRef(), 0); // 16 bits
+}
+
+} // namespace
