@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+
+/// The channel's public face inside the module: opaque UTF-8 text messages between the add-in's and the meeting
+/// client's hidden windows. Texts are zero-terminated UTF-8. `uisdk_protocol_start` and `uisdk_protocol_stop` are
+/// called by one thread; the two sends by any one thread at a time. Nothing throws.
+
+/// Called on the channel's thread for each received text, also (with an empty text) on ticks without one.
+using UisdkReceiveCallback = void (*)(const char* text);
+/// Called on any thread of the channel or of its caller with one log text.
+using UisdkLogCallback = void (*)(const char* text);
+
+/// Starts the channel. @return 0 when started or already running (the first callbacks stay), 1 when a callback is
+/// null, -1 when it could not be created.
+int32_t uisdk_protocol_start(UisdkReceiveCallback receive, UisdkLogCallback log, const char* name);
+
+/// Queues a text for the next tick. Never waits for the client.
+/// @return 0 queued, 1 null or empty text, 2 the client's window does not exist, -1 not started.
+int32_t uisdk_protocol_send(const char* text);
+
+/// Sends a text at once on the calling thread, up to 3000 ms for each piece.
+/// @return 0 sent, 2 the client's window does not exist, -1 not started, null or empty text, own window missing or
+/// send failed.
+int32_t uisdk_protocol_send_direct(const char* text);
+
+/// Sends up to 15 messages that still wait, then ends the channel. It can be started again. @return 0.
+int32_t uisdk_protocol_stop();

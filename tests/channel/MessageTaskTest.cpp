@@ -1,0 +1,277 @@
+#include "tests/channel/ChannelFixture.h"
+
+#include <memory>
+
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+constexpr const wchar_t* kServerName = L"NbmProxyOutlookServerWnd";
+
+/// A task without the channel thread: the test drives the ticks.
+class MessageTask : public ChannelFixture {
+protected:
+    void SetUp() override { Start(); }
+
+    void TearDown() override {
+        CMessageTask::Delete();
+        EXPECT_TRUE(records_.WaitForLog("CMessageTask::MsgThreadProc end", started_));
+    }
+
+    void Start() {
+        task_ = CMessageTask::Init(ChannelRecords::Receive, ChannelRecords::Log, "name");
+        ASSERT_NE(task_, nullptr);
+        ++started_;
+    }
+
+    /// @return the task's window once the task knows it; its log line comes after that.
+    HWND Server(std::size_t created = 1) {
+        EXPECT_TRUE(records_.log.WaitUntil([created](const std::vector<std::string>& lines) {
+            return std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+                       return line.find("creatWind success, m_hSendWnd = ") != std::string::npos;
+                   }) >= static_cast<std::ptrdiff_t>(created);
+        }));
+        return PeerWindow::FindServer();
+    }
+
+    /// One receive tick for each of `count` messages.
+    std::vector<std::string> Receive(int count) {
+        for (int i = 0; i < count; ++i) {
+            task_->ProcessRecvQueue();
+        }
+        return records_.received.All();
+    }
+
+    static std::string Pattern(std::size_t length) {
+        std::string text(length, '\0');
+        for (std::size_t i = 0; i < length; ++i) {
+            text[i] = static_cast<char>('a' + (i + i / 1011) % 26);
+        }
+        return text;
+    }
+
+    CMessageTask* task_ = nullptr;
+    std::size_t started_ = 0;
+};
+
+TEST_F(MessageTask, SendsEveryLengthAsThePeerExpectsIt) {
+    struct Case {
+        std::size_t length;
+        std::vector<std::size_t> texts;
+        ULONG_PTR number;
+    };
+    const Case cases[] = {{1, {1}, 0},
+                          {1023, {1023}, 0},
+                          {1024, {1023, 35}, 2}, // the counter starts at 1 and goes up first
+                          {2022, {1023, 1033}, 3},
+                          {2023, {1023, 1023, 23}, 4}};
+    PeerWindow peer;
+    const HWND server = Server();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.length);
+        peer.Wire().Clear();
+        peer.Messages().Clear();
+        ASSERT_EQ(task_->SendCmdDataDirect(Pattern(c.length)), 0);
+        std::vector<std::size_t> lengths;
+        for (const WireMessage& wire : peer.Wire().All()) {
+            lengths.push_back(wire.text.size());
+            EXPECT_EQ(wire.number, c.number);
+            EXPECT_EQ(wire.bytes, wire.text.size() + 1);
+            EXPECT_TRUE(wire.terminated);
+            EXPECT_EQ(wire.sender, server);
+        }
+        EXPECT_THAT(lengths, ElementsAreArray(c.texts));
+        EXPECT_THAT(peer.Messages().All(), ElementsAre(Pattern(c.length)));
+    }
+}
+
+TEST_F(MessageTask, CarriesAMebibyteBothWays) {
+    PeerWindow peer;
+    Server();
+    const std::string large = Pattern(1 << 20);
+    ASSERT_EQ(task_->SendCmdData(large), 0);
+    task_->ProcessSendQueue();
+    EXPECT_THAT(peer.Messages().All(), ElementsAre(large));
+    ASSERT_TRUE(peer.Send(large));
+    EXPECT_THAT(Receive(2), ElementsAre(large));
+}
+
+TEST_F(MessageTask, ReportsAnAbsentClientAndKeepsItsMessages) {
+    Server();
+    EXPECT_EQ(task_->SendCmdData("x"), 2);
+    EXPECT_EQ(task_->SendCmdDataDirect("x"), 2);
+    EXPECT_FALSE(task_->IsConnected());
+    EXPECT_EQ(records_.CountLog("CMessageTask::SendCmdData failed, receive window is not exist"), 2u);
+    EXPECT_EQ(task_->SendCmdData(""), 1);
+    EXPECT_EQ(records_.CountLog("CMessageTask::Send failed, data is empty"), 1u);
+    {
+        PeerWindow peer;
+        EXPECT_FALSE(task_->IsConnected()) << "the test must not look the window up";
+        EXPECT_EQ(task_->SendCmdData("kept 1"), 0);
+        EXPECT_EQ(task_->SendCmdData("kept 2"), 0);
+        EXPECT_TRUE(task_->IsConnected());
+    }
+    EXPECT_FALSE(task_->IsConnected());
+    task_->ProcessSendQueue();
+    PeerWindow back;
+    task_->ProcessSendQueue();
+    EXPECT_THAT(back.Messages().All(), ElementsAre("kept 1")) << "one message for each tick";
+    task_->ProcessSendQueue();
+    EXPECT_THAT(back.Messages().All(), ElementsAre("kept 1", "kept 2"));
+}
+
+TEST_F(MessageTask, TellsOfADisconnectAfter200TicksInARow) {
+    Server();
+    const auto ticks = [this](int count) {
+        for (int i = 0; i < count; ++i) {
+            task_->ProcessSendQueue();
+        }
+        return records_.received.All().size();
+    };
+    EXPECT_EQ(ticks(150), 0u);
+    {
+        PeerWindow peer;
+        EXPECT_EQ(ticks(1), 0u);
+    }
+    EXPECT_EQ(ticks(199), 0u) << "a client that was there starts the count anew";
+    EXPECT_EQ(ticks(1), 1u);
+    EXPECT_EQ(ticks(199), 1u);
+    EXPECT_EQ(ticks(1), 2u);
+    EXPECT_THAT(records_.received.All(), Contains("NBM_NOTIFY_ID_SDK_DISCONNECTED"));
+}
+
+TEST_F(MessageTask, GivesAHangingClientThreeSeconds) {
+    PeerWindow peer;
+    Server();
+    peer.Hang();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(task_->SendCmdDataDirect(std::string(5000, 'x')), -1);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken, std::chrono::milliseconds(2900));
+    EXPECT_LT(taken, std::chrono::milliseconds(5500)) << "the rest of the segments is not tried";
+    EXPECT_EQ(records_.CountLog("CMessageTask::SendData sno: 2"), 1u);
+    EXPECT_EQ(records_.CountLog("CMessageTask::SendData end, sno: 2"), 1u);
+    EXPECT_THAT(records_.log.All(),
+                Contains(StartsWith("CMessageTask::SendData split message SendMessageTimeout failed, ret = ")));
+    peer.Wake();
+    EXPECT_EQ(task_->SendCmdDataDirect("awake"), 0);
+    EXPECT_TRUE(peer.Messages().WaitUntil([](const auto& texts) { return !texts.empty() && texts.back() == "awake"; }));
+}
+
+TEST_F(MessageTask, DropsWhatIsNoMessage) {
+    const HWND server = Server();
+    const std::string lonely = "%pre_nbmsdk%lonely%end_flag%";
+    EXPECT_TRUE(PeerWindow::SendRaw(server, 0, "", 1));
+    EXPECT_TRUE(PeerWindow::SendRaw(server, 0, nullptr, 0));
+    EXPECT_TRUE(PeerWindow::SendRaw(server, 5, nullptr, 0));
+    EXPECT_TRUE(PeerWindow::SendRaw(server, 5, "%pre_nbmsdk%", 13));
+    EXPECT_TRUE(PeerWindow::SendRaw(server, 5, "no prefix%end_flag%", 20));
+    EXPECT_TRUE(PeerWindow::SendRaw(server, 5, lonely.c_str(), lonely.size() + 1));
+    EXPECT_TRUE(PeerWindow::SendRaw(server, 0, "cut\0off", 8));
+    EXPECT_THAT(Receive(8), ElementsAre("lonely", "cut"));
+}
+
+/// Bytes that end where the readable memory ends.
+class PageEnd {
+public:
+    explicit PageEnd(std::string_view bytes) {
+        memory_ = static_cast<char*>(::VirtualAlloc(nullptr, 2 * kPage, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
+        DWORD old = 0;
+        ::VirtualProtect(memory_ + kPage, kPage, PAGE_NOACCESS, &old);
+        start_ = memory_ + kPage - bytes.size();
+        std::copy(bytes.begin(), bytes.end(), start_);
+    }
+    ~PageEnd() { ::VirtualFree(memory_, 0, MEM_RELEASE); }
+    PageEnd(const PageEnd&) = delete;
+    PageEnd& operator=(const PageEnd&) = delete;
+    const char* Bytes() const { return start_; }
+
+private:
+    static constexpr std::size_t kPage = 4096;
+    char* memory_;
+    char* start_;
+};
+
+TEST_F(MessageTask, UnterminatedTextEndsWithItsData) {
+    const HWND server = Server();
+    const PageEnd text("open end");
+    const PageEnd segment("%pre_nbmsdk%open end%end_flag%");
+    EXPECT_TRUE(PeerWindow::SendRaw(server, 0, text.Bytes(), 8));
+    EXPECT_TRUE(PeerWindow::SendRaw(server, 9, segment.Bytes(), 30));
+    EXPECT_THAT(Receive(2), ElementsAre("open end", "open end"));
+}
+
+TEST_F(MessageTask, ClientTextIsNeverAFormatAndIsCutInTheLog) {
+    PeerWindow peer;
+    Server();
+    const std::string hostile = "{\"cmd\":\"%s%n%999999d\",\"rps\":1\n}";
+    ASSERT_TRUE(peer.Send(hostile));
+    EXPECT_THAT(Receive(1), ElementsAre(hostile));
+    EXPECT_EQ(records_.CountLog("CMessageTask::PrintMsg data cmd = \"cmd\":\"%s%n%999999d\""), 1u);
+    EXPECT_EQ(records_.CountLog("CMessageTask::PrintMsg data rps = \"rps\":1"), 1u);
+    const std::string description = "\"description\":" + std::string(5000, '%');
+    EXPECT_EQ(task_->SendCmdDataDirect(description), 0);
+    const std::string line = "CMessageTask::PrintMsg data description = " + description;
+    EXPECT_EQ(records_.CountLog(line.substr(0, 1023)), 1u);
+}
+
+TEST_F(MessageTask, WindowHealsWhenSomebodyElseClosesIt) {
+    const HWND first = Server();
+    ::PostMessageW(first, WM_CLOSE, 0, 0);
+    const HWND second = Server(2);
+    EXPECT_EQ(records_.CountLog("CMessageTask::WndProc window was destroyed"), 1u);
+    EXPECT_TRUE(PeerWindow::SendRaw(second, 0, "healed", 7));
+    EXPECT_THAT(Receive(1), ElementsAre("healed"));
+}
+
+TEST_F(MessageTask, QuickRestartsLeaveOneWorkingWindow) {
+    for (int i = 0; i < 50; ++i) {
+        CMessageTask::Delete();
+        Start();
+        if (i % 7 == 0) {
+            ::Sleep(static_cast<DWORD>(i % 5)); // meets the threads in different places
+        }
+    }
+    // All threads but the last have ended, and none of them took the class or the window of a later one away.
+    ASSERT_TRUE(records_.WaitForLog("CMessageTask::MsgThreadProc end", started_ - 1));
+    PeerWindow peer;
+    const HWND server = PeerWindow::FindServer();
+    ASSERT_TRUE(PeerWindow::SendRaw(server, 0, "still here", 11));
+    EXPECT_THAT(Receive(1), ElementsAre("still here"));
+    EXPECT_EQ(task_->SendCmdDataDirect("and back"), 0);
+    EXPECT_THAT(peer.Messages().All(), ElementsAre("and back"));
+    EXPECT_EQ(::FindWindowExW(HWND_MESSAGE, server, kServerName, nullptr), nullptr) << "a window was left over";
+}
+
+TEST_F(MessageTask, LateWindowFindsNoTask) {
+    WNDCLASSEXW windowClass{};
+    windowClass.cbSize = sizeof(windowClass);
+    const HWND old = Server();
+    ASSERT_TRUE(::GetClassInfoExW(::GetModuleHandleW(nullptr), kServerName, &windowClass));
+    const WNDPROC procedure = windowClass.lpfnWndProc;
+    CMessageTask::Delete();
+    COPYDATASTRUCT data{0, 5, const_cast<char*>("late")};
+    procedure(old, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data));
+    procedure(old, WM_COPYDATA, 0, 0);
+    ASSERT_TRUE(records_.WaitForLog("CMessageTask::MsgThreadProc end"));
+    EXPECT_FALSE(::GetClassInfoExW(::GetModuleHandleW(nullptr), kServerName, &windowClass))
+        << "the class outlives its last window";
+    Start();
+    const HWND window = Server(2);
+    procedure(window == old ? nullptr : old, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data));
+    EXPECT_THAT(Receive(2), IsEmpty()) << "an old window's text reached the new task";
+}
+
+TEST_F(MessageTask, SecondInitGivesTheSameTask) {
+    EXPECT_EQ(CMessageTask::Init(ChannelRecords::Receive, ChannelRecords::Log, nullptr), task_);
+    EXPECT_EQ(CMessageTask::Init(nullptr, nullptr, nullptr), task_);
+    EXPECT_EQ(records_.CountLog("CMessageTask::Init successs"), 1u);
+    EXPECT_THAT(task_, ::testing::NotNull());
+}
+
+} // namespace
