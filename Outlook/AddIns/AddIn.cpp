@@ -1,0 +1,281 @@
+#include "Outlook/AddIns/AddIn.h"
+
+#include "Outlook/AddIns/ComGuard.h"
+#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/ModuleState.h"
+#include "Outlook/Business/Meeting.h"
+#include "resources/resource.h"
+#include "support/LogLine.h"
+
+#include <cwchar>
+
+namespace {
+
+constexpr const wchar_t* kSource = L"AddIns/AddIn";
+constexpr long kOldestHostVersion = 15; // Outlook 2013
+
+} // namespace
+
+AddIn::AddIn() : gate_(std::make_shared<NotifyGate>(this)) {
+    ++ModuleState::liveObjects;
+}
+
+AddIn::~AddIn() {
+    gate_->Close();
+    DestroyMessageWindow();
+    StopGdiplus();
+    --ModuleState::liveObjects;
+}
+
+HRESULT AddIn::Init() {
+    if (typeInfo_ != nullptr) {
+        return S_OK;
+    }
+    ITypeLibPtr library;
+    const HRESULT status = LoadTypeLibrary(library);
+    return FAILED(status) ? status : library->GetTypeInfoOfGuid(IID_IConnect, &typeInfo_);
+}
+
+HRESULT AddIn::LoadTypeLibrary(ITypeLibPtr& library) {
+    HRESULT status = ::LoadRegTypeLib(LIBID_NBMOutlookAddin, 1, 0, 0, &library);
+    if (SUCCEEDED(status)) {
+        return status;
+    }
+    wchar_t module[MAX_PATH] = {};
+    ::GetModuleFileNameW(ModuleState::module, module, MAX_PATH);
+    const std::wstring resource = std::wstring(module) + L"\\" + std::to_wstring(IDR_TYPELIB);
+    status = ::LoadTypeLib(resource.c_str(), &library);
+    if (FAILED(status)) {
+        LogLine(kSource, L"AddIn::Init").Error() << L"LoadTypelib faile: " << status;
+        return status;
+    }
+    // Its failure is harmless: the library is loaded, and the next start tries again.
+    ::RegisterTypeLib(library, module, nullptr);
+    return status;
+}
+
+HRESULT AddIn::QueryInterface(REFIID riid, void** ppv) noexcept {
+    return GuardComCall(kSource, L"AddIn::QueryInterface", [&]() -> HRESULT {
+        LogLine(kSource, L"AddIn::QueryInterface").Debug() << IdText(riid);
+        if (ppv == nullptr) {
+            LogLine(kSource, L"AddIn::QueryInterface").Error() << L"ppv is nullptr.";
+            return E_POINTER;
+        }
+        AddRef();
+        if (riid == __uuidof(IUnknown) || riid == __uuidof(IDispatch) || riid == IID_IConnect) {
+            *ppv = static_cast<IConnect*>(this);
+        } else if (riid == __uuidof(_IDTExtensibility2)) {
+            *ppv = static_cast<_IDTExtensibility2*>(this);
+        } else if (riid == __uuidof(IRibbonExtensibility)) {
+            *ppv = static_cast<IRibbonExtensibility*>(this);
+        } else {
+            Release();
+            LogLine(kSource, L"AddIn::QueryInterface").Error() << L"no interface: " << IdText(riid);
+            *ppv = nullptr;
+            return E_NOINTERFACE;
+        }
+        return S_OK;
+    });
+}
+
+ULONG AddIn::AddRef() noexcept {
+    const uint32_t before = refCount_++;
+    LogLine(kSource, L"AddIn::AddRef").Debug() << L"nRef = " << before;
+    return before + 1;
+}
+
+ULONG AddIn::Release() noexcept {
+    const uint32_t before = refCount_--;
+    LogLine(kSource, L"AddIn::Release").Debug() << L"nRef = " << before;
+    if (before == 1) {
+        LogLine(kSource, L"AddIn::Release").Info() << L"freed";
+        delete this;
+    }
+    return before - 1;
+}
+
+HRESULT AddIn::GetTypeInfoCount(UINT* pctinfo) noexcept {
+    return GuardComCall(kSource, L"AddIn::GetTypeInfoCount", [&]() -> HRESULT {
+        if (pctinfo == nullptr) {
+            LogLine(kSource, L"AddIn::GetTypeInfoCount").Error() << L"Invalid param.";
+            return E_POINTER;
+        }
+        *pctinfo = 1;
+        return S_OK;
+    });
+}
+
+HRESULT AddIn::GetTypeInfo(UINT index, LCID /*lcid*/, ITypeInfo** ppTInfo) noexcept {
+    if (ppTInfo != nullptr) {
+        *ppTInfo = nullptr;
+    }
+    if (index != 0) {
+        return DISP_E_BADINDEX;
+    }
+    if (ppTInfo == nullptr) {
+        return E_POINTER;
+    }
+    if (typeInfo_ == nullptr) {
+        return E_FAIL;
+    }
+    typeInfo_.AddRef();
+    *ppTInfo = typeInfo_.GetInterfacePtr();
+    return S_OK;
+}
+
+HRESULT AddIn::GetIDsOfNames(REFIID riid, LPOLESTR* names, UINT count, LCID /*lcid*/, DISPID* dispids) noexcept {
+    return GuardComCall(kSource, L"AddIn::GetIDsOfNames", [&]() -> HRESULT {
+        if (riid != IID_NULL) {
+            return DISP_E_UNKNOWNINTERFACE;
+        }
+        if (names == nullptr || dispids == nullptr || count == 0 || names[0] == nullptr) {
+            return E_INVALIDARG;
+        }
+        LogLine(kSource, L"AddIn::GetIDsOfNames").Info() << L"rgszName: " << names[0];
+        return typeInfo_->GetIDsOfNames(names, count, dispids);
+    });
+}
+
+HRESULT AddIn::Invoke(DISPID dispid, REFIID riid, LCID /*lcid*/, WORD flags, DISPPARAMS* params, VARIANT* result,
+                      EXCEPINFO* excepInfo, UINT* argErr) noexcept {
+    return GuardComCall(kSource, L"AddIn::Invoke", [&]() -> HRESULT {
+        if (riid != IID_NULL) {
+            return DISP_E_UNKNOWNINTERFACE;
+        }
+        ::SetErrorInfo(0, nullptr);
+        return typeInfo_->Invoke(static_cast<IConnect*>(this), dispid, flags, params, result, excepInfo, argErr);
+    });
+}
+
+HRESULT AddIn::OnConnection(IDispatch* application, ext_ConnectMode /*connectMode*/, IDispatch* /*addInInst*/,
+                            SAFEARRAY** /*custom*/) noexcept {
+    return GuardComCall(kSource, L"AddIn::OnConnection", [&] { return Connect(application); });
+}
+
+HRESULT AddIn::Connect(IDispatch* application) {
+    HRESULT status = TakeApplication(application);
+    if (FAILED(status)) {
+        return status;
+    }
+    // Deliberate: without an explorer the call's own status is the answer, S_OK included. The add-in then stays inert
+    // until Outlook loads it again, this time with a window.
+    Outlook::_ExplorerPtr explorer;
+    status = FindActiveExplorer(explorer);
+    if (explorer == nullptr) {
+        return status;
+    }
+    if (!IsHostSupported()) {
+        return CO_E_NOT_SUPPORTED;
+    }
+    status = FollowExplorers();
+    if (FAILED(status)) {
+        return status;
+    }
+    status = FollowInspectors();
+    if (FAILED(status)) {
+        return status;
+    }
+    ReadLanguage();
+    status = StartMeetingLink();
+    if (FAILED(status)) {
+        return status;
+    }
+    StartGdiplus();
+    CreateMessageWindow();
+    return status;
+}
+
+HRESULT AddIn::TakeApplication(IDispatch* application) {
+    const HRESULT status = application == nullptr ? E_POINTER : application->QueryInterface(&application_);
+    if (FAILED(status)) {
+        LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Application interface fail.";
+    }
+    return status;
+}
+
+HRESULT AddIn::FindActiveExplorer(Outlook::_ExplorerPtr& explorer) {
+    const HRESULT status = Outlook::ActiveExplorer(application_, explorer);
+    if (explorer == nullptr) {
+        LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Explorer interface fail.";
+    }
+    return status;
+}
+
+bool AddIn::IsHostSupported() {
+    _bstr_t version;
+    Outlook::GetVersion(application_, version); // An unreadable version counts as too old.
+    const wchar_t* text = version;
+    return text != nullptr && std::wcstol(text, nullptr, 10) >= kOldestHostVersion;
+}
+
+HRESULT AddIn::FollowExplorers() {
+    Outlook::_ExplorersPtr explorers;
+    const HRESULT status = Outlook::GetExplorers(application_, explorers);
+    if (FAILED(status)) {
+        LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Explorers fail.";
+    }
+    return status;
+}
+
+HRESULT AddIn::FollowInspectors() {
+    Outlook::_InspectorsPtr inspectors;
+    const HRESULT status = Outlook::GetInspectors(application_, inspectors);
+    if (FAILED(status)) {
+        LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Inspectors fail.";
+    }
+    return status;
+}
+
+void AddIn::ReadLanguage() {
+    languageId_ = kChinese;
+    Outlook::LanguageSettingsPtr settings;
+    if (FAILED(Outlook::GetLanguageSettings(application_, settings)) || settings == nullptr) {
+        return;
+    }
+    long language = 0;
+    if (SUCCEEDED(Outlook::GetLanguageID(settings, Outlook::msoLanguageIDUI, language))) {
+        languageId_ = static_cast<DWORD>(language);
+    }
+}
+
+HRESULT AddIn::StartMeetingLink() {
+    eventHandler_ = &Meeting::GetInstance();
+    const HRESULT status = eventHandler_->Init([gate = gate_](const NotifyData& data) { return gate->Notify(data); });
+    if (FAILED(status)) {
+        LogLine(kSource, L"AddIn::OnConnection").Error() << L"Init event handler fail.";
+        eventHandler_ = nullptr;
+    }
+    return status;
+}
+
+void AddIn::StartGdiplus() {
+    if (gdiplusToken_ == 0 && Gdiplus::GdiplusStartup(&gdiplusToken_, &gdiplusInput_, nullptr) != Gdiplus::Ok) {
+        gdiplusToken_ = 0;
+    }
+}
+
+void AddIn::StopGdiplus() {
+    if (gdiplusToken_ != 0) {
+        Gdiplus::GdiplusShutdown(std::exchange(gdiplusToken_, 0));
+    }
+}
+
+HRESULT AddIn::OnDisconnection(ext_DisconnectMode /*removeMode*/, SAFEARRAY** /*custom*/) noexcept {
+    return GuardComCall(kSource, L"AddIn::OnDisconnection", [this] {
+        DestroyMessageWindow();
+        StopGdiplus();
+        return S_OK;
+    });
+}
+
+HRESULT AddIn::OnAddInsUpdate(SAFEARRAY** /*custom*/) noexcept {
+    return S_OK;
+}
+
+HRESULT AddIn::OnStartupComplete(SAFEARRAY** /*custom*/) noexcept {
+    return S_OK;
+}
+
+HRESULT AddIn::OnBeginShutdown(SAFEARRAY** /*custom*/) noexcept {
+    return S_OK;
+}

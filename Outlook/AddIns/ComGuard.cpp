@@ -1,0 +1,13 @@
+#include "Outlook/AddIns/ComGuard.h"
+
+#include "Outlook/AddIns/LogText.h"
+#include "support/LogLine.h"
+
+HRESULT ReportCaught(const wchar_t* source, const wchar_t* method, HRESULT status) noexcept {
+    try {
+        LogLine(source, method).Error() << L"ended by an exception: 0x" << Hex(status);
+    } catch (...) {
+        // The report is best effort; the status still reaches the caller.
+    }
+    return status;
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <ios>
+#include <ostream>
+
+/// Streams a status in hexadecimal and leaves the stream decimal: `<< L"fail: 0x" << Hex(status)`.
+struct Hex {
+    explicit Hex(HRESULT status) noexcept : value(static_cast<uint32_t>(status)) {}
+    uint32_t value;
+};
+
+inline std::wostream& operator<<(std::wostream& stream, Hex hex) {
+    return stream << std::hex << hex.value << std::dec;
+}
+
+/// Streams an interface id in registry form.
+struct IdText {
+    explicit IdText(REFIID id) noexcept { ::StringFromGUID2(id, text, ARRAYSIZE(text)); }
+    wchar_t text[40] = {};
+};
+
+inline std::wostream& operator<<(std::wostream& stream, const IdText& id) {
+    return stream << id.text;
+}

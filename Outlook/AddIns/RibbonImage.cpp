@@ -1,0 +1,124 @@
+#include "Outlook/AddIns/AddIn.h"
+
+#include "Outlook/AddIns/ComGuard.h"
+#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/ModuleState.h"
+#include "support/LogLine.h"
+#include "support/UniqueResource.h"
+
+#include <olectl.h>
+
+#include <cstring>
+#include <cwchar>
+
+namespace {
+
+constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the whole class in the log
+constexpr const wchar_t* kMethod = L"AddIn::OnLoadImage";
+
+/// Wholly transparent pixels come out as 0 and the others premultiplied: the background's colour is black, and its own
+/// alpha plays no part. Any other colour leaves bright edges.
+constexpr Gdiplus::ARGB kBackground = 0xFF000000;
+
+/// GDI+ for one call: Office may ask for images before the connection has started it.
+class GdiplusSession {
+public:
+    GdiplusSession() {
+        const Gdiplus::GdiplusStartupInput input;
+        if (Gdiplus::GdiplusStartup(&token_, &input, nullptr) != Gdiplus::Ok) {
+            token_ = 0;
+        }
+    }
+    ~GdiplusSession() {
+        if (token_ != 0) {
+            Gdiplus::GdiplusShutdown(token_);
+        }
+    }
+    GdiplusSession(const GdiplusSession&) = delete;
+    GdiplusSession& operator=(const GdiplusSession&) = delete;
+
+private:
+    ULONG_PTR token_ = 0;
+};
+
+/// A stream over a copy of a PNG resource. `status` tells why there is none.
+IStreamPtr OpenImageResource(const wchar_t* imageName, HRESULT& status) {
+    const auto id = static_cast<WORD>(std::wcstol(imageName, nullptr, 10));
+    HRSRC found = ::FindResourceW(ModuleState::module, MAKEINTRESOURCEW(id), L"PNG");
+    if (found == nullptr) {
+        const DWORD error = ::GetLastError();
+        LogLine(kSource, kMethod).Error() << L"FindResourceW fail: " << error;
+        status = HRESULT_FROM_WIN32(error);
+        return nullptr;
+    }
+    HGLOBAL loaded = ::LoadResource(ModuleState::module, found);
+    const void* bytes = loaded != nullptr ? ::LockResource(loaded) : nullptr;
+    if (bytes == nullptr) {
+        const DWORD error = ::GetLastError();
+        LogLine(kSource, kMethod).Error() << L"LoadResource fail: " << error;
+        status = HRESULT_FROM_WIN32(error);
+        return nullptr;
+    }
+    const DWORD size = ::SizeofResource(ModuleState::module, found);
+    HGLOBAL copy = ::GlobalAlloc(GHND, size);
+    void* target = copy != nullptr ? ::GlobalLock(copy) : nullptr;
+    if (target == nullptr) {
+        ::GlobalFree(copy);
+        status = E_OUTOFMEMORY;
+        return nullptr;
+    }
+    std::memcpy(target, bytes, size);
+    ::GlobalUnlock(copy);
+    IStreamPtr stream;
+    status = ::CreateStreamOnHGlobal(copy, TRUE, &stream); // The stream frees the block.
+    if (FAILED(status)) {
+        ::GlobalFree(copy);
+        LogLine(kSource, kMethod).Error() << L"Create stream fail: 0x" << Hex(status);
+    }
+    return stream;
+}
+
+} // namespace
+
+HRESULT AddIn::OnLoadImage(BSTR imageName, IPictureDisp** image) noexcept {
+    if (image != nullptr) {
+        *image = nullptr;
+    }
+    return GuardComCall(kSource, kMethod, [&]() -> HRESULT {
+        if (imageName == nullptr) {
+            LogLine(kSource, kMethod).Error() << L"Invalid arg.";
+            return E_INVALIDARG;
+        }
+        if (image == nullptr) {
+            LogLine(kSource, kMethod).Error() << L"Invalid pointer.";
+            return E_POINTER;
+        }
+        return LoadRibbonImage(imageName, image);
+    });
+}
+
+HRESULT AddIn::LoadRibbonImage(const wchar_t* imageName, IPictureDisp** image) {
+    HRESULT status = S_OK;
+    const IStreamPtr stream = OpenImageResource(imageName, status); // outlives the bitmap that reads it
+    if (stream == nullptr) {
+        return FAILED(status) ? status : E_FAIL;
+    }
+    const GdiplusSession session;
+    Gdiplus::Bitmap bitmap(stream);
+    HBITMAP handle = nullptr;
+    const Gdiplus::Status decoded = bitmap.GetHBITMAP(Gdiplus::Color(kBackground), &handle);
+    if (decoded != Gdiplus::Ok || handle == nullptr) {
+        LogLine(kSource, kMethod).Error() << L"Decode image fail: " << static_cast<int>(decoded);
+        return E_FAIL;
+    }
+    UniqueGdiObject owned(handle);
+    PICTDESC description = {};
+    description.cbSizeofstruct = sizeof(description);
+    description.picType = PICTYPE_BITMAP;
+    description.bmp.hbitmap = handle;
+    status = ::OleCreatePictureIndirect(&description, __uuidof(IPictureDisp), TRUE, reinterpret_cast<void**>(image));
+    if (SUCCEEDED(status)) {
+        owned.Detach(); // the picture's now
+    }
+    return status;
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// The JSON vocabulary between add-in and meeting client. All texts are UTF-8. Needs no Windows.
+
+/// A command's members, see `ActionData`.
+struct CommandFields {
+    int32_t cmd = 0;
+    std::string subject;
+    std::string confId;
+    std::string confOutlookId;
+    int64_t startTime = 0;
+    int64_t endTime = 0;
+    int32_t centerX = 0;
+    int32_t centerY = 0;
+};
+
+/// A notification's members, see `NotifyData`. What the text does not give keeps its value from here.
+struct NotificationFields {
+    int32_t type = 0;
+    std::string subject;
+    std::string url;
+    std::string confId;
+    std::string confOutlookId;
+    std::string contents;
+    int64_t startTime = 0;
+    int64_t endTime = 0;
+    int32_t code = 0;
+    std::string message;
+};
+
+/// @return the command's wire text: styled JSON with all eight members, ending with a line feed.
+std::string WriteCommand(const CommandFields& command);
+
+/// Reads one notification. Members that are missing or of another type are passed over.
+/// @param error on failure the line for the log.
+/// @return false when the text is no JSON, no object, or has no 32-bit integer "notify".
+/// @throws std::bad_alloc only.
+bool ReadNotification(std::string_view text, NotificationFields& notification, std::string& error);

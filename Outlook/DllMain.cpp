@@ -1,0 +1,61 @@
+#include "Outlook/AddIns/ComGuard.h"
+#include "Outlook/AddIns/Factory.h"
+#include "Outlook/AddIns/ModuleState.h"
+#include "resources/Connect.h"
+#include "support/LogLine.h"
+
+#include <windows.h>
+
+namespace {
+
+constexpr const wchar_t* kSource = L"DllMain";
+
+/// The loader lock is held: nothing here waits, starts a thread or uses COM.
+void OnProcessAttach(HMODULE module) noexcept {
+    ModuleState::module = module;
+    try {
+        OpenAddinLog();
+        LogLine(kSource, L"DllMain").Info() << L"Built at " << __DATE__ << L" " << __TIME__;
+    } catch (...) {
+        // Without its log the add-in still works.
+    }
+}
+
+void OnProcessDetach() noexcept {
+    try {
+        CloseAddinLog();
+    } catch (...) {
+        // The process or the module is going; there is nobody left to tell.
+    }
+}
+
+} // namespace
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* /*reserved*/) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        OnProcessAttach(module);
+    } else if (reason == DLL_PROCESS_DETACH) {
+        OnProcessDetach();
+    }
+    return TRUE;
+}
+
+STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv) {
+    return GuardComCall(kSource, L"DllGetClassObject", [&]() -> HRESULT {
+        if (rclsid != CLSID_NembraMeeting) {
+            return CLASS_E_CLASSNOTAVAILABLE;
+        }
+        if (ppv == nullptr) {
+            return E_POINTER;
+        }
+        *ppv = nullptr;
+        Factory* factory = new Factory; // owned by its reference count, which is 1
+        const HRESULT status = factory->QueryInterface(riid, ppv);
+        factory->Release();
+        return status;
+    });
+}
+
+STDAPI DllCanUnloadNow() {
+    return ModuleState::CanUnload() ? S_OK : S_FALSE;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Outlook/ObjectModel/ComPointers.h"
+
+/// The host's interfaces as identities for QueryInterface. Their members are reached by name, so each is an IDispatch
+/// and nothing more; no slot past IDispatch is ever called through these types.
+
+// One compiler knows an interface's id by an attribute of the type, the other by a declaration at global scope.
+#ifndef __CRT_UUID_DECL
+#define __CRT_UUID_DECL(type, ...)
+#endif
+#define OUTLOOK_INTERFACE(type, text, number)                                                                          \
+    namespace Outlook {                                                                                                \
+    MIDL_INTERFACE(text "-0000-0000-C000-000000000046") type : public IDispatch{};                                     \
+    }                                                                                                                  \
+    __CRT_UUID_DECL(Outlook::type, number, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46)                                         \
+    namespace Outlook {                                                                                                \
+    _COM_SMARTPTR_TYPEDEF(type, __uuidof(type));                                                                       \
+    }
+
+OUTLOOK_INTERFACE(_Application, "00063001", 0x00063001)
+OUTLOOK_INTERFACE(_NameSpace, "00063002", 0x00063002)
+OUTLOOK_INTERFACE(_Explorer, "00063003", 0x00063003)
+OUTLOOK_INTERFACE(_Inspector, "00063005", 0x00063005)
+OUTLOOK_INTERFACE(MAPIFolder, "00063006", 0x00063006)
+OUTLOOK_INTERFACE(_Inspectors, "00063008", 0x00063008)
+OUTLOOK_INTERFACE(_Explorers, "0006300A", 0x0006300A)
+OUTLOOK_INTERFACE(_AppointmentItem, "00063033", 0x00063033)
+OUTLOOK_INTERFACE(_Folders, "00063040", 0x00063040)
+OUTLOOK_INTERFACE(FormDescription, "00063046", 0x00063046)
+OUTLOOK_INTERFACE(LanguageSettings, "000C0353", 0x000C0353)
+OUTLOOK_INTERFACE(IRibbonControl, "000C0395", 0x000C0395)
+OUTLOOK_INTERFACE(IRibbonUI, "000C03A7", 0x000C03A7)
+
+#undef OUTLOOK_INTERFACE
