@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace meeting_client {
+
+/// What the client does later, in the order it falls due. One thread.
+class Agenda {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    void After(std::chrono::milliseconds delay, std::function<void()> action) {
+        entries_.emplace(Clock::now() + delay, std::move(action));
+    }
+
+    /// Time until the next action, rounded up to whole milliseconds; 0 when one is due.
+    std::optional<std::chrono::milliseconds> UntilNext() const {
+        if (entries_.empty()) {
+            return std::nullopt;
+        }
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(entries_.begin()->first - Clock::now());
+        return left.count() > 0 ? left : std::chrono::milliseconds(0);
+    }
+
+    /// Runs the first action if it is due. Only one, so that the caller can look at its messages in between.
+    void RunDue() {
+        if (entries_.empty() || entries_.begin()->first > Clock::now()) {
+            return;
+        }
+        const auto action = std::move(entries_.begin()->second);
+        entries_.erase(entries_.begin());
+        action();
+    }
+
+private:
+    std::multimap<Clock::time_point, std::function<void()>> entries_;
+};
+
+} // namespace meeting_client

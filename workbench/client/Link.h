@@ -1,0 +1,63 @@
+#pragma once
+
+#include "workbench/client/Transcript.h"
+#include "workbench/client/Wire.h"
+
+#include "support/UniqueResource.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace meeting_client {
+
+inline constexpr wchar_t kClientWindow[] = L"NbmProxyOutlookClientWnd"; // class and title
+inline constexpr wchar_t kAddinWindow[] = L"NbmProxyOutlookServerWnd";
+
+/// The client's end of the channel: its window, and what it puts on the wire. One thread.
+class Link {
+public:
+    /// Called inside the window procedure, while the sender still waits. Counts run from 1 since the start.
+    struct Events {
+        std::function<void(std::uint64_t count)> copyData;
+        std::function<void(std::uint64_t count, const std::string& message)> message;
+    };
+
+    Link(Transcript& transcript, Events events, bool topLevel);
+
+    /// Makes the window unless it is there. @return false when it could not be made.
+    bool Show();
+    void Hide();
+    bool IsShown() const noexcept { return static_cast<bool>(window_); }
+
+    static HWND FindAddin() noexcept;
+
+    /// Sends a message, or only its first `most` pieces. @return "ok" or why not.
+    std::string Send(std::string_view message, std::size_t most = SIZE_MAX);
+
+    /// Sends one WM_COPYDATA with just these bytes; `bytes` may be null. @return "ok" or why not.
+    std::string SendRaw(std::uint64_t number, const char* bytes, std::size_t size);
+
+    std::uint64_t CopyDataIn() const noexcept { return copyDataIn_; }
+    std::uint64_t MessagesIn() const noexcept { return messagesIn_; }
+    std::uint64_t MessagesOut() const noexcept { return messagesOut_; }
+    std::size_t Unfinished() const noexcept { return joiner_.Unfinished(); }
+
+private:
+    static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+    void Receive(HWND sender, const COPYDATASTRUCT& data);
+    void RecordMessage(const char* direction, std::string_view message, const std::string& result);
+
+    Transcript& transcript_;
+    Events events_;
+    bool topLevel_;
+    UniqueWindow window_;
+    PieceJoiner joiner_;
+    std::uint32_t lastNumber_ = 0;
+    std::uint64_t copyDataIn_ = 0;
+    std::uint64_t messagesIn_ = 0;
+    std::uint64_t messagesOut_ = 0;
+};
+
+} // namespace meeting_client

@@ -1,0 +1,80 @@
+#include "workbench/client/UriScheme.h"
+
+#include "workbench/client/CommandLine.h"
+
+#include "support/UniqueResource.h"
+
+#include <iterator>
+#include <optional>
+
+namespace meeting_client {
+namespace {
+
+constexpr wchar_t kUserKey[] = L"Software\\Classes\\quorvex";
+constexpr wchar_t kMergedKey[] = L"quorvex"; // below HKEY_CLASSES_ROOT
+constexpr wchar_t kCommand[] = L"\\shell\\open\\command";
+
+long WriteText(HKEY root, const std::wstring& path, const wchar_t* name, const std::wstring& text) {
+    HKEY key = nullptr;
+    const long made = ::RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr);
+    if (made != ERROR_SUCCESS) {
+        return made;
+    }
+    const UniqueKey owned(key);
+    return ::RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                            static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+}
+
+long WriteScheme(HKEY root, const std::wstring& path, const std::wstring& command) {
+    long result = WriteText(root, path, nullptr, L"URL:NEMBRA CLOUD Meeting");
+    if (result == ERROR_SUCCESS) {
+        result = WriteText(root, path, L"URL Protocol", L"");
+    }
+    return result == ERROR_SUCCESS ? WriteText(root, path + kCommand, nullptr, command) : result;
+}
+
+// What the system would run for the scheme.
+std::wstring MergedCommand() {
+    wchar_t text[4096] = L"";
+    DWORD size = sizeof text;
+    const std::wstring path = std::wstring(kMergedKey) + kCommand;
+    const long read = ::RegGetValueW(HKEY_CLASSES_ROOT, path.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, text, &size);
+    return read == ERROR_SUCCESS ? text : L"";
+}
+
+std::optional<std::wstring> OwnProgram() {
+    wchar_t program[4096];
+    const DWORD length = ::GetModuleFileNameW(nullptr, program, static_cast<DWORD>(std::size(program)));
+    if (length == 0 || length == std::size(program)) {
+        return std::nullopt;
+    }
+    return std::wstring(program, length);
+}
+
+} // namespace
+
+long RegisterUriScheme(const std::vector<std::wstring>& arguments) {
+    const auto program = OwnProgram();
+    if (!program) {
+        return ERROR_INSUFFICIENT_BUFFER;
+    }
+    const std::wstring command = JoinCommandLine(*program, arguments) + L" \"%1\"";
+    const long result = WriteScheme(HKEY_CURRENT_USER, kUserKey, command);
+    if (result != ERROR_SUCCESS || MergedCommand() == command) {
+        return result;
+    }
+    // Wine's classes root shows only the machine's classes, not the user's.
+    return WriteScheme(HKEY_CLASSES_ROOT, kMergedKey, command);
+}
+
+long UnregisterUriScheme() {
+    const auto program = OwnProgram();
+    const long result = ::RegDeleteTreeW(HKEY_CURRENT_USER, kUserKey);
+    // What is left is deleted only when it is ours: it may be the installed client's.
+    if (program && MergedCommand().starts_with(JoinCommandLine(*program, {}))) {
+        ::RegDeleteTreeW(HKEY_CLASSES_ROOT, kMergedKey);
+    }
+    return result == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : result;
+}
+
+} // namespace meeting_client

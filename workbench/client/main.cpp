@@ -1,0 +1,95 @@
+#include "workbench/client/Client.h"
+#include "workbench/client/Control.h"
+#include "workbench/client/Options.h"
+#include "workbench/client/Transcript.h"
+#include "workbench/client/UriScheme.h"
+#include "workbench/client/Utf.h"
+
+#include <windows.h>
+#include <shellapi.h>
+
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace meeting_client;
+
+std::vector<std::wstring> Arguments() {
+    int count = 0;
+    wchar_t** texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    std::vector<std::wstring> arguments;
+    for (int i = 1; texts && i < count; ++i) {
+        arguments.emplace_back(texts[i]);
+    }
+    ::LocalFree(texts);
+    return arguments;
+}
+
+int EditRegistration(const Options& options, const std::vector<std::wstring>& arguments) {
+    std::vector<std::wstring> others;
+    for (const std::wstring& argument : arguments) {
+        if (argument != L"--register-uri") {
+            others.push_back(argument);
+        }
+    }
+    const long error = options.registerUri ? RegisterUriScheme(others) : UnregisterUriScheme();
+    if (error != 0) {
+        std::fprintf(stderr, "meeting_client: the registry refused the change: error %ld\n", error);
+        return kCannotStart;
+    }
+    return kEnded;
+}
+
+// The last resort: a client whose thread hangs longer than its time still ends.
+void CALLBACK EndOverdue(void*, BOOLEAN) {
+    ::TerminateProcess(::GetCurrentProcess(), kTimeRanOut);
+}
+
+int RunClient(const Options& options) {
+    // A URI that comes while the client runs only has to bring it to the front, which is nothing without a screen.
+    const bool running = ::FindWindowExW(HWND_MESSAGE, nullptr, kControlWindow, kControlWindow) != nullptr;
+    if (running && !options.launchUri.empty()) {
+        return kEnded;
+    }
+    const HWND taken = ::FindWindowExW(HWND_MESSAGE, nullptr, kClientWindow, kClientWindow);
+    if (!options.hidden && (taken || ::FindWindowW(kClientWindow, kClientWindow))) {
+        std::fprintf(stderr, "meeting_client: another client has the channel window\n");
+        return kAlreadyRunning;
+    }
+    HANDLE timer = nullptr;
+    const auto overdue = static_cast<DWORD>(options.longest.count() * 1000 + 3000);
+    ::CreateTimerQueueTimer(&timer, nullptr, &EndOverdue, nullptr, overdue, 0, WT_EXECUTEONLYONCE);
+    Transcript transcript(options.transcript);
+    Client client(options, transcript);
+    return client.Run();
+}
+
+} // namespace
+
+int main() {
+    try {
+        const std::vector<std::wstring> arguments = Arguments();
+        std::vector<std::string> narrow;
+        for (const std::wstring& argument : arguments) {
+            narrow.push_back(Narrow(argument));
+        }
+        const Options options = ParseOptions(narrow);
+        if (options.help) {
+            std::fputs(std::string(HelpText()).c_str(), stdout);
+            return kEnded;
+        }
+        if (options.registerUri || options.unregisterUri) {
+            return EditRegistration(options, arguments);
+        }
+        return RunClient(options);
+    } catch (const OptionsError& error) {
+        std::fprintf(stderr, "meeting_client: %s\nmeeting_client --help tells the options\n", error.what());
+        return kBadCommandLine;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "meeting_client: %s\n", error.what());
+        return kCannotStart;
+    }
+}
