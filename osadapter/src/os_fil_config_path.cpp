@@ -1,5 +1,10 @@
 #include "osadapter/include/kosa.h"
 #include "osadapter/src/adapter_memory.h"
+#include "osadapter/src/runtime_guard.h"
+
+#include <windows.h>
+
+#include <shlwapi.h>
 
 #include <direct.h>
 #include <io.h>
@@ -10,7 +15,7 @@
 
 namespace {
 
-constexpr int kUnconvertible = 1;
+constexpr uint32_t kCanonicalBytes = MAX_PATH + 1;
 
 struct RuntimeFree {
     void operator()(void* memory) const noexcept { free(memory); }
@@ -18,11 +23,17 @@ struct RuntimeFree {
 
 } // namespace
 
+int KOSA_ChDir(const char* path) {
+    const UniqueText<wchar_t> wide = ToWidePath(path);
+    return wide == nullptr ? -1 : _wchdir(wide.get());
+}
+
 int KOSA_Access(const char* path, int mode) {
     if (IsEmptyText(path)) {
         return -1;
     }
     const UniqueText<wchar_t> wide = ToWidePath(path);
+    const RuntimeGuard guard;
     return wide == nullptr ? kUnconvertible : _waccess(wide.get(), mode);
 }
 
@@ -51,6 +62,23 @@ int KOSA_MkDir(const char* path, int /*mode*/) {
     return wide == nullptr ? -1 : _wmkdir(wide.get());
 }
 
+int KOSA_RmDir(const char* path) {
+    const UniqueText<wchar_t> wide = ToWidePath(path);
+    return wide == nullptr ? -1 : _wrmdir(wide.get());
+}
+
+int KOSA_CopyFile(const char* source, const char* destination) {
+    if (source == nullptr || destination == nullptr) {
+        return -1;
+    }
+    const UniqueText<wchar_t> from = ToWidePath(source);
+    const UniqueText<wchar_t> to = ToWidePath(destination);
+    if (from == nullptr || to == nullptr) {
+        return kUnconvertible;
+    }
+    return ::CopyFileW(from.get(), to.get(), FALSE) ? 0 : -1;
+}
+
 char* KOSA_GetCwd(char* buffer, uint32_t size) {
     if (buffer == nullptr) {
         return nullptr;
@@ -66,4 +94,34 @@ char* KOSA_GetCwd(char* buffer, uint32_t size) {
     }
     memcpy(buffer, narrow.get(), length + 1);
     return buffer;
+}
+
+int KOSA_RelPath(const char* path, char* buffer, uint32_t size) {
+    if (path == nullptr || buffer == nullptr) {
+        return 1;
+    }
+    // The system's narrow form reads the path in the ANSI code page, where a byte of a UTF-8 character can swallow the
+    // separator behind it. One unit for each byte keeps every byte and leaves separators and dots what they are.
+    wchar_t wide[kCanonicalBytes];
+    size_t given = 0;
+    for (; path[given] != '\0' && given + 1 < kCanonicalBytes; ++given) {
+        wide[given] = static_cast<unsigned char>(path[given]);
+    }
+    if (path[given] != '\0') {
+        return 1;
+    }
+    wide[given] = L'\0';
+    wchar_t canonical[kCanonicalBytes] = {};
+    if (!::PathCanonicalizeW(canonical, wide)) {
+        return 1;
+    }
+    const size_t length = wcslen(canonical);
+    if (length > size) {
+        return 1;
+    }
+    // Deliberate: a result of exactly `size` bytes is accepted and fills the buffer, which then has no terminator.
+    for (size_t index = 0; index < length + (length < size ? 1 : 0); ++index) {
+        buffer[index] = static_cast<char>(canonical[index]);
+    }
+    return 0;
 }

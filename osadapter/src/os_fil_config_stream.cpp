@@ -1,6 +1,8 @@
 #include "osadapter/include/kosa.h"
 #include "osadapter/src/adapter_memory.h"
+#include "osadapter/src/runtime_guard.h"
 
+#include <io.h>
 #include <wchar.h>
 
 #include <cstdarg>
@@ -12,6 +14,7 @@ constexpr size_t kShortTextBytes = 1024;
 // The toolchain's own stream formatter stores character by character, each under the stream's lock. Short texts, which
 // is nearly every log line, are therefore formatted on the stack and written in one piece.
 int PrintToStream(FILE* stream, const char* format, va_list arguments) noexcept {
+    const RuntimeGuard guard;
     char text[kShortTextBytes];
     va_list again;
     va_copy(again, arguments);
@@ -38,18 +41,86 @@ FILE* KOSA_Fopen(const char* path, const char* mode) {
     if (widePath == nullptr || wideMode == nullptr) {
         return nullptr;
     }
+    const RuntimeGuard guard;
     return _wfopen(widePath.get(), wideMode.get());
+}
+
+FILE* KOSA_Fopen_w(const wchar_t* path, const wchar_t* mode) {
+    const RuntimeGuard guard;
+    return path == nullptr || mode == nullptr ? nullptr : _wfopen(path, mode);
 }
 
 int KOSA_Fclose(FILE* stream) {
     return stream == nullptr ? -1 : fclose(stream);
 }
 
+int KOSA_Feof(FILE* stream) {
+    return stream == nullptr ? -1 : feof(stream);
+}
+
+int KOSA_Ferror(FILE* stream) {
+    return stream == nullptr ? -1 : ferror(stream);
+}
+
 int KOSA_Fflush(FILE* stream) {
     return stream == nullptr ? -1 : fflush(stream);
 }
 
+int KOSA_Fgetc(FILE* stream) {
+    return stream == nullptr ? -1 : fgetc(stream);
+}
+
+int KOSA_Fileno(FILE* stream) {
+    return stream == nullptr ? -1 : _fileno(stream);
+}
+
+int KOSA_Fputc(int character, FILE* stream) {
+    return stream == nullptr ? -1 : fputc(character, stream);
+}
+
+int KOSA_Fputs(const char* text, FILE* stream) {
+    return text == nullptr || stream == nullptr ? -1 : fputs(text, stream);
+}
+
+char* KOSA_Fgets(char* buffer, int size, FILE* stream) {
+    const RuntimeGuard guard;
+    return buffer == nullptr || stream == nullptr ? nullptr : fgets(buffer, size, stream);
+}
+
+size_t KOSA_Fread(void* buffer, size_t itemSize, size_t count, FILE* stream) {
+    return buffer == nullptr || stream == nullptr ? 0 : fread(buffer, itemSize, count, stream);
+}
+
+size_t KOSA_Fwrite(const void* buffer, size_t itemSize, size_t count, FILE* stream) {
+    return buffer == nullptr || stream == nullptr ? 0 : fwrite(buffer, itemSize, count, stream);
+}
+
+int KOSA_Fgetpos(FILE* stream, fpos_t* position) {
+    return stream == nullptr || position == nullptr || fgetpos(stream, position) != 0 ? -1 : 0;
+}
+
+int KOSA_Fsetpos(FILE* stream, const fpos_t* position) {
+    return stream == nullptr || position == nullptr || fsetpos(stream, position) != 0 ? -1 : 0;
+}
+
+void KOSA_Rewind(FILE* stream) {
+    if (stream != nullptr) {
+        rewind(stream);
+    }
+}
+
+void KOSA_Clearerr(FILE* stream) {
+    if (stream != nullptr) {
+        clearerr(stream);
+    }
+}
+
+FILE* KOSA_TmpFile(void) {
+    return tmpfile();
+}
+
 int KOSA_Fseek(FILE* stream, long offset, int origin) {
+    const RuntimeGuard guard;
     return stream == nullptr ? -1 : fseek(stream, offset, origin);
 }
 
@@ -64,6 +135,17 @@ int KOSA_Fprintf(FILE* stream, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     const int result = PrintToStream(stream, format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+int KOSA_Printf(const char* format, ...) {
+    if (format == nullptr) {
+        return -1;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = PrintToStream(stdout, format, arguments);
     va_end(arguments);
     return result;
 }

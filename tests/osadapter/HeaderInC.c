@@ -1,9 +1,12 @@
-/* The public header is for C code as well: this file only has to compile and link. */
+/* The public headers are for C code as well: this file only has to compile and link. */
 #include "osadapter/include/kosa.h"
+#include "osadapter/include/zep.h"
 
 #ifdef _WINDOWS_
-#error "The public header pulls in the platform's."
+#error "The public headers pull in the platform's."
 #endif
+
+_Static_assert(sizeof(OperateRec) == 52, "the history's record as C sees it");
 
 size_t HeaderInC(void);
 

@@ -1,0 +1,107 @@
+#include "osadapter/include/kosa.h"
+#include "osadapter/include/zep.h"
+#include "osadapter/src/adapter_memory.h"
+
+#include <windows.h>
+
+#include <climits>
+#include <cstring>
+
+namespace {
+
+constexpr char kUnit[] = "os_str_config";
+
+// The platform's own converters count in int; longer texts are answered like exhausted memory.
+int CheckedLength(size_t length) noexcept {
+    return length > INT_MAX ? -1 : static_cast<int>(length);
+}
+
+template <class Unit>
+UniqueText<Unit> NewUnits(size_t count) noexcept {
+    const size_t bytes = count * sizeof(Unit);
+    if (bytes > UINT32_MAX) {
+        return nullptr;
+    }
+    return UniqueText<Unit>(static_cast<Unit*>(KOSA_MemMallocD(static_cast<uint32_t>(bytes), __LINE__, kUnit)));
+}
+
+/// Asks for the length, allocates and converts. @param convert takes an output (null to ask) and its room and answers
+/// the units written, 0 on failure. The result is wholly zero when the conversion fails.
+template <class Unit, class Convert>
+UniqueText<Unit> ConvertToNew(Convert convert) noexcept {
+    const int units = convert(nullptr, 0);
+    UniqueText<Unit> output = NewUnits<Unit>(static_cast<size_t>(units) + 1);
+    if (output == nullptr) {
+        return nullptr;
+    }
+    if (units > 0 && convert(output.get(), units) > 0) {
+        output[static_cast<size_t>(units)] = 0;
+    } else {
+        memset(output.get(), 0, (static_cast<size_t>(units) + 1) * sizeof(Unit));
+    }
+    return output;
+}
+
+UniqueText<wchar_t> Widen(const char* text, UINT codePage, DWORD flags) noexcept {
+    const int length = text == nullptr ? -1 : CheckedLength(strlen(text));
+    if (length < 0) {
+        return nullptr;
+    }
+    return ConvertToNew<wchar_t>(
+        [=](wchar_t* output, int room) { return ::MultiByteToWideChar(codePage, flags, text, length, output, room); });
+}
+
+UniqueText<char> Narrow(const wchar_t* text, UINT codePage) noexcept {
+    const int length = text == nullptr ? -1 : CheckedLength(wcslen(text));
+    if (length < 0) {
+        return nullptr;
+    }
+    return ConvertToNew<char>([=](char* output, int room) {
+        return ::WideCharToMultiByte(codePage, 0, text, length, output, room, nullptr, nullptr);
+    });
+}
+
+} // namespace
+
+wchar_t* ZEP_LocaleToUnicodeW(const char* text) {
+    return Widen(text, CP_ACP, MB_PRECOMPOSED).release();
+}
+
+char* ZEP_UnicodeToLocale(const wchar_t* text) {
+    return Narrow(text, CP_ACP).release();
+}
+
+char* ZEP_UnicodeToUtf8(const wchar_t* text) {
+    return Narrow(text, CP_UTF8).release();
+}
+
+wchar_t* ZEP_Utf8ToUnicodeW(const char* text) {
+    return Widen(text, CP_UTF8, 0).release();
+}
+
+char* ZEP_Utf8ToUnicodeA(const char* text) {
+    const UniqueText<wchar_t> wide(ZEP_Utf8ToUnicodeW(text));
+    if (wide == nullptr) {
+        return nullptr;
+    }
+    const size_t bytes = (wcslen(wide.get()) + 1) * sizeof(wchar_t);
+    UniqueText<char> copy = NewUnits<char>(bytes);
+    if (copy != nullptr) {
+        memcpy(copy.get(), wide.get(), bytes);
+    }
+    return copy.release();
+}
+
+char* ZEP_LocaleToUtf8(const char* text) {
+    const UniqueText<wchar_t> wide(ZEP_LocaleToUnicodeW(text));
+    return ZEP_UnicodeToUtf8(wide.get());
+}
+
+char* ZEP_Utf8ToLocale(const char* text) {
+    const UniqueText<wchar_t> wide(ZEP_Utf8ToUnicodeW(text));
+    return ZEP_UnicodeToLocale(wide.get());
+}
+
+void ZEP_StrMemFree(void* text) {
+    KOSA_MemFreeD(text, __LINE__, kUnit);
+}

@@ -1,0 +1,111 @@
+#include "osadapter/include/kosa.h"
+#include "osadapter/src/runtime_guard.h"
+#include "osadapter/src/secure_format.h"
+
+#include <string.h>
+
+#include <cerrno>
+#include <cstddef>
+
+namespace {
+
+constexpr uint32_t kSlots = 512;
+
+struct OperateHistory {
+    OperateRec slots[kSlots];
+    int32_t next; // slot after the last one written, 0 to kSlots
+};
+
+// Programs that watch the add-in from outside read the table by these offsets.
+static_assert(sizeof(OperateRec) == 52);
+static_assert(offsetof(OperateRec, operation) == 0);
+static_assert(offsetof(OperateRec, time) == 4);
+static_assert(offsetof(OperateRec, threadId) == 8);
+static_assert(offsetof(OperateRec, threadName) == 12);
+static_assert(offsetof(OperateRec, param1) == 44);
+static_assert(offsetof(OperateRec, param2) == 48);
+static_assert(sizeof(OperateHistory) == 26628);
+
+OperateHistory g_history;
+
+// "#" means nothing to the text conversion; every runtime passes over it.
+constexpr char kHeader[] = "Trellis Operate History: \n  %#14s  %#10s %#10s %#10s %#5s %s\n";
+constexpr char kRow[] = "  %04d:%02d:%02d(%03d) %#10s 0x%08x 0x%08x %5d %s\n";
+
+const char* OperationName(uint32_t operation) noexcept {
+    switch (operation) {
+    case 0:
+        return "None";
+    case 1:
+        return "CreateTm";
+    case 2:
+        return "DeleteTm";
+    default:
+        return "undefined";
+    }
+}
+
+/// Stores the record. Null goes to the runtime as well: its checked copy clears the slot, sets `errno` to EINVAL and
+/// tells the process's invalid-parameter handler, if there is one.
+void StoreRecord(OperateRec& slot, const OperateRec* record) noexcept {
+#ifdef _WIN32
+    const RuntimeGuard guard;
+    memcpy_s(&slot, sizeof(slot), record, sizeof(slot));
+#else
+    if (record == nullptr) {
+        slot = {};
+        errno = EINVAL;
+        return;
+    }
+    slot = *record;
+#endif
+}
+
+int32_t AppendRow(char* end, uint64_t room, const OperateRec& record) noexcept {
+    // Callers fill the name; one without a terminator ends with its field.
+    char name[sizeof(record.threadName) + 1] = {};
+    memcpy(name, record.threadName, sizeof(record.threadName));
+    const uint32_t seconds = record.time / 100;
+    return SecureFormat(end, room, static_cast<int64_t>(room) - 1, kRow, static_cast<int>(record.time / 360000),
+                        static_cast<int>(seconds % 3600 / 60), static_cast<int>(seconds % 60),
+                        static_cast<int>(record.time % 100 * 10), OperationName(record.operation), record.param1,
+                        record.param2, record.threadId, name);
+}
+
+} // namespace
+
+int32_t KOSA_InitOperateHistory(void) {
+    g_history = {};
+    return 0;
+}
+
+int32_t KOSA_AddOperateRec(const OperateRec* record) {
+    const int32_t slot = g_history.next < static_cast<int32_t>(kSlots) ? g_history.next : 0;
+    StoreRecord(g_history.slots[slot], record);
+    g_history.next = slot + 1;
+    return g_history.next;
+}
+
+int32_t KOSA_DumpOperateHistory(char* buffer, uint32_t size) {
+    if (buffer == nullptr || size == 0) {
+        return -1;
+    }
+    memset(buffer, 0, size);
+    SecureFormat(buffer, size, static_cast<int64_t>(size) - 1, kHeader, "Time", "Operate", "Param1", "Param2", "Tid",
+                 "TName");
+    size_t length = strlen(buffer);
+    int32_t result = static_cast<int32_t>(length);
+    uint32_t at = static_cast<uint32_t>(g_history.next);
+    for (uint32_t visited = 0; visited < kSlots; ++visited) {
+        at = (at + kSlots - 1) % kSlots;
+        if (g_history.slots[at].operation == 0) {
+            continue;
+        }
+        if (length >= size - 1) {
+            return static_cast<int32_t>(length);
+        }
+        result = AppendRow(buffer + length, size - length, g_history.slots[at]);
+        length += strlen(buffer + length);
+    }
+    return result;
+}

@@ -1,0 +1,82 @@
+#include "osadapter/include/kosa.h"
+#include "osadapter/src/runtime_guard.h"
+#include "osadapter/src/secure_format.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace {
+
+constexpr size_t kNumberBytes = 11;
+constexpr uint32_t kUltostrBytes = 12; // 11 octal digits and the terminator
+
+} // namespace
+
+int KOSA_StrToInt(const char* text) {
+    return text == nullptr ? 0 : atoi(text);
+}
+
+double KOSA_StrToFloat(const char* text) {
+    return text == nullptr ? 0.0 : atof(text);
+}
+
+long KOSA_Strtol(const char* text, char** end, int base) {
+    if (text == nullptr) {
+        if (end != nullptr) {
+            *end = nullptr;
+        }
+        return 0;
+    }
+    const RuntimeGuard guard;
+    return strtol(text, end, base);
+}
+
+unsigned long KOSA_Strtoul(const char* text, char** end, int base) {
+    if (text == nullptr) {
+        if (end != nullptr) {
+            *end = nullptr;
+        }
+        return 0;
+    }
+    const RuntimeGuard guard;
+    return strtoul(text, end, base);
+}
+
+int KOSA_StrToInt32(const char* text, int32_t* value) {
+    if (text != nullptr && value != nullptr) {
+        const int kept = errno;
+        char* end = nullptr;
+        const long long number = strtoll(text, &end, 0);
+        errno = kept;
+        // The wider type takes in its own range error: the limits it answers with lie outside as well.
+        if (end != text && number >= INT32_MIN && number <= INT32_MAX) {
+            *value = static_cast<int32_t>(number);
+            return 0;
+        }
+    }
+    errno = 0;
+    return 1;
+}
+
+char* KOSA_IntToStr(int value, char* buffer) {
+    if (buffer != nullptr) {
+        // Deliberate: one byte less than the longest number needs. Callers hold buffers of exactly 11 bytes.
+        SecureFormat(buffer, kNumberBytes, kNumberBytes - 1, "%d", value);
+    }
+    return buffer;
+}
+
+char* KOSA_FloatToStr(double value, char* buffer) {
+    if (buffer != nullptr) {
+        SecureFormat(buffer, kNumberBytes, kNumberBytes - 1, "%f", value);
+    }
+    return buffer;
+}
+
+int KOSA_Ultostr(char* buffer, uint32_t size, uint32_t value, int base) {
+    const uint32_t used = std::min(size, kUltostrBytes);
+    const char* const format = base == 8 ? "%o" : base == 16 ? "%x" : "%u";
+    return SecureFormat(buffer, used, static_cast<int64_t>(used) - 1, format, value);
+}

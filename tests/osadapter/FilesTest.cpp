@@ -1,0 +1,163 @@
+#include "osadapter/include/kosa.h"
+#include "tests/support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <ctime>
+
+namespace {
+
+TEST(AdapterFiles, WithAnEmptyModeAreNotTouched) {
+    const TempFolder folder;
+    EXPECT_EQ(KOSA_Fopen(folder.Utf8("a.txt").c_str(), ""), nullptr);
+    EXPECT_EQ(folder.Read("a.txt"), "(missing)");
+}
+
+TEST(AdapterFiles, AreWrittenRenamedCopiedAndRemovedUnderUtf8Names) {
+    const TempFolder folder;
+    const std::string first = folder.Utf8("\xE7\xBA\xAA\xE8\xA6\x81.txt");
+    const std::string second = folder.Utf8("b.txt");
+    FILE* const file = KOSA_Fopen(first.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    const std::string longText(5000, 'y');
+    EXPECT_EQ(KOSA_Fprintf(file, "%d %s|%I64u|", 7, "ab", 18446744073709551615ULL), 26);
+    EXPECT_EQ(KOSA_Fprintf(file, "%s", longText.c_str()), 5000);
+    EXPECT_EQ(KOSA_Ftell(file), 5026);
+    EXPECT_EQ(KOSA_Fclose(file), 0);
+    const std::string content = "7 ab|18446744073709551615|" + longText;
+    EXPECT_EQ(folder.Read(L"\u7eaa\u8981.txt"), content);
+
+    EXPECT_EQ(KOSA_Rename(first.c_str(), second.c_str()), 0);
+    EXPECT_EQ(KOSA_Access(second.c_str(), 0), 0);
+    folder.Write("c.txt", "replaced by the copy");
+    EXPECT_EQ(KOSA_CopyFile(second.c_str(), folder.Utf8("c.txt").c_str()), 0);
+    EXPECT_EQ(folder.Read("c.txt"), content);
+    EXPECT_EQ(KOSA_Remove(second.c_str()), 0);
+    EXPECT_EQ(KOSA_Access(second.c_str(), 0), -1);
+    EXPECT_EQ(KOSA_CopyFile(second.c_str(), folder.Utf8("c.txt").c_str()), -1);
+}
+
+TEST(AdapterFiles, AboveTheBasicPlaneGoUnderACutName) {
+    const TempFolder folder;
+    FILE* const file = KOSA_Fopen(folder.Utf8("\xF0\x92\x8D\x85.txt").c_str(), "w"); // U+12345
+    ASSERT_NE(file, nullptr);
+    KOSA_Fclose(file);
+    EXPECT_EQ(folder.Read(L"\u2345.txt"), "");
+    // A name the system gave comes back unit by unit, and so it is found again.
+    std::ofstream(folder.Path() / L"\U0001F600.bin") << "smile";
+    EXPECT_EQ(KOSA_Access(folder.Utf8("\xED\xA0\xBD\xED\xB8\x80.bin").c_str(), 0), 0);
+}
+
+TEST(AdapterDescriptors, ReadWriteSeekAndCut) {
+    const TempFolder folder;
+    const std::string path = folder.Utf8("\xE4\xBC\x9A.bin");
+    int descriptor = KOSA_Creat(path.c_str(), _S_IREAD | _S_IWRITE);
+    ASSERT_GT(descriptor, 2);
+    EXPECT_EQ(KOSA_Write(descriptor, "0123456789", 10), 10);
+    EXPECT_EQ(KOSA_Ftruncate(descriptor, 7), 0);
+    EXPECT_EQ(KOSA_Close(descriptor), 0);
+
+    descriptor = KOSA_Open(path.c_str(), _O_RDONLY | _O_BINARY, 0);
+    ASSERT_GT(descriptor, 2);
+    char text[20] = {};
+    EXPECT_EQ(KOSA_LSeek(descriptor, -3, SEEK_END), 4);
+    EXPECT_EQ(KOSA_Read(descriptor, text, sizeof(text)), 3);
+    EXPECT_STREQ(text, "456");
+    EXPECT_EQ(KOSA_Read(descriptor, text, sizeof(text)), 0);
+    EXPECT_EQ(KOSA_Write(descriptor, "x", 1), -1);
+
+    KosaStat byPath, byDescriptor;
+    memset(&byPath, 0x55, sizeof(byPath));
+    EXPECT_EQ(KOSA_Stat(path.c_str(), &byPath), 0);
+    EXPECT_EQ(KOSA_FStat(descriptor, &byDescriptor), 0);
+    EXPECT_EQ(KOSA_Close(descriptor), 0);
+    EXPECT_EQ(byPath.size, 7u);
+    EXPECT_EQ(byDescriptor.size, 7u);
+    EXPECT_EQ(byPath.mode & _S_IFMT, _S_IFREG);
+    EXPECT_EQ(byPath.linkCount, 1);
+    EXPECT_EQ(byPath.userId, 0);
+    EXPECT_EQ(byPath.modificationTime, byDescriptor.modificationTime);
+    EXPECT_NEAR(static_cast<double>(byPath.modificationTime), static_cast<double>(time(nullptr)), 60.0);
+    uint32_t size = 0;
+    EXPECT_EQ(KOSA_GetFileSize(path.c_str(), &size), 0);
+    EXPECT_EQ(size, 7u);
+
+    KosaStat folderStatus;
+    EXPECT_EQ(KOSA_Stat(folder.Utf8(".").c_str(), &folderStatus), 0);
+    EXPECT_EQ(folderStatus.mode & _S_IFMT, _S_IFDIR);
+    EXPECT_EQ(KOSA_Stat(folder.Utf8("none").c_str(), &byPath), -1);
+    EXPECT_EQ(byPath.size, 0u); // zeroed all the same
+    EXPECT_EQ(byPath.modificationTime, 0);
+}
+
+TEST(AdapterStreams, KeepPositionEndAndError) {
+    const TempFolder folder;
+    const std::wstring path = (folder.Path() / L"lines.txt").wstring();
+    FILE* const stream = KOSA_Fopen_w(path.c_str(), L"w+b");
+    ASSERT_NE(stream, nullptr);
+    EXPECT_GE(KOSA_Fputs("one\ntwo\n", stream), 0);
+    EXPECT_EQ(KOSA_Fputc('!', stream), '!');
+    EXPECT_EQ(KOSA_Fwrite("abcdef", 3, 2, stream), 2u);
+    EXPECT_EQ(KOSA_Fflush(stream), 0);
+    EXPECT_EQ(folder.Read("lines.txt"), "one\ntwo\n!abcdef");
+    EXPECT_GT(KOSA_Fileno(stream), 2);
+
+    KOSA_Rewind(stream);
+    char line[8] = {};
+    fpos_t second = {};
+    EXPECT_EQ(KOSA_Fgets(line, sizeof(line), stream), line);
+    EXPECT_STREQ(line, "one\n");
+    EXPECT_EQ(KOSA_Fgetpos(stream, &second), 0);
+    EXPECT_EQ(KOSA_Fgetc(stream), 't');
+    EXPECT_EQ(KOSA_Fsetpos(stream, &second), 0);
+    EXPECT_EQ(KOSA_Fgets(line, 3, stream), line);
+    EXPECT_STREQ(line, "tw");
+    EXPECT_EQ(KOSA_Fseek(stream, -6, SEEK_END), 0);
+    char items[8] = {};
+    EXPECT_EQ(KOSA_Fread(items, 4, 2, stream), 1u);
+    EXPECT_NE(KOSA_Feof(stream), 0);
+    EXPECT_EQ(KOSA_Ferror(stream), 0);
+    KOSA_Clearerr(stream);
+    EXPECT_EQ(KOSA_Feof(stream), 0);
+    EXPECT_EQ(KOSA_Fseek(stream, -1, SEEK_SET), -1);
+    EXPECT_EQ(KOSA_Fclose(stream), 0);
+
+    FILE* const readOnly = KOSA_Fopen_w(path.c_str(), L"rb");
+    ASSERT_NE(readOnly, nullptr);
+    EXPECT_EQ(KOSA_Fputc('x', readOnly), -1);
+    EXPECT_NE(KOSA_Ferror(readOnly), 0);
+    KOSA_Fclose(readOnly); // runtimes differ in whether it repeats the error
+
+    FILE* const temporary = KOSA_TmpFile();
+    ASSERT_NE(temporary, nullptr);
+    EXPECT_EQ(KOSA_Fputc('t', temporary), 't');
+    EXPECT_EQ(KOSA_Fclose(temporary), 0);
+}
+
+TEST(AdapterDevices, AreControlledThroughA32BitHandle) {
+    constexpr uint32_t kPeekPipe = 0x0011400C; // the pipe driver's own "what is there to read"
+    HANDLE reader = nullptr, writer = nullptr;
+    ASSERT_TRUE(::CreatePipe(&reader, &writer, nullptr, 0));
+    DWORD written = 0;
+    ASSERT_TRUE(::WriteFile(writer, "abc", 3, &written, nullptr));
+    struct {
+        uint32_t state, readable, messages, messageLength;
+        char data[16];
+    } peeked = {};
+    const int32_t device = static_cast<int32_t>(reinterpret_cast<intptr_t>(reader));
+    uint32_t returned = 0;
+    EXPECT_EQ(KOSA_Ioctl(device, kPeekPipe, nullptr, 0, &peeked, sizeof(peeked), &returned), 0);
+    EXPECT_EQ(returned, 16u + 3);
+    EXPECT_EQ(peeked.readable, 3u);
+    EXPECT_STREQ(peeked.data, "abc");
+    EXPECT_EQ(KOSA_Ioctl(device, kPeekPipe, nullptr, 0, &peeked, sizeof(peeked), nullptr), 0);
+    EXPECT_EQ(KOSA_CloseHandle(reader), 0);
+    EXPECT_EQ(KOSA_CloseHandle(writer), 0);
+    EXPECT_EQ(KOSA_CloseHandle(writer), -1);
+}
+
+} // namespace
