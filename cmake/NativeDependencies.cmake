@@ -1,4 +1,5 @@
 find_package(jsoncpp CONFIG REQUIRED)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 if(BUILD_TESTING)
     find_package(GTest REQUIRED)
 endif()
