@@ -17,9 +17,6 @@ namespace {
 constexpr wchar_t kLogFile[] = L"NembraMeeting\\log\\outlookaddin.txt";
 constexpr int32_t kMaxSizeKB = 1048576; // 1 GiB
 constexpr int32_t kBackupCount = 2;
-// Deliberate: drops `Debug` and with it every message of the channel. Their content is the users' meetings and has no
-// place in a file that is sent to support.
-constexpr int32_t kThreshold = static_cast<int32_t>(LogLevel::Info);
 
 std::atomic<uint32_t> g_logId{0};
 
@@ -42,7 +39,7 @@ void GetRoamingFolder(wchar_t (&path)[MAX_PATH]) noexcept {
 
 uint32_t OpenLog(const wchar_t* path) {
     const std::string narrow = ToUtf8(path);
-    const LogOneConfig config = {narrow.c_str(), kMaxSizeKB, kBackupCount, kThreshold};
+    const LogOneConfig config = {narrow.c_str(), kMaxSizeKB, kBackupCount, kAddinLogThreshold};
     return LogOneOpen(&config);
 }
 

@@ -11,34 +11,39 @@ LogLine::LogLine(const wchar_t* source, const wchar_t* function, int line)
     : source_(::PathFindFileNameW(source)), function_(function), line_(line) {}
 
 LogLine::~LogLine() {
-    if (source_ == nullptr || function_ == nullptr) {
+    const auto level = static_cast<int32_t>(level_);
+    if (source_ == nullptr || function_ == nullptr || level > kAddinLogThreshold) {
         return;
     }
     try {
-        const std::string text = ToUtf8(stream_.view());
-        LogOneWrite(AddinLogId(), "", static_cast<int32_t>(level_), ToUtf8(function_).c_str(), ToUtf8(source_).c_str(),
-                    line_, "%s", text.c_str());
+        const std::string text = stream_ ? ToUtf8(stream_->view()) : std::string();
+        LogOneWrite(AddinLogId(), "", level, ToUtf8(function_).c_str(), ToUtf8(source_).c_str(), line_, "%s",
+                    text.c_str());
     } catch (...) {
         // The line is lost; a log statement never fails its function.
     }
 }
 
+std::wostream& LogLine::At(LogLevel level) {
+    level_ = level;
+    if (static_cast<int32_t>(level) > kAddinLogThreshold) {
+        return dropped_; // Debug statements stand in every reference count; they must cost next to nothing.
+    }
+    return stream_ ? *stream_ : stream_.emplace();
+}
+
 std::wostream& LogLine::Error() {
-    level_ = LogLevel::Error;
-    return stream_;
+    return At(LogLevel::Error);
 }
 
 std::wostream& LogLine::Warning() {
-    level_ = LogLevel::Warning;
-    return stream_;
+    return At(LogLevel::Warning);
 }
 
 std::wostream& LogLine::Info() {
-    level_ = LogLevel::Info;
-    return stream_;
+    return At(LogLevel::Info);
 }
 
 std::wostream& LogLine::Debug() {
-    level_ = LogLevel::Debug;
-    return stream_;
+    return At(LogLevel::Debug);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <source_location>
 #include <sstream>
 
@@ -28,7 +29,10 @@ public:
     std::wostream& Debug();
 
 private:
-    std::wostringstream stream_;
+    std::wostream& At(LogLevel level);
+
+    std::optional<std::wostringstream> stream_; // made for a line that will be written
+    std::wostream dropped_{nullptr};            // takes a line that will not, and formats nothing
     const wchar_t* source_; // Pointers, so that a statement cannot fail for want of memory before it has begun.
     const wchar_t* function_;
     int line_;

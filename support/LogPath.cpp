@@ -43,7 +43,8 @@ bool AppendComponent(std::string& directory, size_t rootLength, std::string_view
     if (directory.size() <= rootLength) {
         return false;
     }
-    directory.resize(std::max(rootLength, directory.rfind(kSeparator)));
+    const size_t last = directory.rfind(kSeparator);
+    directory.resize(last == std::string::npos ? rootLength : std::max(rootLength, last));
     return true;
 }
 

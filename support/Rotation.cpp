@@ -6,7 +6,7 @@
 
 std::optional<LogNameParts> SplitLogName(std::string_view fileName) {
     const size_t dot = fileName.rfind('.');
-    if (dot == std::string_view::npos || dot >= kLogNameBytes) {
+    if (dot >= kLogNameBytes) { // also when there is none
         return std::nullopt;
     }
     return LogNameParts{fileName.substr(0, dot), fileName.substr(dot)};
