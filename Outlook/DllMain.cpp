@@ -1,6 +1,7 @@
 #include "Outlook/AddIns/ComGuard.h"
 #include "Outlook/AddIns/Factory.h"
 #include "Outlook/AddIns/ModuleState.h"
+#include "Outlook/AddIns/Registrar.h"
 #include "resources/Connect.h"
 #include "support/LogLine.h"
 
@@ -58,4 +59,12 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv) {
 
 STDAPI DllCanUnloadNow() {
     return ModuleState::CanUnload() ? S_OK : S_FALSE;
+}
+
+STDAPI DllRegisterServer() {
+    return GuardComCall(kSource, L"DllRegisterServer", [] { return Registrar().Register(); });
+}
+
+STDAPI DllUnregisterServer() {
+    return GuardComCall(kSource, L"DllUnregisterServer", [] { return Registrar().Unregister(); });
 }

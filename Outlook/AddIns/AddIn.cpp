@@ -1,6 +1,7 @@
 #include "Outlook/AddIns/AddIn.h"
 
 #include "Outlook/AddIns/ComGuard.h"
+#include "Outlook/AddIns/EventSinks.h"
 #include "Outlook/AddIns/LogText.h"
 #include "Outlook/AddIns/ModuleState.h"
 #include "Outlook/Business/Meeting.h"
@@ -14,6 +15,28 @@ namespace {
 constexpr const wchar_t* kSource = L"AddIns/AddIn";
 constexpr long kOldestHostVersion = 15; // Outlook 2013
 
+void MuteSink(const IEventSinkPtr& sink) {
+    if (sink != nullptr) {
+        sink->SetHandler(nullptr);
+    }
+}
+
+void DropSink(const IEventSinkPtr& sink) {
+    if (sink != nullptr) {
+        sink->Unadvise();
+    }
+}
+
+/// Connects a collection's sink, made on first use. A sink that cannot be connected stays and hears nothing.
+template <class Sink>
+void Follow(IEventSinkPtr& sink, AddIn* handler, IUnknown* collection) {
+    if (sink == nullptr) {
+        sink = MakeSink<Sink>(handler, collection);
+    } else {
+        sink->Advise(collection);
+    }
+}
+
 } // namespace
 
 AddIn::AddIn() : gate_(std::make_shared<NotifyGate>(this)) {
@@ -22,6 +45,13 @@ AddIn::AddIn() : gate_(std::make_shared<NotifyGate>(this)) {
 
 AddIn::~AddIn() {
     gate_->Close();
+    // All are muted before the first one goes: the host may raise an event when a sink lets go of its window, and a
+    // handler must not take and release references on an add-in that is ending.
+    MuteSink(explorersSink_);
+    MuteSink(inspectorsSink_);
+    sinks_.Clear();
+    DropSink(explorersSink_);
+    DropSink(inspectorsSink_);
     DestroyMessageWindow();
     StopGdiplus();
     --ModuleState::liveObjects;
@@ -167,6 +197,7 @@ HRESULT AddIn::Connect(IDispatch* application) {
     if (!IsHostSupported()) {
         return CO_E_NOT_SUPPORTED;
     }
+    OnNewExplorer(explorer);
     status = FollowExplorers();
     if (FAILED(status)) {
         return status;
@@ -213,6 +244,8 @@ HRESULT AddIn::FollowExplorers() {
     const HRESULT status = Outlook::GetExplorers(application_, explorers);
     if (FAILED(status)) {
         LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Explorers fail.";
+    } else if (explorers != nullptr) {
+        Follow<ExplorersEventsSink>(explorersSink_, this, explorers);
     }
     return status;
 }
@@ -222,6 +255,8 @@ HRESULT AddIn::FollowInspectors() {
     const HRESULT status = Outlook::GetInspectors(application_, inspectors);
     if (FAILED(status)) {
         LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Inspectors fail.";
+    } else if (inspectors != nullptr) {
+        Follow<InspectorsEventsSink>(inspectorsSink_, this, inspectors);
     }
     return status;
 }
@@ -262,6 +297,11 @@ void AddIn::StopGdiplus() {
 
 HRESULT AddIn::OnDisconnection(ext_DisconnectMode /*removeMode*/, SAFEARRAY** /*custom*/) noexcept {
     return GuardComCall(kSource, L"AddIn::OnDisconnection", [this] {
+        for (const IEventSinkPtr& sink : {explorersSink_, inspectorsSink_}) {
+            if (sink != nullptr) {
+                sink->Unadvise();
+            }
+        }
         DestroyMessageWindow();
         StopGdiplus();
         return S_OK;

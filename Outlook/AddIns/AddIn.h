@@ -3,6 +3,7 @@
 #include "Outlook/AddIns/MeetingInfo.h"
 #include "Outlook/AddIns/NotifyGate.h"
 #include "Outlook/AddIns/OfficeInterfaces.h"
+#include "Outlook/AddIns/SinkTables.h"
 #include "Outlook/Business/AddinEventHandler.h"
 #include "Outlook/ObjectModel/ObjectModel.h"
 #include "resources/Connect.h"
@@ -72,6 +73,16 @@ public:
     /// explorer. Holds the item until it returns.
     HRESULT ActionTask(ActionType type, Outlook::_AppointmentItemPtr item);
 
+    // What the host's events ask of the add-in (ItemLife.cpp). The two that answer false refuse the host's action.
+    void OnNewExplorer(Outlook::_Explorer* explorer);
+    void OnExplorerClose(Outlook::_Explorer* explorer);
+    void OnNewInspector(Outlook::_InspectorPtr inspector);
+    void OnInspectorClose(Outlook::_InspectorPtr inspector);
+    /// @param newStatus the item's meeting status at its last write.
+    bool OnAppointmentItemSend(Outlook::_AppointmentItemPtr item, int32_t newStatus);
+    bool OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item);
+    bool OnAppointmentItemDelete(Outlook::_AppointmentItemPtr item);
+
     /// Runs a task later on the user-interface thread. It is lost when the notification window is gone.
     void PostTask(std::function<void()> task);
 
@@ -90,6 +101,10 @@ private:
     HRESULT StartMeetingLink();
     void StartGdiplus();
     void StopGdiplus();
+
+    // Item life (ItemLife.cpp)
+    bool IsClientConnected();
+    void SettleNewItem(const Outlook::_AppointmentItemPtr& item);
 
     // Ribbon (Ribbon.cpp, RibbonImage.cpp)
     HRESULT CustomUI(BSTR ribbonId, BSTR& xml);
@@ -140,8 +155,11 @@ private:
     std::atomic<HWND> messageWindow_{nullptr}; // read by the channel's thread
     ULONG_PTR gdiplusToken_ = 0;
     Gdiplus::GdiplusStartupInput gdiplusInput_;
-    DWORD languageId_ = kChinese;               // also when the host cannot tell its language
-    Outlook::_InspectorPtr currentInspector_;   // the one in which schedule or modify was pressed last
+    DWORD languageId_ = kChinese;             // also when the host cannot tell its language
+    Outlook::_InspectorPtr currentInspector_; // the one in which schedule or modify was pressed last
+    IEventSinkPtr explorersSink_;
+    IEventSinkPtr inspectorsSink_;
+    SinkTables sinks_;                          // of the open explorers, inspectors and appointments
     AddinEventHandler* eventHandler_ = nullptr; // lives as long as the module; null until connected
     std::atomic<uint32_t> refCount_{1};
     ITypeInfoPtr typeInfo_;

@@ -32,6 +32,11 @@ void RunTask(Task& task) noexcept {
 void DropTasks(HWND window) noexcept {
     MSG message = {};
     while (::PeekMessageW(&message, window, kRunTask, kRunTask, PM_REMOVE)) {
+        if (message.message == WM_QUIT) { // comes whatever the filter is, and belongs to the host
+            DropTasks(window);
+            ::PostQuitMessage(static_cast<int>(message.wParam));
+            return;
+        }
         delete reinterpret_cast<Task*>(message.lParam);
     }
 }

@@ -27,7 +27,7 @@ Member currentItem{L"CurrentItem"}, close{L"Close"};
 }
 namespace AppointmentMembers {
 Member subject{L"Subject"}, location{L"Location"}, body{L"Body"}, entryId{L"EntryID"}, startUtc{L"StartUTC"},
-    endUtc{L"EndUTC"}, meetingStatus{L"MeetingStatus"}, formDescription{L"FormDescription"},
+    endUtc{L"EndUTC"}, meetingStatus{L"MeetingStatus"}, saved{L"Saved"}, formDescription{L"FormDescription"},
     getInspector{L"GetInspector"}, remove{L"Delete"}, display{L"Display"};
 }
 namespace FormMembers {
@@ -35,6 +35,9 @@ Member comment{L"Comment"};
 }
 namespace ControlMembers {
 Member id{L"Id"}, context{L"Context"};
+}
+namespace RibbonMembers {
+Member invalidateControl{L"InvalidateControl"};
 }
 
 VARIANT Text(const _bstr_t& text) {
@@ -233,6 +236,13 @@ HRESULT GetMeetingStatus(_AppointmentItem* item, long& status) {
     return GetNumberProperty(item, AppointmentMembers::meetingStatus, status);
 }
 
+HRESULT GetSaved(_AppointmentItem* item, bool& saved) {
+    _variant_t result;
+    const HRESULT status = Convert(GetProperty(item, AppointmentMembers::saved, result), result, VT_BOOL);
+    saved = SUCCEEDED(status) && result.boolVal != VARIANT_FALSE;
+    return status;
+}
+
 HRESULT GetFormDescription(_AppointmentItem* item, FormDescriptionPtr& form) {
     return GetObjectProperty(item, AppointmentMembers::formDescription, form);
 }
@@ -287,6 +297,10 @@ HRESULT GetId(IRibbonControl* control, _bstr_t& id) {
 
 HRESULT GetContext(IRibbonControl* control, IDispatchPtr& context) {
     return GetObjectProperty(control, ControlMembers::context, context);
+}
+
+HRESULT InvalidateControl(IRibbonUI* ribbon, const _bstr_t& controlId) {
+    return CallWithoutResult(ribbon, RibbonMembers::invalidateControl, {Text(controlId)});
 }
 
 } // namespace Outlook

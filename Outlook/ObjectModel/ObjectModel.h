@@ -46,6 +46,7 @@ HRESULT GetEntryID(_AppointmentItem* item, _bstr_t& entryId);
 HRESULT GetStartUTC(_AppointmentItem* item, DATE& start);
 HRESULT GetEndUTC(_AppointmentItem* item, DATE& end);
 HRESULT GetMeetingStatus(_AppointmentItem* item, long& status);
+HRESULT GetSaved(_AppointmentItem* item, bool& saved);
 HRESULT GetFormDescription(_AppointmentItem* item, FormDescriptionPtr& form);
 HRESULT GetInspector(_AppointmentItem* item, _InspectorPtr& inspector);
 HRESULT PutSubject(_AppointmentItem* item, const _bstr_t& subject);
@@ -63,5 +64,6 @@ HRESULT PutComment(FormDescription* form, const _bstr_t& comment);
 
 HRESULT GetId(IRibbonControl* control, _bstr_t& id);
 HRESULT GetContext(IRibbonControl* control, IDispatchPtr& context);
+HRESULT InvalidateControl(IRibbonUI* ribbon, const _bstr_t& controlId);
 
 } // namespace Outlook

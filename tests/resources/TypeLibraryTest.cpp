@@ -82,6 +82,12 @@ protected:
     TypeInfoPointer connect_;
 };
 
+TEST_F(TypeLibrary, IsFoundByTheModulesPathAlone) {
+    // So the platform looks for it once it is registered.
+    TypeLibPointer found;
+    EXPECT_EQ(::LoadTypeLibEx(ProgramPath().c_str(), REGKIND_NONE, &found), S_OK);
+}
+
 TEST_F(TypeLibrary, MethodsHaveTheirDefaultIdsAndPublishedParameterNames) {
     const struct {
         const wchar_t* method;

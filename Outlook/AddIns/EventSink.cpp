@@ -1,0 +1,205 @@
+#include "Outlook/AddIns/EventSinks.h"
+
+#include "Outlook/AddIns/AddIn.h"
+#include "Outlook/AddIns/LogText.h"
+#include "support/LogLine.h"
+
+#include <source_location>
+
+namespace {
+
+constexpr const wchar_t* kSource = L"AddIns/EventSink";
+
+// The host's numbers. The same number means different events on different interfaces.
+constexpr DISPID kNewWindow = 0xF001;    // collections: NewExplorer, NewInspector
+constexpr DISPID kWindowClose = 0xF008;  // explorer, inspector: Close
+constexpr DISPID kItemWrite = 0xF002;    // item: Write(Cancel)
+constexpr DISPID kItemSend = 0xF005;     // item: Send(Cancel)
+constexpr DISPID kItemDeleting = 0xFA75; // item: BeforeDelete(Item, Cancel)
+
+void LogEvent(const wchar_t* method, DISPID event,
+              int line = static_cast<int>(std::source_location::current().line())) {
+    LogLine(kSource, method, line).Info() << L"DispId: " << event;
+}
+
+/// The window that a "new window" event brings. @return false, with a log line, for any other arguments.
+template <class Interface>
+bool TakeWindow(const wchar_t* method, const DISPPARAMS& arguments, Interface& window) {
+    if (arguments.cArgs != 1 || arguments.rgvarg == nullptr || arguments.rgvarg[0].vt != VT_DISPATCH) {
+        LogLine(kSource, method).Error() << L"Invalid params.";
+        return false;
+    }
+    IDispatch* object = arguments.rgvarg[0].pdispVal;
+    if (object != nullptr) {
+        object->QueryInterface(&window);
+    }
+    return true;
+}
+
+/// Refuses what the host is about to do. Cancel is the last argument, and arguments arrive last first. It does arrive
+/// without a reference to write to, or not at all; then there is nothing to refuse with.
+void Cancel(const DISPPARAMS& arguments) noexcept {
+    if (arguments.cArgs == 0 || arguments.rgvarg == nullptr) {
+        return;
+    }
+    const VARIANT& cancel = arguments.rgvarg[0];
+    if (cancel.vt == (VT_BYREF | VT_BOOL) && cancel.pboolVal != nullptr) {
+        *cancel.pboolVal = VARIANT_TRUE;
+    }
+}
+
+/// Keeps the add-in alive while it handles an event: a handler can pump messages, and the host may let go meanwhile.
+class AddInPtr {
+public:
+    explicit AddInPtr(AddIn* addIn) : addIn_(addIn) {
+        if (addIn_ != nullptr) {
+            addIn_->AddRef();
+        }
+    }
+    ~AddInPtr() {
+        if (addIn_ != nullptr) {
+            addIn_->Release();
+        }
+    }
+    AddInPtr(const AddInPtr&) = delete;
+    AddInPtr& operator=(const AddInPtr&) = delete;
+
+    AddIn* operator->() const noexcept { return addIn_; }
+    bool operator==(std::nullptr_t) const noexcept { return addIn_ == nullptr; }
+
+private:
+    AddIn* addIn_;
+};
+
+/// A handler's answer; one that fails by an exception lets the host go on.
+template <class Handle>
+bool Ask(const wchar_t* method, Handle&& handle) {
+    bool goesAhead = true;
+    GuardComCall(kSource, method, [&] {
+        goesAhead = handle();
+        return S_OK;
+    });
+    return goesAhead;
+}
+
+} // namespace
+
+HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& point) {
+    IConnectionPointContainerPtr container;
+    const HRESULT status = source->QueryInterface(&container);
+    if (FAILED(status)) {
+        // Deliberate: one text for every kind of source; the log line's function tells nothing else apart either.
+        LogLine(kSource, L"EventSinkImpl::Advise").Error()
+            << L"Query IConnectionPointContainer interface from _Explorer fail: 0x" << Hex(status);
+        return status;
+    }
+    return container->FindConnectionPoint(events, &point);
+}
+
+HRESULT ExplorersEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments) {
+    if (event != kNewWindow) {
+        return E_NOTIMPL;
+    }
+    LogEvent(Name(), event);
+    Outlook::_ExplorerPtr explorer;
+    if (!TakeWindow(Name(), arguments, explorer)) {
+        return E_INVALIDARG;
+    }
+    const AddInPtr handler(Handler());
+    if (handler != nullptr) {
+        handler->OnNewExplorer(explorer);
+    }
+    return S_OK;
+}
+
+HRESULT ExplorerEventsSink::OnEvent(DISPID event, const DISPPARAMS& /*arguments*/) {
+    if (event != kWindowClose) {
+        return E_NOTIMPL;
+    }
+    LogEvent(Name(), event);
+    const AddInPtr handler(Handler());
+    if (handler != nullptr) {
+        handler->OnExplorerClose(SourceObject());
+    }
+    return S_OK;
+}
+
+HRESULT InspectorsEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments) {
+    if (event != kNewWindow) {
+        return E_NOTIMPL;
+    }
+    LogEvent(Name(), event);
+    Outlook::_InspectorPtr inspector;
+    if (!TakeWindow(Name(), arguments, inspector)) {
+        return E_INVALIDARG;
+    }
+    const AddInPtr handler(Handler());
+    if (handler != nullptr && inspector != nullptr) {
+        handler->OnNewInspector(inspector);
+    }
+    return S_OK;
+}
+
+HRESULT InspectorEventsSink::OnEvent(DISPID event, const DISPPARAMS& /*arguments*/) {
+    if (event != kWindowClose) {
+        return E_NOTIMPL;
+    }
+    LogEvent(Name(), event);
+    const AddInPtr handler(Handler());
+    if (handler != nullptr) {
+        handler->OnInspectorClose(SourceObject());
+    }
+    return S_OK;
+}
+
+HRESULT ItemEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments) {
+    switch (event) {
+    case kItemWrite:
+        LogEvent(Name(), event);
+        return OnWrite(arguments);
+    case kItemSend:
+        LogEvent(Name(), event);
+        return OnSend();
+    case kItemDeleting:
+        LogEvent(Name(), event);
+        return OnBeforeDelete(arguments);
+    default:
+        return E_NOTIMPL;
+    }
+}
+
+HRESULT ItemEventsSink::OnWrite(const DISPPARAMS& arguments) {
+    const AddInPtr handler(Handler());
+    const Outlook::_AppointmentItemPtr item = SourceObject(); // The handler may disconnect this sink.
+    if (handler == nullptr || item == nullptr) {
+        return S_OK;
+    }
+    if (writeArmed_ && !Ask(Name(), [&] { return handler->OnAppointmentItemWrite(item); })) {
+        Cancel(arguments);
+    }
+    long status = 0;
+    if (SUCCEEDED(Outlook::GetMeetingStatus(item, status))) {
+        savedStatus_ = status;
+    }
+    writeArmed_ = true;
+    return S_OK; // A failure would make the host overlook the refusal.
+}
+
+HRESULT ItemEventsSink::OnSend() {
+    const AddInPtr handler(Handler());
+    const Outlook::_AppointmentItemPtr item = SourceObject();
+    if (handler != nullptr && item != nullptr) {
+        Ask(Name(), [&] { return handler->OnAppointmentItemSend(item, savedStatus_); });
+    }
+    writeArmed_ = false;
+    return S_OK;
+}
+
+HRESULT ItemEventsSink::OnBeforeDelete(const DISPPARAMS& arguments) {
+    const AddInPtr handler(Handler());
+    const Outlook::_AppointmentItemPtr item = SourceObject();
+    if (handler != nullptr && item != nullptr && !Ask(Name(), [&] { return handler->OnAppointmentItemDelete(item); })) {
+        Cancel(arguments);
+    }
+    return S_OK;
+}

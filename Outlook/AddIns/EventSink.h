@@ -1,0 +1,147 @@
+#pragma once
+
+#include "Outlook/AddIns/ComGuard.h"
+#include "Outlook/ObjectModel/ObjectModel.h"
+
+#include <atomic>
+#include <cstdint>
+#include <utility>
+
+class AddIn;
+
+/// A sink on one host object's events. The host's user-interface thread only, but for the reference count.
+MIDL_INTERFACE("5d6bd6dd-53f5-4a0e-8bd7-3f5d6b9a1c42")
+IEventSink : public IUnknown {
+    /// Sets the add-in that the events go to; the sink does not own it. Null drops the events.
+    virtual HRESULT SetHandler(AddIn * handler) = 0;
+    /// Connects the sink to the source and keeps the source. @return S_FALSE when it is connected already.
+    virtual HRESULT Advise(IUnknown * source) = 0;
+    /// Disconnects and lets go of the source. Does nothing when it is not connected.
+    virtual HRESULT Unadvise() = 0;
+    virtual ~IEventSink() = default;
+};
+__CRT_UUID_DECL(IEventSink, 0x5d6bd6dd, 0x53f5, 0x4a0e, 0x8b, 0xd7, 0x3f, 0x5d, 0x6b, 0x9a, 0x1c, 0x42)
+_COM_SMARTPTR_TYPEDEF(IEventSink, __uuidof(IEventSink));
+_COM_SMARTPTR_TYPEDEF(IConnectionPoint, __uuidof(IConnectionPoint));
+_COM_SMARTPTR_TYPEDEF(IConnectionPointContainer, __uuidof(IConnectionPointContainer));
+
+/// Finds the source's connection point for an event interface. A failure to get at any is logged.
+HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& point);
+
+/// What every sink has in common. `Events` is the host's event interface, `SourcePtr` the pointer to the object that
+/// raises them: without it the host would let the events die. A concrete sink answers `OnEvent` for what matters to it.
+template <class Events, class SourcePtr>
+class EventSinkImpl : public IEventSink, public Events {
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) noexcept override {
+        if (ppv == nullptr) {
+            return E_POINTER;
+        }
+        *ppv = nullptr;
+        if (riid == __uuidof(IUnknown) || riid == __uuidof(IDispatch) || riid == __uuidof(Events)) {
+            *ppv = static_cast<Events*>(this);
+        } else if (riid == __uuidof(IEventSink)) {
+            *ppv = static_cast<IEventSink*>(this);
+        } else {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+
+    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return ++refCount_; }
+
+    ULONG STDMETHODCALLTYPE Release() noexcept override {
+        const uint32_t left = --refCount_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+    HRESULT SetHandler(AddIn* handler) override {
+        handler_ = handler;
+        return S_OK;
+    }
+
+    HRESULT Advise(IUnknown* source) override {
+        if (cookie_ != 0) {
+            return S_FALSE;
+        }
+        if (source == nullptr) {
+            return E_POINTER;
+        }
+        HRESULT status = FindEventSource(source, __uuidof(Events), connectionPoint_);
+        // Kept even when no events will come of it: the tables know the source by its address, which must not become
+        // another object's while the sink is there.
+        const HRESULT kept = source->QueryInterface(&source_);
+        if (SUCCEEDED(status)) {
+            status = kept;
+        }
+        if (SUCCEEDED(status)) {
+            status = connectionPoint_->Advise(static_cast<Events*>(this), &cookie_);
+        }
+        if (FAILED(status)) {
+            cookie_ = 0;
+            connectionPoint_ = nullptr;
+        }
+        return status;
+    }
+
+    HRESULT Unadvise() override {
+        if (cookie_ == 0) {
+            return S_OK;
+        }
+        // Taken out first: the host may call back, or let go of this sink, while it disconnects.
+        const IUnknownPtr self(static_cast<Events*>(this));
+        const SourcePtr source = std::exchange(source_, nullptr);
+        const IConnectionPointPtr point = std::exchange(connectionPoint_, nullptr);
+        return point->Unadvise(std::exchange(cookie_, 0));
+    }
+
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override {
+        if (count == nullptr) {
+            return E_POINTER;
+        }
+        *count = 0;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo** typeInfo) noexcept override {
+        if (typeInfo != nullptr) {
+            *typeInfo = nullptr;
+        }
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override {
+        return E_NOTIMPL;
+    }
+
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID dispid, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*, EXCEPINFO*,
+                                     UINT*) noexcept override {
+        return GuardComCall(L"AddIns/EventSink", name_, [&]() -> HRESULT {
+            // The event may end this sink's own life, or the add-in's: a handler can pump messages.
+            const IUnknownPtr self(static_cast<Events*>(this));
+            static const DISPPARAMS kNoArguments = {};
+            return OnEvent(dispid, params != nullptr ? *params : kNoArguments);
+        });
+    }
+
+protected:
+    /// @param name of the sink's Invoke for the log, as in L"ExplorerEventsSink::Invoke".
+    explicit EventSinkImpl(const wchar_t* name) noexcept : name_(name) {}
+
+    /// @return E_NOTIMPL for an event that does not matter.
+    virtual HRESULT OnEvent(DISPID event, const DISPPARAMS& arguments) = 0;
+
+    AddIn* Handler() const noexcept { return handler_; }
+    const SourcePtr& SourceObject() const noexcept { return source_; }
+    const wchar_t* Name() const noexcept { return name_; }
+
+private:
+    IConnectionPointPtr connectionPoint_;
+    std::atomic<uint32_t> refCount_{1};
+    AddIn* handler_ = nullptr;
+    DWORD cookie_ = 0; // 0: not connected
+    SourcePtr source_;
+    const wchar_t* name_;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Outlook/AddIns/EventSink.h"
+
+#include <cstddef>
+#include <map>
+
+/// The sinks of the host's open windows and items, one for each object. Objects are known by their COM identity: the
+/// host hands out the same inspector or item through different pointers. Every operation takes what it needs out of
+/// the tables before it calls a sink or the host, so that a handler that runs meanwhile finds them intact.
+class SinkTables {
+public:
+    bool HasExplorer(IUnknown* explorer) const;
+    void AddExplorer(IUnknown* explorer, const IEventSinkPtr& sink);
+    /// Disconnects the explorer's sink and forgets it.
+    void RemoveExplorer(IUnknown* explorer);
+
+    bool HasInspector(IUnknown* inspector) const;
+    bool HasItem(IUnknown* item) const;
+    /// Keeps the sinks of an inspector and of the item in it. An item that another inspector shows as well keeps the
+    /// sink it has; `itemSink` may be null then.
+    void AddInspector(IUnknown* inspector, const IEventSinkPtr& inspectorSink, IUnknown* item,
+                      const IEventSinkPtr& itemSink);
+    /// Disconnects the inspector's sink and forgets it. @return the identity of its item for `RemoveItem`, null when
+    /// the inspector is not known; not a counted reference, and only to be compared.
+    IUnknown* RemoveInspector(IUnknown* inspector);
+    /// To be called once for each inspector removed: the item's sink goes with the last inspector that shows it.
+    void RemoveItem(IUnknown* itemIdentity);
+
+    /// Disconnects everything, each sink once. No event reaches the add-in from its start on.
+    void Clear();
+
+    size_t Size() const noexcept { return explorers_.size() + inspectors_.size() + items_.size(); }
+
+private:
+    // Keys are identities. A sink keeps its source, and so the key, alive while the entry exists.
+    struct InspectorEntry {
+        IEventSinkPtr sink;
+        IUnknown* item;
+    };
+    struct ItemEntry {
+        IEventSinkPtr sink;
+        size_t inspectors;
+    };
+    std::map<IUnknown*, IEventSinkPtr> explorers_;
+    std::map<IUnknown*, InspectorEntry> inspectors_;
+    std::map<IUnknown*, ItemEntry> items_;
+};

@@ -1,0 +1,118 @@
+#include "tests/Outlook/AddIns/AddInFixture.h"
+
+using testing::Contains;
+using workbench::DialogResponder;
+using workbench::FailKind;
+using workbench::Habits;
+using workbench::HostOptions;
+using workbench::ItemPtr;
+using workbench::PumpFor;
+
+namespace {
+
+constexpr HRESULT kForced = static_cast<HRESULT>(0x80040155);
+
+struct HabitCase {
+    const char* name;
+    void (*set)(Habits& habits);
+};
+
+const HabitCase kHarmless[] = {
+    {"distinct pointers", [](Habits& habits) { habits.distinctPointers = true; }},
+    {"distinct identities", [](Habits& habits) { habits.distinctPointers = habits.distinctIdentity = true; }},
+    {"null as empty", [](Habits& habits) { habits.nullAsEmpty = true; }},
+    {"deferred exceptions", [](Habits& habits) { habits.deferredExceptions = true; }},
+    {"ribbon before the connection", [](Habits& habits) { habits.ribbonBeforeConnection = true; }},
+    {"onLoad twice", [](Habits& habits) { habits.onLoadTwice = true; }},
+    {"no editor", [](Habits& habits) { habits.editorChain = false; }},
+    {"close inside a release", [](Habits& habits) { habits.closeInsideRelease = true; }},
+    {"ribbon drawn", [](Habits& habits) { habits.drawRibbon = true; }},
+};
+
+} // namespace
+
+/// Whatever the host's ways, the same things happen.
+class HostHabits : public AddInFixture {};
+
+TEST_F(HostHabits, AMeetingIsScheduledAndChangedWhateverTheHostsWays) {
+    for (const HabitCase& each : kHarmless) {
+        SCOPED_TRACE(each.name);
+        HostOptions options;
+        each.set(options.habits);
+        Connect(options);
+        StartClient();
+        const ItemPtr item = OpenAppointment(false);
+        EXPECT_EQ(AppointmentRibbon().Press(L"BookMeetingAppointment"), S_OK);
+        const Json::Value command = NextCommand();
+        EXPECT_EQ(command["cmd"], 4);
+        EXPECT_EQ(command["subject"], kPlannedSubjectUtf8);
+        EXPECT_EQ(command["centerX"], Json::Int(CentreOf(item->OpenedInspector()->Window()).x));
+        Notify(R"({"notify":101,"subject":"scheduled","confId":"c-7"})");
+        PumpFor(20);
+        EXPECT_EQ(item->Subject(), L"scheduled");
+        EXPECT_EQ(ParseJson(ToNarrow(item->Comment()))["conf_id"], "c-7");
+        EXPECT_EQ(Host().Appointments().size(), 1u);
+
+        const ItemPtr saved = Host().NewAppointment();
+        ASSERT_TRUE(saved->Save());
+        Host().AddStore(L"Without id", L"");
+        DialogResponder user(IDCANCEL);
+        Notify(R"({"notify":200,"subject":"changed","confOutlookId":")" + ToNarrow(saved->EntryId()) + "\"}");
+        EXPECT_TRUE(workbench::PumpUntil([&] { return user.Done(); }, kDeadline));
+        PumpFor(20);
+        EXPECT_EQ(saved->Subject(), L"changed");
+    }
+}
+
+TEST_F(HostHabits, AHostWithoutWindowHandlesStillGetsItsCommandsThrough) {
+    HostOptions options;
+    options.habits.noOleWindow = true;
+    Connect(options);
+    StartClient();
+    ExplorerRibbon().Press(L"StartMeetingMail");
+    OpenAppointment(false);
+    AppointmentRibbon().Press(L"BookMeetingAppointment");
+    for (const int cmd : {2, 4}) {
+        const Json::Value command = NextCommand();
+        EXPECT_EQ(command["cmd"], cmd);
+        EXPECT_EQ(command["centerX"], 0);
+        EXPECT_EQ(command["centerY"], 0);
+    }
+    StopClient();
+    DialogResponder user(IDCANCEL);
+    ExplorerRibbon().Press(L"StartMeetingMail");
+    EXPECT_TRUE(workbench::PumpUntil([&] { return user.Done(); }, kDeadline));
+    EXPECT_EQ(user.Last().owner, nullptr);
+}
+
+TEST_F(HostHabits, WithoutAContextAPressActsAsInTheExplorer) {
+    HostOptions options;
+    options.habits.nullContext = true;
+    Connect(options);
+    StartClient();
+    const ItemPtr item = OpenAppointment(false);
+    EXPECT_EQ(AppointmentRibbon().Press(L"BookMeetingAppointment"), S_OK);
+    const Json::Value command = NextCommand();
+    EXPECT_EQ(command["subject"], "");
+    EXPECT_EQ(command["centerX"], Json::Int(CentreOf(Host().ActiveExplorer()->Window()).x));
+    EXPECT_EQ(item->Comment(), L"");
+    EXPECT_EQ(AppointmentRibbon().Press(L"CancelMeeetingAppointment"), S_OK);
+    EXPECT_TRUE(NothingWasSent());
+    EXPECT_FALSE(item->Deleted());
+}
+
+TEST_F(HostHabits, TheHostsOwnStatusReachesTheLogHoweverItTravels) {
+    for (const bool deferred : {false, true}) {
+        for (const FailKind kind : {FailKind::Exception, FailKind::Status}) {
+            SCOPED_TRACE(testing::Message() << deferred << static_cast<int>(kind));
+            HostOptions options;
+            options.habits.deferredExceptions = deferred;
+            Connect(options);
+            OpenAppointment(false);
+            Host().FailMember(L"AppointmentItem.MeetingStatus", kind, kForced);
+            Log().NewLines();
+            AppointmentRibbon().Visible(L"BookMeetingAppointment");
+            EXPECT_THAT(Log().NewLines(), Contains("Err AddIn::GetMeetingInfo get_MeetingStatus fail: 0x80040155"));
+        }
+    }
+}

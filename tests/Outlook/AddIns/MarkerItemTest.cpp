@@ -1,0 +1,102 @@
+#include "tests/Outlook/AddIns/AddInFixture.h"
+
+using testing::Contains;
+using testing::Not;
+using testing::StartsWith;
+using workbench::ItemPtr;
+
+/// The marker in the comment of real (stand-in) appointments.
+class MarkerInAppointment : public AddInFixture {};
+
+TEST_F(MarkerInAppointment, OnlyAReadableObjectIsUnderstoodAndNothingIsOverwrittenByAReading) {
+    struct Case {
+        const char* name;
+        std::wstring comment;
+        bool isOurs;
+        bool isLogged; // as no item of this add-in
+    };
+    const Case cases[] = {
+        {"nothing", L"", false, false},
+        {"flag", LR"({"nbm_flag":true})", true, false},
+        {"flag false", LR"({"nbm_flag":false})", true, false},
+        {"flag an object", LR"({"nbm_flag":{"a":[]},"conf_id":7,"is_new_item":"x"})", true, false},
+        {"no flag", LR"({"is_new_item":true})", false, false},
+        {"text", L"Bring the nbm_flag \x4f1a", false, true},
+        {"cut off", LR"({"nbm_flag":true)", false, true},
+        {"array", LR"(["nbm_flag"])", false, true},
+        {"text value", LR"("nbm_flag")", false, true},
+        {"number", L"42", false, true},
+        {"null", L"null", false, true},
+        {"lone surrogate", L"\xd800", false, true},
+        {"deep arrays", std::wstring(50'000, L'['), false, true},
+        {"deep objects",
+         [] {
+             std::wstring text;
+             for (int depth = 0; depth < 20'000; ++depth) {
+                 text += L"{\"a\":";
+             }
+             return text;
+         }(),
+         false, true},
+    };
+    Connect();
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.name);
+        const ItemPtr item = OpenAppointment(true, each.comment);
+        for (int look = 0; look < 2; ++look) { // it is logged each time
+            Log().NewLines();
+            EXPECT_EQ(AppointmentRibbon().Visible(L"CancelMeeetingAppointment"), each.isOurs);
+            const auto line = StartsWith("Inf AddIn::GetAppointmentItemComment Not Nembrameeting item. ");
+            if (each.isLogged) {
+                EXPECT_THAT(Log().NewLines(), Contains(line));
+            } else {
+                EXPECT_THAT(Log().NewLines(), Not(Contains(line)));
+            }
+        }
+        EXPECT_EQ(item->Comment(), each.comment);
+        EXPECT_EQ(Host().CountOf(L"FormDescription.put Comment"), 0u);
+    }
+}
+
+TEST_F(MarkerInAppointment, WritingKeepsForeignKeysAndReplacesWhatIsNoObject) {
+    struct Case {
+        std::wstring before;
+        const char* after;
+    };
+    const Case cases[] = {
+        {L"", R"({"nbm_flag":true})"},
+        {L"free text", R"({"nbm_flag":true})"},
+        {L"[1,2]", R"({"nbm_flag":true})"},
+        {std::wstring(20'000, L'['), R"({"nbm_flag":true})"},
+        {LR"({"nbm_flag":"x","conf_id":"7","z":[null,1.5]})", R"({"nbm_flag":true,"conf_id":"7","z":[null,1.5]})"},
+        {L"{\"\x4f1a\":\"\x8bae\",\"nbm_flag\":{}}", "{\"\xe4\xbc\x9a\":\"\xe8\xae\xae\",\"nbm_flag\":true}"},
+    };
+    Connect();
+    StartClient();
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.after);
+        const ItemPtr item = OpenAppointment(false, each.before);
+        AppointmentRibbon().Press(L"BookMeetingAppointment");
+        EXPECT_EQ(ParseJson(ToNarrow(item->Comment())), ParseJson(each.after));
+        NextCommand();
+    }
+}
+
+TEST_F(MarkerInAppointment, AScheduledMeetingSetsItsThreeKeysOneByOne) {
+    Connect();
+    StartClient();
+    const ItemPtr item = OpenAppointment(true, LR"({"theirs":{"deep":[1,2]},"conf_id":"old","is_new_item":false})");
+    // Scheduling from a never-saved copy would lose the comment with the discard: press modify, which remembers the
+    // inspector of a saved appointment, whose comment comes back from its last save.
+    AppointmentRibbon().Press(L"BookMeetingAppointment");
+    NextCommand();
+    Host().ResetCalls();
+    item->fields.comment = LR"({"theirs":{"deep":[1,2]},"nbm_flag":1,"conf_id":"old"})";
+    AppointmentRibbon().Press(L"ModifyMeeetingAppointment");
+    NextCommand();
+    item->SetSaved(true);
+    Notify(R"({"notify":101,"confId":"c-\u4f1a"})");
+    EXPECT_EQ(ParseJson(ToNarrow(item->Comment())),
+              ParseJson(R"({"theirs":{"deep":[1,2]},"nbm_flag":true,"is_new_item":true,"conf_id":"c-\u4f1a"})"));
+    EXPECT_EQ(Host().CountOf(L"FormDescription.put Comment"), 3u);
+}

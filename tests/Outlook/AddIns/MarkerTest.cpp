@@ -1,0 +1,95 @@
+#include "Outlook/AddIns/Marker.h"
+#include "support/OleTime.h"
+#include "support/WindowCentre.h"
+
+#include <gmock/gmock.h>
+
+#include <limits>
+#include <string>
+
+using testing::IsEmpty;
+using testing::Not;
+
+TEST(MarkerText, OnlyAnObjectWithTheFlagMakesAMeetingItem) {
+    struct Case {
+        const char* text;
+        bool isRead;
+        bool hasFlag;
+    };
+    const Case cases[] = {
+        {R"({"nbm_flag":true})", true, true},
+        {R"({"nbm_flag":false,"other":1})", true, true}, // presence alone counts
+        {R"({"nbm_flag":null})", true, true},
+        {R"({"is_new_item":true})", true, false},
+        {"{}", true, false},
+        {"call me about the nbm_flag", false, false},
+        {R"({"nbm_flag":)", false, false},
+        {R"(["nbm_flag"])", false, false},
+        {R"("nbm_flag")", false, false},
+        {"42", false, false},
+        {"null", false, false},
+        {"", false, false},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.text);
+        Json::Value marker = "left over";
+        std::string error;
+        EXPECT_EQ(Marker::Parse(each.text, marker, error), each.isRead);
+        EXPECT_EQ(marker.isNull(), !each.isRead);
+        EXPECT_EQ(Marker::HasFlag(marker), each.hasFlag);
+        if (!each.isRead) {
+            EXPECT_THAT(error, Not(IsEmpty()));
+        }
+    }
+}
+
+TEST(MarkerText, HostileTextIsRefusedWithAReason) {
+    const std::string hostile[] = {
+        std::string(100'000, '['),
+        std::string(100'000, '{'),
+        std::string("{\"nbm_flag\":\"\xff\xfe\0", 16),
+        "{\"nbm_flag\":1e999999}",
+        "\xef\xbb\xbf",
+    };
+    for (const std::string& text : hostile) {
+        SCOPED_TRACE(text.substr(0, 30));
+        Json::Value marker;
+        std::string error;
+        if (!Marker::Parse(text, marker, error)) {
+            EXPECT_THAT(error, Not(IsEmpty()));
+            EXPECT_FALSE(Marker::HasFlag(marker));
+        }
+    }
+}
+
+TEST(MarkerText, MistypedMembersCountAsAbsent) {
+    Json::Value marker;
+    std::string error;
+    ASSERT_TRUE(Marker::Parse(R"({"is_new_item":"yes","conf_id":["7"]})", marker, error));
+    EXPECT_TRUE(Marker::IsNewItem(marker, true));
+    EXPECT_FALSE(Marker::IsNewItem(marker, false));
+    EXPECT_EQ(Marker::ConfId(marker), "");
+    EXPECT_TRUE(Marker::IsNewItem(Json::Value(), true));
+}
+
+TEST(MarkerText, WhatIsWrittenIsReadBackWithEveryOtherKey) {
+    Json::Value marker;
+    std::string error;
+    ASSERT_TRUE(Marker::Parse(R"({"theirs":{"deep":[1,"\u4f1a"]}})", marker, error));
+    marker[Marker::kFlag] = true;
+    marker[Marker::kIsNewItem] = false;
+    marker[Marker::kConfId] = "\xe4\xbc\x9a-7";
+    Json::Value read;
+    ASSERT_TRUE(Marker::Parse(Marker::Write(marker), read, error));
+    EXPECT_EQ(read, marker);
+    EXPECT_FALSE(Marker::IsNewItem(read, true));
+    EXPECT_EQ(Marker::ConfId(read), "\xe4\xbc\x9a-7");
+}
+
+TEST(WindowCentre, AnOddWidthFallsOnTheLowerCoordinate) {
+    EXPECT_EQ(Centre(0, 101), 50);
+    EXPECT_EQ(Centre(-101, 0), -51); // from the left edge on, not from zero
+    EXPECT_EQ(Centre(-3, 2), -1);
+    EXPECT_EQ(Centre(10, 10), 10);
+    EXPECT_EQ(Centre(std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()), -1);
+}

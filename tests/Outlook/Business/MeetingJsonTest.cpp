@@ -1,0 +1,124 @@
+#include "Outlook/Business/MeetingJson.h"
+
+#include <gmock/gmock.h>
+
+#include <limits>
+#include <string>
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+struct Reading {
+    bool accepted = false;
+    NotificationFields fields;
+    std::string error;
+};
+
+Reading Read(const std::string& text) {
+    Reading reading;
+    reading.fields.type = -7; // junk that a refusal must leave and an acceptance must replace
+    reading.fields.code = -7;
+    reading.accepted = ReadNotification(text, reading.fields, reading.error);
+    return reading;
+}
+
+TEST(CommandText, CarriesAllMembersInKeyOrder) {
+    CommandFields command;
+    command.cmd = 6;
+    command.subject = "Q\"1\"\n";
+    command.confId = "c-1";
+    command.startTime = std::numeric_limits<int64_t>::min();
+    command.endTime = std::numeric_limits<int64_t>::max();
+    command.centerX = -1920;
+    command.centerY = 540;
+    EXPECT_EQ(WriteCommand(command), "{\n"
+                                     "\t\"centerX\" : -1920,\n"
+                                     "\t\"centerY\" : 540,\n"
+                                     "\t\"cmd\" : 6,\n"
+                                     "\t\"confId\" : \"c-1\",\n"
+                                     "\t\"confOutlookId\" : \"\",\n"
+                                     "\t\"endTime\" : 9223372036854775807,\n"
+                                     "\t\"startTime\" : -9223372036854775808,\n"
+                                     "\t\"subject\" : \"Q\\\"1\\\"\\n\"\n"
+                                     "}\n");
+}
+
+TEST(CommandText, OtherScriptsSurviveTheRoundTrip) {
+    CommandFields command;
+    command.subject = "\xE4\xBC\x9A\xE8\xAE\xAE \xF0\x9F\x98\x80"; // two ideographs and an emoji
+    std::string text = WriteCommand(command);
+    EXPECT_EQ(text.find('\0'), std::string::npos);
+    // A command is no notification, but its subject is read the same way.
+    text.insert(1, "\"notify\":101,");
+    EXPECT_EQ(Read(text).fields.subject, command.subject);
+}
+
+TEST(NotificationText, FillsEveryField) {
+    const Reading reading = Read(R"({"notify":101,"confId":"c","confOutlookId":"o","contents":"b","url":"u",
+        "subject":"s","startTime":-1,"endTime":9223372036854775807,"code":-2147483648,"message":"m","more":[]})");
+    ASSERT_TRUE(reading.accepted) << reading.error;
+    const NotificationFields& fields = reading.fields;
+    EXPECT_EQ(fields.type, 101);
+    EXPECT_EQ(fields.confId + fields.confOutlookId + fields.contents + fields.url + fields.subject + fields.message,
+              "cobusm");
+    EXPECT_EQ(fields.startTime, -1);
+    EXPECT_EQ(fields.endTime, std::numeric_limits<int64_t>::max());
+    EXPECT_EQ(fields.code, std::numeric_limits<int32_t>::min());
+}
+
+TEST(NotificationText, PassesOverMissingAndMistypedMembers) {
+    for (const char* members :
+         {"", R"(,"confId":1,"confOutlookId":null,"contents":{},"url":[],"subject":true,"message":2.5)",
+          R"(,"startTime":"1","endTime":9223372036854775808,"code":2147483648)",
+          R"(,"startTime":-9223372036854777856,"endTime":1.5,"code":"0")"}) {
+        SCOPED_TRACE(members);
+        const Reading reading = Read(std::string(R"({"notify":200)") + members + "}");
+        ASSERT_TRUE(reading.accepted) << reading.error;
+        const NotificationFields& fields = reading.fields;
+        EXPECT_EQ(fields.type, 200);
+        EXPECT_EQ(fields.confId + fields.confOutlookId + fields.contents + fields.url + fields.subject + fields.message,
+                  "");
+        EXPECT_EQ(fields.startTime, 0);
+        EXPECT_EQ(fields.endTime, 0);
+        EXPECT_EQ(fields.code, 0);
+    }
+}
+
+TEST(NotificationText, NeedsA32BitIntegerType) {
+    for (const char* text :
+         {"{}", R"({"notify":"101"})", R"({"notify":2147483648})", R"({"notify":-2147483649})", R"({"notify":1.5})",
+          R"({"notify":null})", R"({"Notify":101})", "[]", "[101]", "null", "101", "\"notify\"", "true"}) {
+        SCOPED_TRACE(text);
+        const Reading reading = Read(text);
+        EXPECT_FALSE(reading.accepted);
+        EXPECT_EQ(reading.error, "Non command or invalid type.");
+        EXPECT_EQ(reading.fields.type, -7);
+    }
+    EXPECT_EQ(Read(R"({"notify":2147483647})").fields.type, 2147483647);
+    EXPECT_EQ(Read(R"({"notify":-2147483648})").fields.type, std::numeric_limits<int32_t>::min());
+}
+
+TEST(NotificationText, RefusalsOfTheReaderAreReported) {
+    const std::string deep(100000, '[');
+    const std::string deepObjects = [] {
+        std::string text;
+        for (int i = 0; i < 5000; ++i) {
+            text += "{\"notify\":";
+        }
+        return text;
+    }();
+    for (const std::string& text : {std::string("{"), std::string("no json"), std::string(R"({"notify":1)"),
+                                    std::string(R"({"a":"\ud800"})"), std::string(1, '\0'), deep, deepObjects}) {
+        SCOPED_TRACE(text.substr(0, 40));
+        const Reading reading = Read(text);
+        EXPECT_FALSE(reading.accepted);
+        EXPECT_THAT(reading.error, StartsWith("parse msg fail: "));
+        EXPECT_GT(reading.error.size(), std::string("parse msg fail: ").size());
+        EXPECT_EQ(reading.fields.type, -7);
+    }
+    EXPECT_THAT(Read(deep).error, HasSubstr("stackLimit"));
+}
+
+} // namespace
