@@ -1,4 +1,5 @@
-# Targets `format` and `format-check`: the sources in the project's style, written or only looked at.
+# `format` and `format-check`: the sources in the project's style, written or only looked at.
+# `tidy`: clang-tidy over what compiles natively.
 find_program(CLANG_FORMAT NAMES clang-format-14 clang-format)
 if(CLANG_FORMAT)
     add_custom_target(format
@@ -6,5 +7,9 @@ if(CLANG_FORMAT)
         WORKING_DIRECTORY "${CMAKE_SOURCE_DIR}" VERBATIM)
     add_custom_target(format-check
         COMMAND "${CMAKE_SOURCE_DIR}/scripts/format" --check --clang-format "${CLANG_FORMAT}"
+        WORKING_DIRECTORY "${CMAKE_SOURCE_DIR}" VERBATIM)
+endif()
+if(NOT WIN32)
+    add_custom_target(tidy COMMAND "${CMAKE_SOURCE_DIR}/scripts/tidy"
         WORKING_DIRECTORY "${CMAKE_SOURCE_DIR}" VERBATIM)
 endif()
