@@ -37,8 +37,15 @@ void Inspector::Display() {
     if (first) {
         host_.LoadRibbons(RibbonSurface());
         host_.Core()->Tell(StepKind::Item, item_->Events().Name() + L" \"" + item_->Subject() + L"\" displayed");
+        if (host_.habits().noiseEvents) {
+            item_->Events().Fire(event::kRead);
+            item_->Events().FireCancelable(event::kOpen);
+        }
     }
     Activate();
+    if (first && host_.habits().noiseEvents) {
+        events_->Fire(event::kActivate);
+    }
     if (window_) {
         window_->Refresh();
     }
@@ -102,6 +109,9 @@ bool Inspector::DeliverPendingClose() {
 
 void Inspector::Finish() {
     closing_ = true;
+    if (host_.habits().noiseEvents) {
+        events_->Fire(event::kDeactivate);
+    }
     events_->Fire(event::kWindowClose);
     closing_ = false;
     closed_ = true;
@@ -109,9 +119,12 @@ void Inspector::Finish() {
     if (discardAfterClose_) {
         item_->Discard();
     }
-    item_->LetGoOfInspector();
+    item_->LetGoOfInspector(*this);
     window_.reset();
     host_.Remove(*this);
+    if (host_.habits().noiseEvents && !item_->OpenedInspector()) {
+        item_->Events().Fire(event::kUnload);
+    }
 }
 
 std::wstring Inspector::Title() const {

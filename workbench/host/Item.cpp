@@ -111,8 +111,23 @@ InspectorPtr Item::Display() {
     return inspector;
 }
 
+void Item::LetGoOfInspector(const Inspector& closing) {
+    if (inspector_.lock().get() != &closing) {
+        return;
+    }
+    inspector_.reset();
+    for (const InspectorPtr& other : host_.Inspectors()) {
+        if (other.get() != &closing && other->CurrentItem().get() == this && !other->Closed()) {
+            inspector_ = other;
+        }
+    }
+}
+
 void Item::Touch() {
     saved_ = false;
+    if (host_.habits().noiseEvents) {
+        events_->Fire(event::kPropertyChange, {_variant_t(L"Subject")}); // a name for all: noise tells nothing
+    }
     if (const InspectorPtr inspector = inspector_.lock(); inspector && inspector->View()) {
         inspector->View()->Repaint();
     }

@@ -73,7 +73,7 @@ public:
     InspectorPtr Display();
     /// The open inspector, or a new one that is not on show.
     InspectorPtr GetInspector();
-    /// The inspector if there is one, else null.
+    /// The inspector if there is one, else null; of several (OutlookHost::MakeInspector) the last made.
     InspectorPtr OpenedInspector() const { return inspector_.lock(); }
 
     /// For the object model: a property was written.
@@ -84,7 +84,8 @@ private:
 
     void Store();
     void Discard();
-    void LetGoOfInspector() { inspector_.reset(); }
+    /// Another window that shows the item takes the place of the one that closes.
+    void LetGoOfInspector(const Inspector& closing);
 
     OutlookHost& host_;
     ItemKind kind_;

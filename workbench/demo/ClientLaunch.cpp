@@ -1,0 +1,98 @@
+#include "workbench/demo/ClientLaunch.h"
+
+#include "workbench/client/CommandLine.h"
+#include "workbench/host/Pump.h"
+
+#include "support/UniqueResource.h"
+
+#include <iterator>
+#include <optional>
+
+namespace demo {
+namespace {
+
+constexpr DWORD kRunLimit = 20'000; // ms
+constexpr unsigned kStartLimit = 20'000;
+constexpr unsigned kNoticed = 300; // ms in which the add-in, which looks every 20 ms, has surely seen the client
+
+std::wstring NewFile() {
+    wchar_t folder[MAX_PATH + 1] = L"";
+    wchar_t file[MAX_PATH] = L"";
+    if (!::GetTempPathW(static_cast<DWORD>(std::size(folder)), folder) ||
+        !::GetTempFileNameW(folder, L"nbd", 0, file)) {
+        throw StepFailed("no temporary file for the client's transcript");
+    }
+    return file;
+}
+
+/// @return nothing when it could not be started or did not end in time.
+std::optional<DWORD> RunToEnd(const std::wstring& program, const std::vector<std::wstring>& arguments) {
+    std::wstring line = meeting_client::JoinCommandLine(program, arguments);
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION made{};
+    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                          &made)) {
+        return std::nullopt;
+    }
+    const UniqueHandle process(made.hProcess);
+    const UniqueHandle thread(made.hThread);
+    if (::WaitForSingleObject(process.Get(), kRunLimit) != WAIT_OBJECT_0) {
+        ::TerminateProcess(process.Get(), 1);
+        return std::nullopt;
+    }
+    DWORD code = 0;
+    ::GetExitCodeProcess(process.Get(), &code);
+    return code;
+}
+
+std::wstring RegisteredCommand() {
+    wchar_t text[4096] = L"";
+    DWORD size = sizeof text;
+    ::RegGetValueW(HKEY_CLASSES_ROOT, L"quorvex\\shell\\open\\command", nullptr, RRF_RT_REG_SZ, nullptr, text, &size);
+    return text;
+}
+
+} // namespace
+
+ClientLaunch::ClientLaunch(Stage& stage) : stage_(stage), transcript_(NewFile()) {
+    stage_.story.Act(L"The client's installation registers its launch URI", kRunLimit + 1000);
+    const auto code = RunToEnd(stage_.ClientProgram(),
+                               {L"--register-uri", L"--transcript", transcript_, L"--login-after", L"2500",
+                                L"--max-seconds", L"180", L"--parent", std::to_wstring(::GetCurrentProcessId())});
+    const std::wstring command = RegisteredCommand();
+    stage_.story.Data(L"quorvex://", command);
+    if (code != 0U || command.empty()) {
+        ::DeleteFileW(transcript_.c_str());
+        throw StepFailed("the launch URI could not be registered");
+    }
+}
+
+ClientLaunch::~ClientLaunch() {
+    RunToEnd(stage_.ClientProgram(), {L"--unregister-uri"});
+    ::DeleteFileW(transcript_.c_str());
+}
+
+void ClientLaunch::AwaitClient() {
+    DWORD process = 0;
+    stage_.story.Await(
+        L"The add-in has started the client by its URI",
+        [&] {
+            process = meeting_client::ClientProcess::FindRunning();
+            return process != 0;
+        },
+        kStartLimit);
+    stage_.AttachClient(process, transcript_);
+    stage_.story.Data(L"process", std::to_wstring(process));
+    for (const meeting_client::TranscriptEntry& entry : stage_.Client().Transcript()) {
+        if (entry.kind == "note") {
+            stage_.story.Data(L"it notes", std::wstring(entry.bytes.begin(), entry.bytes.end()));
+        }
+    }
+    stage_.story.Await(
+        L"Its user has logged in: its channel window is there", [&] { return stage_.Client().Window() != nullptr; },
+        kStartLimit);
+    workbench::PumpFor(kNoticed);
+}
+
+} // namespace demo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace demo {
+
+struct Options {
+    bool chinese = false;
+    bool colour = false;
+    bool verbose = false;
+    bool help = false;
+    unsigned pace = 0;     ///< milliseconds between two steps
+    std::wstring pictures; ///< folder of the pictures; empty for none
+    std::wstring scenario; ///< empty: all
+    std::wstring dll;      ///< empty: the one built with this program
+};
+
+/// A message for the user about what is wrong.
+class OptionsError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// @param arguments without the program's name. @throws OptionsError.
+Options ParseOptions(const std::vector<std::wstring>& arguments);
+
+const char* HelpText();
+
+} // namespace demo

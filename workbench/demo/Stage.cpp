@@ -1,0 +1,322 @@
+#include "workbench/demo/Stage.h"
+
+#include "workbench/client/Meetings.h"
+#include "workbench/host/Pump.h"
+
+#include "support/Text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <iterator>
+#include <stdexcept>
+
+namespace demo {
+namespace {
+
+constexpr DATE kNow = 46084.375; // 2026-03-03 09:00 UTC, so that the story is the same each time
+constexpr double kUnixEpoch = 25569.0;
+constexpr double kDay = 86400.0;       // s
+constexpr unsigned kDialogShown = 600; // ms
+constexpr unsigned kHandled = 100;     // ms; the add-in posts a notification to this thread right after its log line
+constexpr long kChineseUi = 2052;
+constexpr long kEnglishUi = 1033;
+constexpr std::int64_t kMeetingStart = 1'772'618'400; // 2026-03-04 10:00 UTC
+constexpr std::int64_t kMeetingEnd = kMeetingStart + 3600;
+
+workbench::HostOptions HostOptionsOf(const Options& options) {
+    workbench::HostOptions host;
+    host.language = options.chinese ? kChineseUi : kEnglishUi;
+    host.now = kNow;
+    host.habits.drawRibbon = true; // the demo presses what is drawn
+    return host;
+}
+
+bool SameMoment(DATE date, const Json::Value& seconds) {
+    return std::abs(date - (kUnixEpoch + static_cast<double>(seconds.asInt64()) / kDay)) < 0.5 / kDay;
+}
+
+std::wstring CommandName(int number) {
+    switch (number) {
+    case kStart:
+        return L"start";
+    case kSchedule:
+        return L"schedule";
+    case kCancel:
+        return L"cancel";
+    case kModify:
+        return L"modify";
+    default:
+        return L"open";
+    }
+}
+
+std::wstring NotificationName(int number) {
+    switch (number) {
+    case kScheduled:
+        return L"scheduled";
+    case kModified:
+        return L"modify result";
+    case kCancelled:
+        return L"cancel result";
+    default:
+        return L"meeting changed";
+    }
+}
+
+} // namespace
+
+std::wstring FindBuilt(const std::wstring& relative) {
+    wchar_t text[32'768];
+    const DWORD length = ::GetModuleFileNameW(nullptr, text, static_cast<DWORD>(std::size(text)));
+    std::filesystem::path folder = std::filesystem::path(std::wstring(text, length)).parent_path();
+    const std::filesystem::path flavour = folder.filename(); // multi-configuration builds add such a folder
+    const std::filesystem::path wanted(relative);
+    for (bool more = true; more; more = folder != folder.parent_path(), folder = folder.parent_path()) {
+        for (const auto& candidate : {folder / wanted, folder / wanted.parent_path() / flavour / wanted.filename()}) {
+            std::error_code ignored;
+            if (std::filesystem::is_regular_file(candidate, ignored)) {
+                return candidate.wstring();
+            }
+        }
+    }
+    throw StepFailed(ToUtf8(relative) + " is not there; build it first");
+}
+
+bool Holds(const workbench::Item& item, const Json::Value& notification) {
+    const auto same = [&](const std::wstring& text, const char* key) {
+        return text == ToWide(notification[key].asString());
+    };
+    return same(item.Subject(), "subject") && same(item.Location(), "url") && same(item.Body(), "contents") &&
+           SameMoment(item.fields.startUtc, notification["startTime"]) &&
+           SameMoment(item.fields.endUtc, notification["endTime"]);
+}
+
+Stage::Stage(const Options& given)
+    : options(given),
+      story(given.colour, given.pace),
+      camera(given.pictures, given.chinese ? L"-zh" : L"-en"),
+      outlook(HostOptionsOf(given)) {
+    outlook.AddStore(L"kim@example.org");
+    if (options.verbose) {
+        outlook.Observe([this](const workbench::Step& step) { story.Plain(step.text); });
+    }
+}
+
+std::wstring Stage::LabelOf(const wchar_t* controlId) {
+    for (const workbench::Surface surface : {workbench::Surface::Explorer, workbench::Surface::Appointment}) {
+        if (workbench::Ribbon& ribbon = addIn->Ribbon(surface); ribbon.Find(controlId)) {
+            return ribbon.Label(controlId, nullptr);
+        }
+    }
+    return controlId;
+}
+
+// --- The client's process ---
+
+std::wstring Stage::ClientProgram() const {
+    return FindBuilt(L"workbench\\client\\meeting_client.exe");
+}
+
+void Stage::StartClient() {
+    if (HasClient()) {
+        return;
+    }
+    meeting_client::ClientSettings settings;
+    settings.program = ClientProgram();
+    settings.arguments = {L"--max-seconds", L"180"};
+    settings.whileWaiting = [] { workbench::PumpFor(1); };
+    story.Act(L"The meeting client is started as a process of its own", 25'000);
+    client_ = std::make_unique<meeting_client::ClientProcess>(std::move(settings));
+    commandsOfClient_ = 0;
+    notificationsOfClient_ = 0;
+    story.Data(L"process",
+               std::to_wstring(client_->ProcessId()) + L", Outlook is " + std::to_wstring(::GetCurrentProcessId()));
+    story.Data(L"its window", L"NbmProxyOutlookClientWnd");
+}
+
+void Stage::AttachClient(DWORD process, const std::wstring& transcript) {
+    meeting_client::ClientSettings settings;
+    settings.attachTo = process;
+    settings.transcript = transcript;
+    settings.waitForWindow = false;
+    settings.whileWaiting = [] { workbench::PumpFor(1); };
+    client_ = std::make_unique<meeting_client::ClientProcess>(std::move(settings));
+    commandsOfClient_ = 0;
+    notificationsOfClient_ = 0;
+}
+
+void Stage::EndClient() {
+    if (!HasClient()) {
+        return;
+    }
+    story.Act(L"The user ends the meeting client");
+    if (!client_->Quit()) {
+        throw StepFailed("the client did not end when it was asked to");
+    }
+    story.Data(L"exit code", std::to_wstring(client_->ExitCode().value_or(999)));
+    client_.reset();
+}
+
+void Stage::Order(const std::string& order) {
+    const meeting_client::OrderResult result = client_->Order(order);
+    if (!result.done) {
+        throw StepFailed("the client refused \"" + order + "\": " + result.reason);
+    }
+}
+
+void Stage::FillForm() {
+    const std::string subject = ToUtf8(In(L"Weekly planning", L"每周例会"));
+    Json::Value form(Json::objectValue);
+    form["subject"] = subject;
+    form["startTime"] = Json::Int64(kMeetingStart);
+    form["endTime"] = Json::Int64(kMeetingEnd);
+    form["contents"] = ToUtf8(In(L"You are invited to a NEMBRA CLOUD meeting.\r\n\r\nSubject: ",
+                                 L"邀请您参加Nembra云会议。\r\n\r\n主题：")) +
+                       subject + ToUtf8(In(L"\r\nTime: ", L"\r\n时间：")) + "2026-03-04 10:00 - 11:00 UTC\r\n";
+    Order("answer 4 merge " + meeting_client::Compact(form));
+}
+
+// --- Buttons, commands, notifications ---
+
+void Stage::PressInExplorer(const wchar_t* folder, const wchar_t* controlId) {
+    explorer->SwitchFolder(folder);
+    explorer->Activate();
+    const std::wstring tab = explorer->Folder() == L"Calendar" ? L"Calendar" : L"Mail";
+    story.Act(L"\"" + LabelOf(controlId) + L"\" is pressed on the " + tab + L" tab of the main window");
+    if (!explorer->View()->Click(controlId)) {
+        throw StepFailed("the button is not on the ribbon");
+    }
+    log.Tell(story, L"Action item id: ");
+}
+
+void Stage::PressInAppointment(const workbench::InspectorPtr& inspector, const wchar_t* controlId) {
+    story.Act(L"\"" + LabelOf(controlId) + L"\" is pressed in the window \"" + inspector->Caption() + L"\"");
+    if (!inspector->View()->Click(controlId)) {
+        throw StepFailed("the button is not on the ribbon");
+    }
+    log.Tell(story, L"Action item id: ");
+}
+
+Json::Value Stage::AwaitCommand(int number, bool whole) {
+    std::vector<std::string> messages;
+    story.Await(L"The client receives command " + std::to_wstring(number) + L" (" + CommandName(number) +
+                    L") by WM_COPYDATA",
+                [&] {
+                    messages = client_->Messages("in");
+                    return messages.size() > commandsOfClient_;
+                });
+    const std::string text = messages[commandsOfClient_++];
+    ++commands;
+    const Json::Value command = meeting_client::ParseObject(text).value_or(Json::Value(Json::objectValue));
+    story.Data(L"command", whole ? ToWide(text) : OneLine(ToWide(text)));
+    if (!meeting_client::CommandFaults(command).empty() || command["cmd"] != number) {
+        throw StepFailed("this is not the command " + std::to_string(number));
+    }
+    return command;
+}
+
+Json::Value Stage::AwaitNotification(int number) {
+    std::vector<std::string> messages;
+    story.Await(L"The client sends notification " + std::to_wstring(number) + L" (" + NotificationName(number) + L")",
+                [&] {
+                    messages = client_->Messages("out");
+                    return messages.size() > notificationsOfClient_;
+                });
+    const std::string text = messages[notificationsOfClient_++];
+    ++notifications;
+    story.Data(L"notification", OneLine(ToWide(text)));
+    const Json::Value notification = meeting_client::ParseObject(text).value_or(Json::Value(Json::objectValue));
+    if (notification["notify"] != number) {
+        throw StepFailed("this is not the notification " + std::to_string(number));
+    }
+    log.Tell(story, L"Type: " + std::to_wstring(number));
+    workbench::PumpFor(kHandled);
+    return notification;
+}
+
+workbench::ItemPtr Stage::FindByConference(const std::wstring& confId) const {
+    const std::vector<workbench::ItemPtr> items = outlook.Appointments();
+    const auto holds = [&](const workbench::ItemPtr& item) {
+        return item->Comment().find(L"\"" + confId + L"\"") != std::wstring::npos;
+    };
+    // The newest: each process of the stand-in client begins its ids anew.
+    const auto found = std::find_if(items.rbegin(), items.rend(), holds);
+    return found == items.rend() ? nullptr : *found;
+}
+
+void Stage::AwaitFilled(const std::function<workbench::ItemPtr()>& find, const Json::Value& notification) {
+    workbench::ItemPtr item;
+    story.Await(L"The appointment is filled, marked and displayed", [&] {
+        item = find();
+        return item && Holds(*item, notification) && item->Displayed() &&
+               item->MeetingStatus() == workbench::kMeeting &&
+               FindByConference(ToWide(notification["confId"].asString())) == item;
+    });
+    TellAppointment(item);
+}
+
+void Stage::TellAppointment(const workbench::ItemPtr& item, bool withMarker) {
+    story.Data(L"subject", item->Subject());
+    story.Data(L"location", item->Location());
+    story.Data(L"start, end",
+               workbench::DateText(item->fields.startUtc) + L", " + workbench::DateText(item->fields.endUtc));
+    if (!withMarker) {
+        return;
+    }
+    story.Data(L"status", std::to_wstring(item->MeetingStatus()) + L" (meeting)");
+    story.Data(L"marker", OneLine(item->Comment()));
+    story.Data(L"body", OneLine(item->Body()));
+    if (const workbench::InspectorPtr inspector = item->OpenedInspector()) {
+        story.Data(L"window", L"\"" + inspector->Caption() + L"\"");
+    }
+}
+
+std::wstring Stage::TellDialog(const workbench::DialogSeen& seen) {
+    story.Data(L"caption", seen.caption);
+    std::wstring all;
+    for (const std::wstring& text : seen.texts) {
+        all += text;
+    }
+    story.Data(L"text", all);
+    for (const workbench::DialogButton& button : seen.buttons) {
+        if (button.visible) {
+            story.Data(L"button", button.text + (button.isDefault ? L" (default)" : L""));
+        }
+    }
+    wchar_t title[256] = L"";
+    ::GetWindowTextW(seen.owner, title, 256);
+    story.Data(L"over", L"\"" + std::wstring(title) + L"\"" + (seen.ownerDisabled ? L", which waits" : L""));
+    story.Data(L"answered", seen.answer == kCloseBox  ? L"with the close box"
+                            : seen.answer == kSyncNow ? L"\"" + std::wstring(In(L"Sync now", L"立即同步")) + L"\""
+                                                      : L"\"" + std::wstring(In(L"Later", L"稍后")) + L"\"");
+    return all;
+}
+
+void Stage::AwaitDialog(const ExpectedDialog& expected, HWND owner, const std::function<void()>& cause) {
+    workbench::DialogResponder responder(expected.answer);
+    responder.showMilliseconds = kDialogShown;
+    responder.whileOpen = [&](const workbench::DialogSeen& seen) {
+        expected.whileOpen();
+        if (!expected.picture.empty()) {
+            camera.Take(expected.picture, seen.window);
+            camera.Take(expected.picture + L"-over-window", seen.owner);
+        }
+    };
+    cause();
+    story.Await(
+        expected.what, [&] { return responder.Done(); }, 30'000);
+    ++dialogs;
+    const workbench::DialogSeen seen = responder.Last();
+    const std::wstring all = TellDialog(seen);
+    const bool right =
+        all.find(expected.text) != std::wstring::npos && seen.owner == owner && seen.ownerDisabled && seen.hasSmallIcon;
+    if (!right) {
+        throw StepFailed("it is not the dialog that should come here (text, owner, modality or icon)");
+    }
+    if (!camera.Missed().empty()) {
+        throw StepFailed("nobody took the picture " + ToUtf8(camera.Missed()));
+    }
+}
+
+} // namespace demo

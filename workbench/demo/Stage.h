@@ -1,0 +1,121 @@
+#pragma once
+
+#include "workbench/demo/AddinLog.h"
+#include "workbench/demo/Camera.h"
+#include "workbench/demo/Options.h"
+#include "workbench/demo/Story.h"
+
+#include "workbench/client/ClientProcess.h"
+#include "workbench/host/DialogResponder.h"
+#include "workbench/host/OutlookHost.h"
+
+#include <json/value.h>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace demo {
+
+/// The buttons that the demo presses.
+inline constexpr wchar_t kStartMail[] = L"StartMeetingMail";
+inline constexpr wchar_t kScheduleCalendar[] = L"BookMeetingCalendar";
+inline constexpr wchar_t kScheduleAppointment[] = L"BookMeetingAppointment";
+inline constexpr wchar_t kCancelAppointment[] = L"CancelMeeetingAppointment";
+
+/// Commands and notifications by their numbers on the wire.
+enum Command : int { kOpen = 0, kStart = 2, kSchedule = 4, kCancel = 5, kModify = 6 };
+enum Notification : int { kScheduled = 101, kModified = 102, kCancelled = 103, kChanged = 200 };
+
+/// Answers of the dialogs.
+inline constexpr int kCloseBox = 2;
+inline constexpr int kSyncNow = 4;
+inline constexpr int kLater = 5;
+
+/// Sizes for pictures, in pixels.
+inline constexpr int kMainWidth = 641;
+inline constexpr int kMainHeight = 331;
+inline constexpr int kEditorWidth = 641;
+inline constexpr int kEditorHeight = 421;
+
+/// A dialog that the story expects.
+struct ExpectedDialog {
+    std::wstring what; // as the step names it
+    std::wstring text; // part of its text
+    int answer = kCloseBox;
+    std::wstring picture;                    // name; empty for none
+    std::function<void()> whileOpen = [] {}; // before the picture
+};
+
+/// Everything the scenarios share: the stand-in Outlook with the add-in, the meeting client, and the story. Main
+/// thread.
+class Stage {
+public:
+    explicit Stage(const Options& options);
+
+    const Options options;
+    Story story;
+    Camera camera;
+    AddinLog log;
+    workbench::OutlookHost outlook;
+    workbench::AddInHost* addIn = nullptr;
+    workbench::ExplorerPtr explorer;
+
+    // --- Language ---
+    const wchar_t* In(const wchar_t* english, const wchar_t* chinese) const {
+        return options.chinese ? chinese : english;
+    }
+    std::wstring LabelOf(const wchar_t* controlId);
+
+    // --- The client's process ---
+    meeting_client::ClientProcess& Client() { return *client_; }
+    bool HasClient() const { return client_ && client_->IsRunning(); }
+    /// Starts one unless it runs.
+    void StartClient();
+    /// Takes over the one that the launch URI started.
+    void AttachClient(DWORD process, const std::wstring& transcript);
+    void EndClient();
+    void Order(const std::string& order);
+    std::wstring ClientProgram() const;
+    /// What the user will enter in the client's own form, to which a press without an appointment leads. For as long
+    /// as that client runs.
+    void FillForm();
+
+    // --- Buttons, commands, notifications ---
+    void PressInExplorer(const wchar_t* folder, const wchar_t* controlId);
+    void PressInAppointment(const workbench::InspectorPtr& inspector, const wchar_t* controlId);
+    /// The next command that arrives in the client; told whole, or in one line.
+    Json::Value AwaitCommand(int number, bool whole = false);
+    /// The next notification that the client sends.
+    Json::Value AwaitNotification(int number);
+    /// Waits until the appointment shows what the notification says. Tells it with its marker comment.
+    void AwaitFilled(const std::function<workbench::ItemPtr()>& find, const Json::Value& notification);
+    void TellAppointment(const workbench::ItemPtr& item, bool withMarker = true);
+    /// The newest appointment whose marker holds that conference id; null when there is none.
+    workbench::ItemPtr FindByConference(const std::wstring& confId) const;
+
+    /// Does `cause` and waits until the dialog that it brings has been seen and answered.
+    void AwaitDialog(const ExpectedDialog& expected, HWND owner, const std::function<void()>& cause);
+
+    // --- For the last count ---
+    std::size_t commands = 0;
+    std::size_t notifications = 0;
+    std::size_t dialogs = 0;
+
+private:
+    /// @return its whole text.
+    std::wstring TellDialog(const workbench::DialogSeen& seen);
+
+    std::unique_ptr<meeting_client::ClientProcess> client_;
+    std::size_t commandsOfClient_ = 0; // told, of the process that runs now
+    std::size_t notificationsOfClient_ = 0;
+};
+
+/// A file of the build, given from the build folder: found around this program. @throws StepFailed.
+std::wstring FindBuilt(const std::wstring& relative);
+
+/// Whether the appointment holds exactly what the notification says.
+bool Holds(const workbench::Item& item, const Json::Value& notification);
+
+} // namespace demo

@@ -1,0 +1,169 @@
+#include "workbench/demo/Story.h"
+
+#include "workbench/host/Pump.h"
+
+#include "support/Text.h"
+
+#include <chrono>
+#include <cstdio>
+
+namespace demo {
+namespace {
+
+constexpr const wchar_t* kHeading = L"\x1b[1;36m";
+constexpr const wchar_t* kDone = L"\x1b[32m";
+constexpr const wchar_t* kFaint = L"\x1b[2m";
+constexpr const wchar_t* kBad = L"\x1b[1;31m";
+constexpr const wchar_t* kPlain = L"\x1b[0m";
+constexpr std::size_t kCaptionWidth = 14;
+constexpr unsigned kGrace = 3000; // ms by which the watchdog lets the step report its own deadline first
+
+/// Blanks up to a column. Chinese characters take two.
+std::wstring Padding(std::wstring_view text, std::size_t width) {
+    std::size_t used = 0;
+    for (const wchar_t one : text) {
+        used += one >= 0x2E80 ? 2U : 1U;
+    }
+    return std::wstring(used < width ? width - used : 1, L' ');
+}
+
+} // namespace
+
+std::wstring SecondsText(unsigned milliseconds) {
+    return std::to_wstring(milliseconds / 1000) + L"." + std::to_wstring(milliseconds / 100 % 10) + L" s";
+}
+
+std::wstring OneLine(std::wstring_view text) {
+    std::wstring line;
+    for (const wchar_t one : text) {
+        const bool blank = one == L' ' || one == L'\t' || one == L'\r' || one == L'\n';
+        if (!blank) {
+            line += one;
+        } else if (!line.empty() && line.back() != L' ') {
+            line += L' ';
+        }
+    }
+    while (!line.empty() && line.back() == L' ') {
+        line.pop_back();
+    }
+    return line;
+}
+
+Story::Story(bool colour, unsigned pace) : colour_(colour), pace_(pace), watchdog_([this] { Watch(); }) {}
+
+Story::~Story() {
+    {
+        const std::scoped_lock hold(lock_);
+        ended_ = true;
+    }
+    wake_.notify_all();
+    watchdog_.join();
+}
+
+void Story::Watch() {
+    std::unique_lock hold(lock_);
+    while (!ended_) {
+        wake_.wait_for(hold, std::chrono::milliseconds(250));
+        if (deadline_ != 0 && ::GetTickCount64() > deadline_ + kGrace) {
+            // The thread that tells the story is stuck, so this one has the last word.
+            Failure(L"\"" + current_ + L"\" did not happen within " + SecondsText(limit_) + L"; Outlook hangs");
+            ::TerminateProcess(::GetCurrentProcess(), 1);
+        }
+    }
+}
+
+void Story::Begin(std::wstring_view text, unsigned limit) {
+    if (pace_ != 0 && steps_ != 0) {
+        {
+            const std::scoped_lock hold(lock_);
+            deadline_ = 0;
+        }
+        workbench::PumpFor(pace_);
+    }
+    const std::scoped_lock hold(lock_);
+    current_ = text;
+    limit_ = limit;
+    deadline_ = ::GetTickCount64() + limit;
+}
+
+void Story::Scenario(std::wstring_view heading) {
+    inScenario_ = 0;
+    Write(L"\n" + Paint(kHeading, heading) + L"\n");
+}
+
+void Story::Act(std::wstring_view text, unsigned limit) {
+    Begin(text, limit);
+    Number(text, {});
+}
+
+void Story::Await(std::wstring_view text, const std::function<bool()>& happened, unsigned limit) {
+    Begin(text, limit);
+    const ULONGLONG start = ::GetTickCount64();
+    if (!workbench::PumpUntil(happened, limit)) {
+        throw StepFailed("\"" + ToUtf8(text) + "\" did not happen within " + ToUtf8(SecondsText(limit)));
+    }
+    Number(text, std::to_wstring(::GetTickCount64() - start) + L" ms");
+}
+
+void Story::Check(std::wstring_view text, bool holds) {
+    Begin(text, kUsualLimit);
+    if (!holds) {
+        throw StepFailed("\"" + ToUtf8(text) + "\" does not hold");
+    }
+    Number(text, {});
+}
+
+void Story::Number(std::wstring_view text, const std::wstring& remark) {
+    ++steps_;
+    const std::wstring number = std::to_wstring(++inScenario_);
+    std::wstring line = std::wstring(number.size() < 2 ? 2 : 1, L' ') + Paint(kDone, number + L".") + L" ";
+    line += text;
+    if (!remark.empty()) {
+        line += L" " + Paint(kFaint, L"(" + remark + L")");
+    }
+    Write(line + L"\n");
+}
+
+void Story::Data(std::wstring_view caption, std::wstring_view text) {
+    const std::wstring indent(7, L' ');
+    std::wstring out = indent + Paint(kFaint, caption) + Padding(caption, kCaptionWidth);
+    while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r')) {
+        text.remove_suffix(1);
+    }
+    if (text.find(L'\n') == std::wstring_view::npos) {
+        Write(out.append(text) + L"\n");
+        return;
+    }
+    out += L"\n";
+    while (!text.empty()) {
+        const std::size_t end = text.find(L'\n');
+        std::wstring line(text.substr(0, end));
+        text.remove_prefix(end == std::wstring_view::npos ? text.size() : end + 1);
+        std::erase(line, L'\r');
+        for (std::size_t tab; (tab = line.find(L'\t')) != std::wstring::npos;) {
+            line.replace(tab, 1, L"  ");
+        }
+        out += indent + L"  " + line + L"\n";
+    }
+    Write(out);
+}
+
+void Story::Plain(std::wstring_view text) {
+    Write(L"       " + Paint(kFaint, text) + L"\n");
+}
+
+void Story::Failure(std::wstring_view text) {
+    Write(L"\n" + Paint(kBad, L"FAILED: " + std::wstring(text)) + L"\n");
+}
+
+std::wstring Story::Paint(const wchar_t* code, std::wstring_view text) const {
+    return colour_ ? code + std::wstring(text) + kPlain : std::wstring(text);
+}
+
+void Story::Write(std::wstring_view text) {
+    const std::string bytes = ToUtf8(text);
+    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+    std::fflush(stdout);
+}
+
+} // namespace demo

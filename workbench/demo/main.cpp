@@ -1,0 +1,70 @@
+#include "workbench/demo/Options.h"
+#include "workbench/demo/Scenarios.h"
+#include "workbench/demo/Stage.h"
+
+#include "support/Text.h"
+
+#include <windows.h>
+#include <objbase.h>
+#include <shellapi.h>
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+enum ExitCode : int { kEverythingHappened = 0, kStepFailed = 1, kBadCommandLine = 2 };
+
+std::vector<std::wstring> Arguments() {
+    int count = 0;
+    wchar_t** texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    std::vector<std::wstring> arguments;
+    for (int i = 1; texts && i < count; ++i) {
+        arguments.emplace_back(texts[i]);
+    }
+    ::LocalFree(texts);
+    return arguments;
+}
+
+int Play(const demo::Options& options) {
+    demo::Stage stage(options);
+    try {
+        demo::LoadAddIn(stage);
+        for (const demo::Scenario& scenario : demo::AllScenarios()) {
+            if (options.scenario.empty() || options.scenario == scenario.name) {
+                scenario.play(stage);
+            }
+        }
+        demo::EndOutlook(stage);
+    } catch (const std::exception& error) {
+        stage.story.Failure(ToWide(error.what()));
+        return kStepFailed;
+    } catch (const _com_error& error) {
+        stage.story.Failure(L"status " + std::to_wstring(error.Error()));
+        return kStepFailed;
+    }
+    stage.story.Scenario(L"Everything happened as it should.");
+    return kEverythingHappened;
+}
+
+} // namespace
+
+int main() {
+    try {
+        const demo::Options options = demo::ParseOptions(Arguments());
+        if (options.help) {
+            std::fputs(demo::HelpText(), stdout);
+            return kEverythingHappened;
+        }
+        ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        const int code = Play(options);
+        ::CoUninitialize();
+        return code;
+    } catch (const demo::OptionsError& error) {
+        std::fprintf(stderr, "workbench_demo: %s\nworkbench_demo --help tells the options\n", error.what());
+        return kBadCommandLine;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "workbench_demo: %s\n", error.what());
+        return kStepFailed;
+    }
+}
