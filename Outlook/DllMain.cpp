@@ -42,6 +42,9 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* /*reserved*
 }
 
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv) {
+    if (ppv != nullptr) {
+        *ppv = nullptr;
+    }
     return GuardComCall(kSource, L"DllGetClassObject", [&]() -> HRESULT {
         if (rclsid != CLSID_NembraMeeting) {
             return CLASS_E_CLASSNOTAVAILABLE;
@@ -49,7 +52,6 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv) {
         if (ppv == nullptr) {
             return E_POINTER;
         }
-        *ppv = nullptr;
         Factory* factory = new Factory; // owned by its reference count, which is 1
         const HRESULT status = factory->QueryInterface(riid, ppv);
         factory->Release();

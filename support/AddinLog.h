@@ -5,8 +5,8 @@
 /// Internals of the add-in's log, see LogLine.h.
 
 /// Lines above this level are dropped, see `LogLevel`.
-/// Deliberate: that is every `Debug` line and with them every message of the channel. Their content is the users'
-/// meetings and has no place in a file that is sent to support.
+/// Deliberate: that is every `Debug` line and with them the channel's own log, which has lines for each window message
+/// and each segment and would push everything else out of the file.
 inline constexpr int32_t kAddinLogThreshold = 2;
 
 /// Opens the log under a folder; an empty one means the current directory. Does nothing when the log is open.

@@ -29,7 +29,11 @@ std::wostream& LogLine::At(LogLevel level) {
     if (static_cast<int32_t>(level) > kAddinLogThreshold) {
         return dropped_; // Debug statements stand in every reference count; they must cost next to nothing.
     }
-    return stream_ ? *stream_ : stream_.emplace();
+    try {
+        return stream_ ? *stream_ : stream_.emplace();
+    } catch (...) {
+        return dropped_; // No memory: the text is lost. Statements stand in functions that must not throw.
+    }
 }
 
 std::wostream& LogLine::Error() {

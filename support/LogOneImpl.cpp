@@ -208,6 +208,9 @@ void LogOneImpl::SetLevel(int32_t level) noexcept {
 }
 
 void LogOneImpl::SetName(const char* name) noexcept {
+    if (name == nullptr) {
+        return;
+    }
     const MC_Lock lock(&RegistryLock());
     CopyBounded(name_, name, (std::min)(KOSA_StrLen(name), sizeof(name_) - 1));
 }

@@ -22,13 +22,18 @@ MC_Critical_Section::~MC_Critical_Section() {
 
 void MC_Critical_Section::Init() noexcept {
     initialised_ = true;
+    alive_ = true;
     ::InitializeCriticalSection(&section_);
 }
 
 // Deliberate: the flag stays set. A lock used after its deletion is the caller's fault and shall show in a debugger
 // instead of passing as a lock that was never initialised.
 void MC_Critical_Section::Delete() noexcept {
-    ::DeleteCriticalSection(&section_);
+    // The destructor comes here once more, and the platform does not take a section back twice.
+    if (alive_) {
+        alive_ = false;
+        ::DeleteCriticalSection(&section_);
+    }
 }
 
 void MC_Critical_Section::Lock() noexcept {

@@ -15,7 +15,7 @@ public:
     MC_Critical_Section& operator=(const MC_Critical_Section&) = delete;
 
     virtual void Init() noexcept;
-    /// Gives the platform's object back. The lock must not be used afterwards.
+    /// Gives the platform's object back, once. The lock must not be used afterwards, only destroyed.
     virtual void Delete() noexcept;
 
     /// Both do nothing before `Init`.
@@ -27,7 +27,8 @@ public:
 
 private:
     CRITICAL_SECTION section_ = {};
-    bool initialised_ = false;
+    bool initialised_ = false; // since `Init`, for good
+    bool alive_ = false;       // between `Init` and `Delete`
 };
 
 /// Holds a lock for the length of a scope. `lock` is not null and outlives the holder.

@@ -14,6 +14,10 @@ constexpr uint32_t kLastStepsMilliseconds = 1000;
 
 } // namespace
 
+MC_Thread::MC_Thread() noexcept {
+    finished_.Set(); // nobody to wait for
+}
+
 MC_Thread::~MC_Thread() {
     stop_.store(true, std::memory_order_release);
 }
@@ -29,6 +33,9 @@ bool MC_Thread::Start() noexcept {
     if (handle_.compare_exchange_strong(expected, created.Get())) {
         created.Detach();
     }
+    if (!started) {
+        finished_.Set();
+    }
     return started;
 }
 
@@ -37,17 +44,22 @@ bool MC_Thread::Stop(uint32_t milliseconds) noexcept {
     if (milliseconds == INFINITE && IsCurrentThread()) {
         return false;
     }
-    if (handle_.load() == nullptr || finished_.Wait(milliseconds)) {
-        handle_.store(nullptr);
+    if (handle_.load() == nullptr) {
+        // No thread, or one that gave its handle up and is about to signal: the object must live until it has.
+        finished_.Wait(kLastStepsMilliseconds);
+        return true;
+    }
+    if (finished_.Wait(milliseconds)) {
         return true;
     }
     const HANDLE running = handle_.exchange(nullptr);
     if (running == nullptr) {
-        // The thread gave its handle up this moment and is about to signal; the object must live until it has.
-        return finished_.Wait(kLastStepsMilliseconds);
+        return finished_.Wait(kLastStepsMilliseconds); // gave its handle up this moment
     }
     ::TerminateThread(running, 1);
     ::CloseHandle(running);
+    threadId_ = 0;
+    finished_.Set(); // in the place of the thread, which no longer can
     return false;
 }
 

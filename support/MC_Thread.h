@@ -10,7 +10,7 @@
 /// Worker thread with a stop flag and a finished event. `Start` and `Stop` are the owner's (one thread).
 class MC_Thread {
 public:
-    MC_Thread() noexcept = default;
+    MC_Thread() noexcept;
     /// Neither waits for the thread nor ends it: the owner calls `Stop` first.
     virtual ~MC_Thread();
 
@@ -47,6 +47,6 @@ private:
 
     std::atomic<HANDLE> handle_{nullptr};
     std::atomic<bool> stop_{false};
-    MC_Event finished_;
+    MC_Event finished_; // signalled whenever no thread runs
     DWORD threadId_ = 0;
 };

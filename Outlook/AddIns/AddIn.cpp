@@ -45,14 +45,15 @@ AddIn::AddIn() : gate_(std::make_shared<NotifyGate>(this)) {
 
 AddIn::~AddIn() {
     gate_->Close();
-    // All are muted before the first one goes: the host may raise an event when a sink lets go of its window, and a
-    // handler must not take and release references on an add-in that is ending.
+    // Everything that could reach this object falls silent before the host is called: a sink that lets go of its window
+    // can bring an event or a waiting task, and neither must take and release references on an add-in that is ending.
     MuteSink(explorersSink_);
     MuteSink(inspectorsSink_);
+    sinks_.Mute();
+    DestroyMessageWindow();
     sinks_.Clear();
     DropSink(explorersSink_);
     DropSink(inspectorsSink_);
-    DestroyMessageWindow();
     StopGdiplus();
     --ModuleState::liveObjects;
 }

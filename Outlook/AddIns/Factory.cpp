@@ -55,6 +55,8 @@ HRESULT Factory::Create(IUnknown* outer, REFIID riid, void** ppv) {
     }
     LogLine(kSource, L"Factory::CreateInstance").Info() << L"riid: " << IdText(riid);
     AddIn* addIn = new AddIn; // owned by its reference count, which is 1
+    // The caller holds the only reference at the end, or the object goes.
+    const IUnknownPtr creation(static_cast<IConnect*>(addIn), false);
     HRESULT status = addIn->Init();
     if (SUCCEEDED(status)) {
         status = addIn->QueryInterface(riid, ppv);
@@ -62,7 +64,6 @@ HRESULT Factory::Create(IUnknown* outer, REFIID riid, void** ppv) {
         LogLine(kSource, L"Factory::CreateInstance").Error()
             << L"Factory::CreateInstance AddIn.Init fail: 0x" << Hex(status);
     }
-    addIn->Release(); // The caller holds the only reference now, or the object goes.
     return status;
 }
 

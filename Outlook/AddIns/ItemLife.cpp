@@ -56,9 +56,10 @@ void AddIn::OnNewInspector(Outlook::_InspectorPtr inspector) {
     if (FAILED(GetAppointment(L"AddIn::OnNewInspector", inspector, item)) || sinks_.HasInspector(inspector)) {
         return;
     }
+    const IEventSinkPtr inspectorSink = MakeSink<InspectorEventsSink>(this, inspector);
     // An appointment that stands in a second window has its sink already; another would double its events.
     const IEventSinkPtr itemSink = sinks_.HasItem(item) ? nullptr : MakeSink<ItemEventsSink>(this, item);
-    sinks_.AddInspector(inspector, MakeSink<InspectorEventsSink>(this, inspector), item, itemSink);
+    sinks_.AddInspector(inspector, inspectorSink, item, itemSink);
 }
 
 void AddIn::OnInspectorClose(Outlook::_InspectorPtr inspector) {
@@ -129,8 +130,9 @@ bool AddIn::OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item) {
 }
 
 bool AddIn::OnAppointmentItemDelete(Outlook::_AppointmentItemPtr /*item*/) {
-    if (ribbonUI_ != nullptr) {
-        Outlook::InvalidateControl(ribbonUI_, ControlIds::kCancelAppointment);
+    // Office asks the callbacks again during the call and may hand over another ribbon then.
+    if (const Outlook::IRibbonUIPtr ribbon = ribbonUI_; ribbon != nullptr) {
+        Outlook::InvalidateControl(ribbon, ControlIds::kCancelAppointment);
     }
     return true;
 }

@@ -126,7 +126,9 @@ INT_PTR CALLBACK AddIn::DialogProc(HWND dialog, UINT message, WPARAM wParam, LPA
     } else if (message == WM_COMMAND && HIWORD(wParam) == 0) {
         ::EndDialog(dialog, LOWORD(wParam));
     }
-    return FALSE; // also for the two above: the focus and everything else stay the dialog manager's
+    // Deliberate: FALSE for the two above as well. Nothing needs a message to be kept from the dialog manager, and no
+    // control is to take the focus at the start: most of these dialogs show none.
+    return FALSE;
 }
 
 INT_PTR AddIn::ShowDialog(int chineseId, int englishId, HWND owner) {

@@ -13,7 +13,7 @@ IUnknown* Identity(IUnknown* object) {
     return identity;
 }
 
-void Mute(const IEventSinkPtr& sink) {
+void MuteSink(const IEventSinkPtr& sink) {
     if (sink != nullptr) {
         sink->SetHandler(nullptr);
     }
@@ -22,7 +22,7 @@ void Mute(const IEventSinkPtr& sink) {
 void Disconnect(const IEventSinkPtr& sink) {
     if (sink != nullptr) {
         sink->Unadvise();
-        Mute(sink); // An event that is under way further up the stack must not reach the add-in later.
+        MuteSink(sink); // An event that is under way further up the stack must not reach the add-in later.
     }
 }
 
@@ -33,7 +33,9 @@ bool SinkTables::HasExplorer(IUnknown* explorer) const {
 }
 
 void SinkTables::AddExplorer(IUnknown* explorer, const IEventSinkPtr& sink) {
-    explorers_.insert_or_assign(Identity(explorer), sink);
+    if (!explorers_.try_emplace(Identity(explorer), sink).second) {
+        Disconnect(sink);
+    }
 }
 
 void SinkTables::RemoveExplorer(IUnknown* explorer) {
@@ -53,8 +55,16 @@ bool SinkTables::HasItem(IUnknown* item) const {
 void SinkTables::AddInspector(IUnknown* inspector, const IEventSinkPtr& inspectorSink, IUnknown* item,
                               const IEventSinkPtr& itemSink) {
     IUnknown* itemIdentity = Identity(item);
-    ++items_.try_emplace(itemIdentity, ItemEntry{itemSink, 0}).first->second.inspectors;
-    inspectors_.insert_or_assign(Identity(inspector), InspectorEntry{inspectorSink, itemIdentity});
+    if (!inspectors_.try_emplace(Identity(inspector), InspectorEntry{inspectorSink, itemIdentity}).second) {
+        Disconnect(inspectorSink);
+        Disconnect(itemSink);
+        return;
+    }
+    const auto [entry, isNewItem] = items_.try_emplace(itemIdentity, ItemEntry{itemSink, 0});
+    ++entry->second.inspectors;
+    if (!isNewItem) {
+        Disconnect(itemSink);
+    }
 }
 
 IUnknown* SinkTables::RemoveInspector(IUnknown* inspector) {
@@ -76,19 +86,22 @@ void SinkTables::RemoveItem(IUnknown* itemIdentity) {
     Disconnect(entry.mapped().sink);
 }
 
+void SinkTables::Mute() {
+    for (const auto& [explorer, sink] : explorers_) {
+        MuteSink(sink);
+    }
+    for (const auto& [inspector, entry] : inspectors_) {
+        MuteSink(entry.sink);
+    }
+    for (const auto& [item, entry] : items_) {
+        MuteSink(entry.sink);
+    }
+}
+
 void SinkTables::Clear() {
     const auto explorers = std::exchange(explorers_, {});
     const auto inspectors = std::exchange(inspectors_, {});
     const auto items = std::exchange(items_, {});
-    for (const auto& [explorer, sink] : explorers) {
-        Mute(sink);
-    }
-    for (const auto& [inspector, entry] : inspectors) {
-        Mute(entry.sink);
-    }
-    for (const auto& [item, entry] : items) {
-        Mute(entry.sink);
-    }
     for (const auto& [explorer, sink] : explorers) {
         Disconnect(sink);
     }

@@ -11,6 +11,7 @@
 class SinkTables {
 public:
     bool HasExplorer(IUnknown* explorer) const;
+    /// Keeps an explorer's sink. One that has come in meanwhile, while this one was being connected, stays instead.
     void AddExplorer(IUnknown* explorer, const IEventSinkPtr& sink);
     /// Disconnects the explorer's sink and forgets it.
     void RemoveExplorer(IUnknown* explorer);
@@ -18,7 +19,7 @@ public:
     bool HasInspector(IUnknown* inspector) const;
     bool HasItem(IUnknown* item) const;
     /// Keeps the sinks of an inspector and of the item in it. An item that another inspector shows as well keeps the
-    /// sink it has; `itemSink` may be null then.
+    /// sink it has; `itemSink` may be null then. As with explorers, what is known already stays.
     void AddInspector(IUnknown* inspector, const IEventSinkPtr& inspectorSink, IUnknown* item,
                       const IEventSinkPtr& itemSink);
     /// Disconnects the inspector's sink and forgets it. @return the identity of its item for `RemoveItem`, null when
@@ -27,7 +28,9 @@ public:
     /// To be called once for each inspector removed: the item's sink goes with the last inspector that shows it.
     void RemoveItem(IUnknown* itemIdentity);
 
-    /// Disconnects everything, each sink once. No event reaches the add-in from its start on.
+    /// Lets no event reach the add-in any more. Calls nobody.
+    void Mute();
+    /// Disconnects everything, each sink once.
     void Clear();
 
     size_t Size() const noexcept { return explorers_.size() + inspectors_.size() + items_.size(); }

@@ -163,7 +163,7 @@ int KOSA_RmDir(const char* path);
 
 /** Removes "." and ".." parts, without looking at the disk. @param size bytes; at least the result's length. A result
  *  of exactly size bytes fills the buffer and is not terminated.
- *  @return 0; 1 for null, for a result longer than size, and for paths of more than 260 bytes. */
+ *  @return 0; 1 for null, for a result longer than size or 259 bytes, and for paths of more than 260 bytes. */
 int KOSA_RelPath(const char* path, char* buffer, uint32_t size);
 
 /** What the runtime knows of a file. */

@@ -25,46 +25,62 @@ UniqueText<Unit> NewUnits(size_t count) noexcept {
     return UniqueText<Unit>(static_cast<Unit*>(KOSA_MemMallocD(static_cast<uint32_t>(bytes), __LINE__, kUnit)));
 }
 
+/// A result and its length, so that nobody measures it again.
+template <class Unit>
+struct Converted {
+    UniqueText<Unit> text; // null when there is none
+    int length = 0;        // in units
+};
+
 /// Asks for the length, allocates and converts. @param convert takes an output (null to ask) and its room and answers
 /// the units written, 0 on failure. The result is wholly zero when the conversion fails.
 template <class Unit, class Convert>
-UniqueText<Unit> ConvertToNew(Convert convert) noexcept {
+Converted<Unit> ConvertToNew(Convert convert) noexcept {
     const int units = convert(nullptr, 0);
-    UniqueText<Unit> output = NewUnits<Unit>(static_cast<size_t>(units) + 1);
-    if (output == nullptr) {
-        return nullptr;
+    Converted<Unit> output{NewUnits<Unit>(static_cast<size_t>(units) + 1), units};
+    if (output.text == nullptr) {
+        return {};
     }
-    if (units > 0 && convert(output.get(), units) > 0) {
-        output[static_cast<size_t>(units)] = 0;
+    if (units > 0 && convert(output.text.get(), units) > 0) {
+        output.text[static_cast<size_t>(units)] = 0;
     } else {
-        memset(output.get(), 0, (static_cast<size_t>(units) + 1) * sizeof(Unit));
+        memset(output.text.get(), 0, (static_cast<size_t>(units) + 1) * sizeof(Unit));
+        output.length = 0;
     }
     return output;
 }
 
-UniqueText<wchar_t> Widen(const char* text, UINT codePage, DWORD flags) noexcept {
+Converted<wchar_t> Widen(const char* text, UINT codePage, DWORD flags) noexcept {
     const int length = text == nullptr ? -1 : CheckedLength(strlen(text));
     if (length < 0) {
-        return nullptr;
+        return {};
     }
     return ConvertToNew<wchar_t>(
         [=](wchar_t* output, int room) { return ::MultiByteToWideChar(codePage, flags, text, length, output, room); });
 }
 
-UniqueText<char> Narrow(const wchar_t* text, UINT codePage) noexcept {
-    const int length = text == nullptr ? -1 : CheckedLength(wcslen(text));
-    if (length < 0) {
+UniqueText<char> Narrow(const wchar_t* text, int length, UINT codePage) noexcept {
+    if (text == nullptr || length < 0) {
         return nullptr;
     }
     return ConvertToNew<char>([=](char* output, int room) {
-        return ::WideCharToMultiByte(codePage, 0, text, length, output, room, nullptr, nullptr);
-    });
+               return ::WideCharToMultiByte(codePage, 0, text, length, output, room, nullptr, nullptr);
+           })
+        .text;
+}
+
+UniqueText<char> Narrow(const wchar_t* text, UINT codePage) noexcept {
+    return Narrow(text, text == nullptr ? -1 : CheckedLength(wcslen(text)), codePage);
+}
+
+UniqueText<char> Narrow(const Converted<wchar_t>& wide, UINT codePage) noexcept {
+    return Narrow(wide.text.get(), wide.length, codePage);
 }
 
 } // namespace
 
 wchar_t* ZEP_LocaleToUnicodeW(const char* text) {
-    return Widen(text, CP_ACP, MB_PRECOMPOSED).release();
+    return Widen(text, CP_ACP, MB_PRECOMPOSED).text.release();
 }
 
 char* ZEP_UnicodeToLocale(const wchar_t* text) {
@@ -76,30 +92,28 @@ char* ZEP_UnicodeToUtf8(const wchar_t* text) {
 }
 
 wchar_t* ZEP_Utf8ToUnicodeW(const char* text) {
-    return Widen(text, CP_UTF8, 0).release();
+    return Widen(text, CP_UTF8, 0).text.release();
 }
 
 char* ZEP_Utf8ToUnicodeA(const char* text) {
-    const UniqueText<wchar_t> wide(ZEP_Utf8ToUnicodeW(text));
-    if (wide == nullptr) {
+    const Converted<wchar_t> wide = Widen(text, CP_UTF8, 0);
+    if (wide.text == nullptr) {
         return nullptr;
     }
-    const size_t bytes = (wcslen(wide.get()) + 1) * sizeof(wchar_t);
+    const size_t bytes = (static_cast<size_t>(wide.length) + 1) * sizeof(wchar_t);
     UniqueText<char> copy = NewUnits<char>(bytes);
     if (copy != nullptr) {
-        memcpy(copy.get(), wide.get(), bytes);
+        memcpy(copy.get(), wide.text.get(), bytes);
     }
     return copy.release();
 }
 
 char* ZEP_LocaleToUtf8(const char* text) {
-    const UniqueText<wchar_t> wide(ZEP_LocaleToUnicodeW(text));
-    return ZEP_UnicodeToUtf8(wide.get());
+    return Narrow(Widen(text, CP_ACP, MB_PRECOMPOSED), CP_UTF8).release();
 }
 
 char* ZEP_Utf8ToLocale(const char* text) {
-    const UniqueText<wchar_t> wide(ZEP_Utf8ToUnicodeW(text));
-    return ZEP_UnicodeToLocale(wide.get());
+    return Narrow(Widen(text, CP_UTF8, 0), CP_ACP).release();
 }
 
 void ZEP_StrMemFree(void* text) {

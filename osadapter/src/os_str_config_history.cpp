@@ -45,19 +45,19 @@ const char* OperationName(uint32_t operation) noexcept {
     }
 }
 
-/// Stores the record. Null goes to the runtime as well: its checked copy clears the slot, sets `errno` to EINVAL and
-/// tells the process's invalid-parameter handler, if there is one.
+/// Stores the record. Null goes to the runtime: its checked copy clears the slot and takes the runtime's path for
+/// invalid parameters, which sets `errno` to EINVAL.
 void StoreRecord(OperateRec& slot, const OperateRec* record) noexcept {
+    if (record != nullptr) {
+        slot = *record;
+        return;
+    }
 #ifdef _WIN32
     const RuntimeGuard guard;
     memcpy_s(&slot, sizeof(slot), record, sizeof(slot));
 #else
-    if (record == nullptr) {
-        slot = {};
-        errno = EINVAL;
-        return;
-    }
-    slot = *record;
+    slot = {};
+    errno = EINVAL;
 #endif
 }
 
@@ -80,10 +80,13 @@ int32_t KOSA_InitOperateHistory(void) {
 }
 
 int32_t KOSA_AddOperateRec(const OperateRec* record) {
-    const int32_t slot = g_history.next < static_cast<int32_t>(kSlots) ? g_history.next : 0;
+    // The remainder lies in the table whatever the counter is: callers that do not take turns may lose records, but
+    // must not store beyond the last slot, where comparing and then reading once more could lead.
+    const uint32_t slot = static_cast<uint32_t>(g_history.next) % kSlots;
     StoreRecord(g_history.slots[slot], record);
-    g_history.next = slot + 1;
-    return g_history.next;
+    const int32_t next = static_cast<int32_t>(slot + 1);
+    g_history.next = next;
+    return next;
 }
 
 int32_t KOSA_DumpOperateHistory(char* buffer, uint32_t size) {
@@ -105,7 +108,8 @@ int32_t KOSA_DumpOperateHistory(char* buffer, uint32_t size) {
             return static_cast<int32_t>(length);
         }
         result = AppendRow(buffer + length, size - length, g_history.slots[at]);
-        length += strlen(buffer + length);
+        // The result of a row that was cut does not tell its length.
+        length += result >= 0 ? static_cast<size_t>(result) : strlen(buffer + length);
     }
     return result;
 }

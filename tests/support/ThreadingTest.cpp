@@ -60,6 +60,7 @@ TEST(WorkerThread, ThatNeverStopsIsTerminated) {
     const UniqueHandle owned(watched);
     EXPECT_FALSE(thread.Stop(0));
     EXPECT_EQ(thread.GetHandle(), nullptr);
+    EXPECT_EQ(thread.GetThreadId(), 0u);
     ASSERT_EQ(::WaitForSingleObject(watched, kPatience), WAIT_OBJECT_0);
     DWORD code = 0;
     EXPECT_TRUE(::GetExitCodeThread(watched, &code));
@@ -103,6 +104,19 @@ TEST(WorkerThread, ThatEndsByItselfClosesItsHandle) {
     ASSERT_NE(own, nullptr);
     DWORD flags = 0;
     EXPECT_FALSE(::GetHandleInformation(own, &flags));
+}
+
+// The object dies right after `Stop`, so the thread's very last step must be over by then.
+TEST(WorkerThread, IsWaitedForInItsLastSteps) {
+    for (int round = 0; round < 300; ++round) {
+        SCOPED_TRACE(round);
+        TestThread thread([](TestThread&) {});
+        ASSERT_TRUE(thread.Start());
+        while (thread.GetHandle() != nullptr) {
+        }
+        ASSERT_TRUE(thread.Stop(kPatience));
+        ASSERT_EQ(thread.GetThreadId(), 0u);
+    }
 }
 
 TEST(Event, IsManualResetAndTimesOut) {

@@ -45,8 +45,8 @@ struct Habits {
     /// The inspector's Close event is delivered inside the next Release of one of its pointers. If there is none, the
     /// next message pump delivers it.
     bool closeInsideRelease = false;
-    /// Items and inspectors also fire the events that only report: Read, Open(Cancel), PropertyChange(Name) and Unload of
-    /// the item, Activate and Deactivate of the inspector.
+    /// Items and inspectors also fire the events that only report: Read, Open(Cancel), PropertyChange(Name) and Unload
+    /// of the item, Activate and Deactivate of the inspector.
     bool noiseEvents = false;
 
     // --- Life ---

@@ -1,6 +1,7 @@
 #include "workbench/host/HostWindow.h"
 
 #include "workbench/host/HostCore.h"
+#include "workbench/host/WindowIcon.h"
 #include "workbench/host/WindowPainter.h"
 
 #include <windowsx.h>
@@ -34,7 +35,7 @@ LRESULT CALLBACK EditorProcedure(HWND window, UINT message, WPARAM wParam, LPARA
     return 0;
 }
 
-void RegisterOne(const wchar_t* name, WNDPROC procedure) {
+void RegisterOne(const wchar_t* name, WNDPROC procedure, bool withIcon = false) {
     WNDCLASSEXW type{};
     type.cbSize = sizeof type;
     type.style = CS_HREDRAW | CS_VREDRAW;
@@ -42,6 +43,10 @@ void RegisterOne(const wchar_t* name, WNDPROC procedure) {
     type.hInstance = ::GetModuleHandleW(nullptr);
     type.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
     type.lpszClassName = name;
+    if (withIcon) { // the class keeps them as long as the process lives
+        type.hIcon = MakeWindowIcon(::GetSystemMetrics(SM_CXICON));
+        type.hIconSm = MakeWindowIcon(::GetSystemMetrics(SM_CXSMICON));
+    }
     ::RegisterClassExW(&type);
 }
 
@@ -57,7 +62,7 @@ std::wstring BodyText(const std::vector<WindowLine>& lines) {
 } // namespace
 
 bool HostWindow::RegisterClasses() {
-    RegisterOne(kWindowClass, &HostWindow::Procedure);
+    RegisterOne(kWindowClass, &HostWindow::Procedure, true);
     RegisterOne(L"AfxWndW", &::DefWindowProcW);
     RegisterOne(L"AfxWndA", &::DefWindowProcW);
     RegisterOne(L"_WwB", &::DefWindowProcW);

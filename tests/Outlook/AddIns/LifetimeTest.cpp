@@ -139,6 +139,29 @@ TEST_F(Lifetime, TasksThatWaitAreDroppedWithTheConnection) {
     EXPECT_THAT(Client().Messages(), IsEmpty());
 }
 
+TEST_F(Lifetime, ATaskThatWaitsIsNotRunByAnObjectThatEnds) {
+    HostOptions options;
+    options.habits.fastShutdown = true;
+    options.habits.closeInsideRelease = true;
+    Connect(options);
+    StartClient();
+    OpenAppointment(true, kOurs)->Close(workbench::kClosePrompt);
+    ExplorerRibbon().Press(L"StartMeetingMail");
+    // The window closes when the ending object lets go of it, and the host handles its messages meanwhile.
+    bool closed = false;
+    Host().Observe([&](const workbench::Step& step) {
+        if (step.kind == workbench::StepKind::Event && step.text.find(L"Close -> ") != std::wstring::npos) {
+            closed = true;
+            PumpFor(10);
+        }
+    });
+    EXPECT_EQ(AddIn().Exit(), 0);
+    Host().Observe(nullptr);
+    EXPECT_TRUE(closed);
+    EXPECT_EQ(Log().CountOf("Inf AddIn::Release freed"), 1u);
+    EXPECT_EQ(Log().CountOf("Inf Meeting::OnAction Data: "), 0u);
+}
+
 TEST_F(Lifetime, TheHostsOrderToEndSurvivesTheDisconnection) {
     Connect();
     ::PostQuitMessage(7);

@@ -7,7 +7,7 @@
 
 namespace {
 
-const std::vector<std::string> kPrescribed = {
+const std::vector<std::string> kListed = {
 #define ENTRY_POINT(name) #name,
 #define ADAPTER_EXPORT(name) #name,
 #include "exported_names.h"
@@ -30,8 +30,8 @@ TEST(ModuleExports, AreExactlyTheListedNamesUndecorated) {
         built.push_back(reinterpret_cast<const char*>(base + rows[index]));
     }
     EXPECT_EQ(exports->NumberOfFunctions, exports->NumberOfNames); // nothing is exported by number alone
-    EXPECT_THAT(built, testing::UnorderedElementsAreArray(kPrescribed));
-    EXPECT_EQ(kPrescribed.size(), 4u + 94u + 9u);
+    EXPECT_THAT(built, testing::UnorderedElementsAreArray(kListed));
+    EXPECT_EQ(kListed.size(), 4u + 94u + 9u);
     ::FreeLibrary(module);
 }
 
