@@ -12,7 +12,8 @@ if(WIN32)
 endif()
 
 if(MSVC)
-    target_compile_options(project_options INTERFACE /W4 /WX /permissive- /utf-8 /EHsc /sdl /guard:cf)
+    target_compile_options(project_options INTERFACE
+        /W4 /WX /external:anglebrackets /external:W0 /permissive- /utf-8 /EHsc /sdl /guard:cf)
     target_link_options(project_options INTERFACE /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /guard:cf)
     # The C runtime is linked in: the add-in brings no DLL of its own.
     set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")

@@ -1,19 +1,15 @@
 #include "workbench/demo/ClientLaunch.h"
 
-#include "workbench/client/CommandLine.h"
+#include "workbench/demo/Programs.h"
 #include "workbench/host/Pump.h"
 
-#include "support/UniqueResource.h"
-
 #include <iterator>
-#include <optional>
 
 namespace demo {
 namespace {
 
-constexpr DWORD kRunLimit = 20'000; // ms
-constexpr unsigned kStartLimit = 20'000;
-constexpr unsigned kNoticed = 300; // ms in which the add-in, which looks every 20 ms, has surely seen the client
+constexpr unsigned kStartLimit = 20'000; // ms
+constexpr unsigned kNoticed = 300;       // ms in which the add-in, which looks every 20 ms, has surely seen the client
 
 std::wstring NewFile() {
     wchar_t folder[MAX_PATH + 1] = L"";
@@ -23,27 +19,6 @@ std::wstring NewFile() {
         throw StepFailed("no temporary file for the client's transcript");
     }
     return file;
-}
-
-/// @return nothing when it could not be started or did not end in time.
-std::optional<DWORD> RunToEnd(const std::wstring& program, const std::vector<std::wstring>& arguments) {
-    std::wstring line = meeting_client::JoinCommandLine(program, arguments);
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION made{};
-    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                          &made)) {
-        return std::nullopt;
-    }
-    const UniqueHandle process(made.hProcess);
-    const UniqueHandle thread(made.hThread);
-    if (::WaitForSingleObject(process.Get(), kRunLimit) != WAIT_OBJECT_0) {
-        ::TerminateProcess(process.Get(), 1);
-        return std::nullopt;
-    }
-    DWORD code = 0;
-    ::GetExitCodeProcess(process.Get(), &code);
-    return code;
 }
 
 std::wstring RegisteredCommand() {
@@ -56,7 +31,7 @@ std::wstring RegisteredCommand() {
 } // namespace
 
 ClientLaunch::ClientLaunch(Stage& stage) : stage_(stage), transcript_(NewFile()) {
-    stage_.story.Act(L"The client's installation registers its launch URI", kRunLimit + 1000);
+    stage_.story.Act(L"The client's installation registers its launch URI", kProgramLimit + 1000);
     const auto code = RunToEnd(stage_.ClientProgram(),
                                {L"--register-uri", L"--transcript", transcript_, L"--login-after", L"2500",
                                 L"--max-seconds", L"180", L"--parent", std::to_wstring(::GetCurrentProcessId())});

@@ -31,7 +31,7 @@ bool ReadLanguage(const std::wstring& text) {
 std::wstring ReadScenario(const std::wstring& text) {
     const auto scenarios = AllScenarios();
     const auto named = [&](const Scenario& one) { return text == one.name; };
-    if (std::none_of(scenarios.begin(), scenarios.end(), named)) {
+    if (text != kOnlyStart && std::none_of(scenarios.begin(), scenarios.end(), named)) {
         throw OptionsError("no scenario \"" + ToUtf8(text) + "\"");
     }
     return text;
@@ -57,6 +57,8 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
             options.pictures = value();
         } else if (name == L"--pace") {
             options.pace = ReadPace(value());
+        } else if (name == L"--by-path") {
+            options.byPath = true;
         } else if (name == L"--dll") {
             options.dll = value();
         } else if (name == L"--colour") {
@@ -78,12 +80,14 @@ const char* HelpText() {
 usage: workbench_demo [OPTION...]
 
   --language en|zh   language of the stand-in Outlook (default en)
-  --scenario NAME    only that one: schedule, launch, notify or sync
+  --scenario NAME    only that one: schedule, launch, notify or life; start for none of them
   --pictures FOLDER  ask for pictures: a line "@picture NAME WIDTHxHEIGHT+LEFT+TOP" on the standard output, and whoever
                      reads it answers by writing FOLDER\NAME.png
   --pace MS          pause before each step (default 0)
   --verbose          also tell every call, event, window and ribbon callback
   --colour           colour the output
+  --by-path          load the file of the add-in itself; else it is registered on this machine while the story lasts,
+                     which needs an elevated prompt
   --dll FILE         the add-in (default: the one built with this program)
   --help             this text
 

@@ -6,14 +6,17 @@
 
 namespace demo {
 
+inline constexpr wchar_t kOnlyStart[] = L"start";
+
 struct Options {
     bool chinese = false;
     bool colour = false;
     bool verbose = false;
+    bool byPath = false; ///< load the file itself, without registration
     bool help = false;
     unsigned pace = 0;     ///< milliseconds between two steps
     std::wstring pictures; ///< folder of the pictures; empty for none
-    std::wstring scenario; ///< empty: all
+    std::wstring scenario; ///< empty: all; kOnlyStart: none
     std::wstring dll;      ///< empty: the one built with this program
 };
 

@@ -5,6 +5,10 @@
 
 #include "resources/Connect.h"
 
+#include <objbase.h>
+
+#include <filesystem>
+
 // How the add-in comes into Outlook, and how it goes.
 namespace demo {
 namespace {
@@ -37,6 +41,46 @@ void TellRibbon(Stage& stage, workbench::Surface surface) {
     }
 }
 
+std::wstring ModulePath(HMODULE module) {
+    wchar_t path[MAX_PATH] = L"";
+    ::GetModuleFileNameW(module, path, MAX_PATH);
+    return path;
+}
+
+/// As Outlook makes an add-in: by the ProgID that its list names. COM finds the file.
+void CreateByProgId(Stage& stage) {
+    const std::wstring progId = stage.registration->FindInOutlooksList();
+    stage.story.Act(L"It creates the add-in by its ProgID: CLSIDFromProgID, CoCreateInstance", 20'000);
+    stage.addIn = &stage.outlook.LoadAddInByProgId(progId);
+}
+
+void CreateByPath(Stage& stage) {
+    stage.story.Act(L"It loads the add-in's file: DllGetClassObject, then CreateInstance", 20'000);
+    stage.addIn = &stage.outlook.LoadAddIn(stage.dll, CLSID_NembraMeeting);
+}
+
+void CreateAddIn(Stage& stage) {
+    stage.registration ? CreateByProgId(stage) : CreateByPath(stage);
+    Story& story = stage.story;
+    story.Data(L"status", Hex(stage.addIn->LoadStatus()));
+    if (FAILED(stage.addIn->LoadStatus())) {
+        throw StepFailed("the add-in could not be loaded");
+    }
+    stage.log.Tell(story, L"Built at ");
+    stage.log.Tell(story, L"Factory::CreateInstance");
+    stage.module = ::GetModuleHandleW(std::filesystem::path(stage.dll).filename().c_str());
+    story.Check(L"The add-in's file is in Outlook's process", ModulePath(stage.module) == stage.dll);
+    story.Data(L"module", stage.dll);
+    story.Data(L"class", workbench::DescribeIid(CLSID_NembraMeeting));
+}
+
+/// What COM asks a module before it unloads it.
+HRESULT CanUnload(HMODULE module) {
+    using Function = HRESULT(STDAPICALLTYPE*)();
+    const auto ask = reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(module, "DllCanUnloadNow")));
+    return ask ? ask() : E_NOTIMPL;
+}
+
 std::wstring Joined(const std::vector<std::wstring>& lines) {
     std::wstring all;
     for (const std::wstring& line : lines) {
@@ -47,7 +91,15 @@ std::wstring Joined(const std::vector<std::wstring>& lines) {
 
 } // namespace
 
-void LoadAddIn(Stage& stage) {
+void InstallAddIn(Stage& stage) {
+    if (stage.options.byPath) {
+        return;
+    }
+    stage.story.Scenario(L"The add-in is installed");
+    stage.registration = std::make_unique<Registration>(stage.story, stage.dll);
+}
+
+void StartOutlook(Stage& stage) {
     Story& story = stage.story;
     story.Scenario(L"Outlook starts");
     story.Act(L"The stand-in Outlook opens its main window");
@@ -56,15 +108,7 @@ void LoadAddIn(Stage& stage) {
     story.Data(L"window", L"\"" + stage.explorer->Caption() + L"\"");
     story.Data(L"version", stage.outlook.version + L", language " + std::to_wstring(stage.outlook.language));
 
-    const std::wstring dll = stage.options.dll.empty() ? FindBuilt(L"OutlookAddIn.dll") : stage.options.dll;
-    story.Act(L"It loads the add-in: DllGetClassObject, then CreateInstance", 20'000);
-    stage.addIn = &stage.outlook.LoadAddIn(dll, CLSID_NembraMeeting);
-    story.Data(L"module", dll);
-    story.Data(L"class", workbench::DescribeIid(CLSID_NembraMeeting));
-    story.Data(L"status", Hex(stage.addIn->LoadStatus()));
-    if (FAILED(stage.addIn->LoadStatus())) {
-        throw StepFailed("the add-in could not be loaded");
-    }
+    CreateAddIn(stage);
 
     story.Act(L"It connects the add-in: OnConnection, OnStartupComplete", 20'000);
     const HRESULT connected = stage.addIn->Connect();
@@ -73,7 +117,6 @@ void LoadAddIn(Stage& stage) {
         throw StepFailed("the add-in did not connect");
     }
     story.Data(L"log file", stage.log.Path());
-    stage.log.Tell(story, L"Built at ");
     stage.log.Tell(story, L"RibbonID: ");
 
     story.Await(L"The add-in has its two hidden windows", [] {
@@ -94,14 +137,13 @@ void EndOutlook(Stage& stage) {
     stage.EndClient();
     stage.explorer->SwitchFolder(L"Calendar");
     stage.camera.Take(L"main-window-calendar", stage.explorer->Window()); // with what the story left in it
-    const std::size_t calls = stage.outlook.CallCount();
     const std::size_t sinks = stage.outlook.AdvisedSinks().size();
 
     story.Act(L"Outlook disconnects the add-in: OnBeginShutdown, OnDisconnection, last Release", 20'000);
     story.Data(L"event sinks", std::to_wstring(sinks) + L" objects had sinks of the add-in");
     const long left = stage.addIn->Exit();
     story.Data(L"references", std::to_wstring(left) + L" left on the add-in");
-    story.Data(L"can unload", Hex(stage.addIn->CanUnload()));
+    story.Data(L"can unload", Hex(CanUnload(stage.module)));
     stage.log.Tell(story, L"freed");
     story.Check(L"Nobody holds the add-in any more", left == 0);
     story.Check(L"Its notification window is gone", !::FindWindowW(kNotificationWindow, nullptr));
@@ -109,13 +151,27 @@ void EndOutlook(Stage& stage) {
     const std::vector<std::wstring> outstanding = stage.outlook.Objects().Outstanding();
     story.Data(L"still held", Joined(outstanding));
     story.Check(L"The add-in holds nothing of Outlook any more", outstanding.empty());
+    ::CoFreeUnusedLibraries();
+    story.Check(L"COM looks for modules to unload; this one stays, its channel lives as long as Outlook's process",
+                ModulePath(stage.module) == stage.dll);
+}
 
+void RemoveAddIn(Stage& stage) {
+    if (!stage.registration) {
+        return;
+    }
+    stage.story.Scenario(L"The add-in is removed");
+    stage.registration->Remove();
+}
+
+void TellCount(Stage& stage) {
+    Story& story = stage.story;
     story.Scenario(L"The count");
     story.Data(L"steps", std::to_wstring(story.Steps()));
     story.Data(L"channel", std::to_wstring(stage.commands) + L" commands, " + std::to_wstring(stage.notifications) +
                                L" notifications");
     story.Data(L"dialogs", std::to_wstring(stage.dialogs));
-    story.Data(L"Outlook", std::to_wstring(calls) + L" calls by the add-in, " +
+    story.Data(L"Outlook", std::to_wstring(stage.outlook.CallCount()) + L" calls by the add-in, " +
                                std::to_wstring(stage.outlook.Objects().Created()) + L" objects handed out");
     story.Data(L"wrong thread", std::to_wstring(stage.outlook.WrongThreadCalls()) + L" calls");
     story.Data(L"log", std::to_wstring(stage.log.Lines().size()) + L" lines");

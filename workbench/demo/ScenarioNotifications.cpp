@@ -10,27 +10,20 @@ namespace demo {
 namespace {
 
 /// A meeting appointment that is saved and that the client knows by its entry id. No window shows it.
-workbench::ItemPtr MakeSavedMeeting(Stage& stage, const wchar_t* subject, std::string& confId) {
-    stage.story.Act(std::wstring(L"The user schedules \"") + subject + L"\" from a new appointment");
-    const workbench::ItemPtr item = stage.outlook.NewAppointment();
-    item->fields.subject = subject;
-    const workbench::InspectorPtr inspector = stage.outlook.OpenInspector(item);
-    stage.PressInAppointment(inspector, kScheduleAppointment);
-    stage.AwaitCommand(kSchedule);
-    const Json::Value notification = stage.AwaitNotification(kScheduled);
-    stage.AwaitFilled([&] { return item; }, notification);
-    confId = notification["confId"].asString();
+ScheduledMeeting MakeSavedMeeting(Stage& stage, const wchar_t* subject) {
+    const ScheduledMeeting made = stage.MakeMeeting(subject);
     stage.story.Act(L"The user saves and closes it");
-    item->Save();
-    item->Close(workbench::kCloseSave);
+    made.item->Save();
+    made.item->Close(workbench::kCloseSave);
     stage.AwaitCommand(kModify);
     stage.AwaitNotification(kModified);
-    return item;
+    return made;
 }
 
 /// 200: the meeting was changed in the client while its appointment is open in Outlook.
-void ChangeInClient(Stage& stage, const workbench::ItemPtr& item, const std::string& confId) {
+void ChangeInClient(Stage& stage, const ScheduledMeeting& meeting) {
     Story& story = stage.story;
+    const workbench::ItemPtr& item = meeting.item;
     story.Act(L"The user opens the appointment again");
     const workbench::InspectorPtr inspector = stage.outlook.OpenInspector(item);
     stage.camera.Arrange(inspector->Window(), kEditorWidth, kEditorHeight);
@@ -48,7 +41,7 @@ void ChangeInClient(Stage& stage, const workbench::ItemPtr& item, const std::str
     Json::Value notification;
     stage.AwaitDialog(updated, inspector->Window(), [&] {
         story.Act(L"Its organiser moves the meeting in the client");
-        stage.Order("change " + confId + " " + meeting_client::Compact(change));
+        stage.Order("change " + meeting.confId + " " + meeting_client::Compact(change));
         notification = stage.AwaitNotification(kChanged);
     });
     story.Check(L"The appointment has changed; saving it is left to the user",
@@ -101,9 +94,7 @@ void PlayNotifications(Stage& stage) {
     stage.StartClient();
     stage.PressInExplorer(L"Inbox", kStartMail);
     stage.AwaitCommand(kStart);
-    std::string confId;
-    const workbench::ItemPtr item = MakeSavedMeeting(stage, stage.In(L"Design review", L"设计评审"), confId);
-    ChangeInClient(stage, item, confId);
+    ChangeInClient(stage, MakeSavedMeeting(stage, stage.In(L"Design review", L"设计评审")));
     ModifyAndCancel(stage);
     stage.EndClient();
 }

@@ -22,7 +22,7 @@ void CheckButtons(Stage& stage, const workbench::ItemPtr& item) {
 void ScheduleFromCalendar(Stage& stage) {
     stage.FillForm();
     stage.PressInExplorer(L"Calendar", kScheduleCalendar);
-    stage.AwaitCommand(kSchedule, true);
+    stage.AwaitCommand(kSchedule);
     stage.log.Tell(stage.story, L"action result: ");
     const Json::Value notification = stage.AwaitNotification(kScheduled);
     stage.Order("answer 4 default");

@@ -6,15 +6,21 @@ namespace demo {
 
 class Stage;
 
-// The parts of the story. Each leaves no window of an appointment open.
-void LoadAddIn(Stage& stage);
+// Before and after the scenarios. Without registration there is nothing to install and to remove.
+void InstallAddIn(Stage& stage);
+void StartOutlook(Stage& stage);
+void EndOutlook(Stage& stage);
+void RemoveAddIn(Stage& stage);
+void TellCount(Stage& stage);
+
+// The scenarios. Each leaves no window of an appointment open.
 void PlaySchedule(Stage& stage);
 void PlayLaunch(Stage& stage);
 void PlayNotifications(Stage& stage);
-void PlaySync(Stage& stage);
-void EndOutlook(Stage& stage);
+void PlayLife(Stage& stage);
+void SaveWithoutClient(Stage& stage); // the last part of PlayLife
 
-/// One that can be played alone, between LoadAddIn and EndOutlook.
+/// One that can be played alone.
 struct Scenario {
     const wchar_t* name;
     void (*play)(Stage&);
@@ -22,7 +28,7 @@ struct Scenario {
 
 inline std::vector<Scenario> AllScenarios() {
     return {
-        {L"schedule", &PlaySchedule}, {L"launch", &PlayLaunch}, {L"notify", &PlayNotifications}, {L"sync", &PlaySync}};
+        {L"schedule", &PlaySchedule}, {L"launch", &PlayLaunch}, {L"notify", &PlayNotifications}, {L"life", &PlayLife}};
 }
 
 } // namespace demo

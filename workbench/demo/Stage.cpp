@@ -19,6 +19,7 @@ constexpr double kUnixEpoch = 25569.0;
 constexpr double kDay = 86400.0;       // s
 constexpr unsigned kDialogShown = 600; // ms
 constexpr unsigned kHandled = 100;     // ms; the add-in posts a notification to this thread right after its log line
+constexpr unsigned kSilence = 300;     // ms; the channel sends what waits every 20 ms
 constexpr long kChineseUi = 2052;
 constexpr long kEnglishUi = 1033;
 constexpr std::int64_t kMeetingStart = 1'772'618'400; // 2026-03-04 10:00 UTC
@@ -94,6 +95,7 @@ bool Holds(const workbench::Item& item, const Json::Value& notification) {
 
 Stage::Stage(const Options& given)
     : options(given),
+      dll(given.dll.empty() ? FindBuilt(L"OutlookAddIn.dll") : given.dll),
       story(given.colour, given.pace),
       camera(given.pictures, given.chinese ? L"-zh" : L"-en"),
       outlook(HostOptionsOf(given)) {
@@ -198,7 +200,7 @@ void Stage::PressInAppointment(const workbench::InspectorPtr& inspector, const w
     log.Tell(story, L"Action item id: ");
 }
 
-Json::Value Stage::AwaitCommand(int number, bool whole) {
+Json::Value Stage::AwaitCommand(int number) {
     std::vector<std::string> messages;
     story.Await(L"The client receives command " + std::to_wstring(number) + L" (" + CommandName(number) +
                     L") by WM_COPYDATA",
@@ -209,11 +211,17 @@ Json::Value Stage::AwaitCommand(int number, bool whole) {
     const std::string text = messages[commandsOfClient_++];
     ++commands;
     const Json::Value command = meeting_client::ParseObject(text).value_or(Json::Value(Json::objectValue));
+    const bool whole = commandsShown_.insert(number).second;
     story.Data(L"command", whole ? ToWide(text) : OneLine(ToWide(text)));
     if (!meeting_client::CommandFaults(command).empty() || command["cmd"] != number) {
         throw StepFailed("this is not the command " + std::to_string(number));
     }
     return command;
+}
+
+void Stage::AwaitNoCommand() {
+    workbench::PumpFor(kSilence);
+    story.Check(L"The client receives no command", client_->Messages("in").size() == commandsOfClient_);
 }
 
 Json::Value Stage::AwaitNotification(int number) {
@@ -272,13 +280,55 @@ void Stage::TellAppointment(const workbench::ItemPtr& item, bool withMarker) {
     }
 }
 
+void Stage::TellMarker(const std::wstring& before, const workbench::ItemPtr& item, MarkerNow expected) {
+    const std::wstring after = item->Comment();
+    if (after == before) {
+        story.Data(L"marker", OneLine(after) + L", unchanged");
+    } else {
+        story.Data(L"marker before", OneLine(before));
+        story.Data(L"marker after", after.empty() ? L"none: it went with the appointment" : OneLine(after));
+    }
+    const bool right = expected == MarkerNow::Same   ? after == before
+                       : expected == MarkerNow::Gone ? after.empty()
+                                                     : after.find(L"\"is_new_item\" : false") != std::wstring::npos;
+    if (!right) {
+        throw StepFailed("the marker is not what it should be");
+    }
+}
+
+ScheduledMeeting Stage::MakeMeeting(const wchar_t* subject) {
+    story.Act(std::wstring(L"The user schedules \"") + subject + L"\" in the window of a new appointment");
+    ScheduledMeeting made{outlook.NewAppointment(), {}};
+    made.item->fields.subject = subject;
+    if (!outlook.OpenInspector(made.item)->View()->Click(kScheduleAppointment)) {
+        throw StepFailed("the button is not on the ribbon");
+    }
+    Json::Value scheduled;
+    story.Await(L"The client has scheduled it, the add-in has filled the appointment", [&] {
+        const std::vector<std::string> messages = client_->Messages("out");
+        if (messages.size() <= notificationsOfClient_) {
+            return false;
+        }
+        scheduled = meeting_client::ParseObject(messages[notificationsOfClient_]).value_or(Json::objectValue);
+        return scheduled["notify"] == kScheduled && Holds(*made.item, scheduled) && made.item->Displayed() &&
+               made.item->Comment().find(L"is_new_item") != std::wstring::npos;
+    });
+    ++commandsOfClient_;
+    ++notificationsOfClient_;
+    ++commands;
+    ++notifications;
+    made.confId = scheduled["confId"].asString();
+    story.Data(L"marker", OneLine(made.item->Comment()));
+    return made;
+}
+
 std::wstring Stage::TellDialog(const workbench::DialogSeen& seen) {
     story.Data(L"caption", seen.caption);
     std::wstring all;
     for (const std::wstring& text : seen.texts) {
         all += text;
     }
-    story.Data(L"text", all);
+    story.Data(L"text", OneLine(all));
     for (const workbench::DialogButton& button : seen.buttons) {
         if (button.visible) {
             story.Data(L"button", button.text + (button.isDefault ? L" (default)" : L""));

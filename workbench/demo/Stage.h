@@ -3,6 +3,7 @@
 #include "workbench/demo/AddinLog.h"
 #include "workbench/demo/Camera.h"
 #include "workbench/demo/Options.h"
+#include "workbench/demo/Registration.h"
 #include "workbench/demo/Story.h"
 
 #include "workbench/client/ClientProcess.h"
@@ -14,6 +15,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 
 namespace demo {
@@ -48,6 +50,17 @@ struct ExpectedDialog {
     std::function<void()> whileOpen = [] {}; // before the picture
 };
 
+enum class MarkerNow {
+    Same,
+    Settled, // no longer new: the client has been told the final details
+    Gone     // with an appointment that was never saved
+};
+
+struct ScheduledMeeting {
+    workbench::ItemPtr item;
+    std::string confId;
+};
+
 /// Everything the scenarios share: the stand-in Outlook with the add-in, the meeting client, and the story. Main
 /// thread.
 class Stage {
@@ -55,12 +68,15 @@ public:
     explicit Stage(const Options& options);
 
     const Options options;
+    const std::wstring dll; // the add-in's file
     Story story;
     Camera camera;
     AddinLog log;
     workbench::OutlookHost outlook;
     workbench::AddInHost* addIn = nullptr;
     workbench::ExplorerPtr explorer;
+    HMODULE module = nullptr;                   // the add-in's, once it is loaded
+    std::unique_ptr<Registration> registration; // null without (--by-path)
 
     // --- Language ---
     const wchar_t* In(const wchar_t* english, const wchar_t* chinese) const {
@@ -85,13 +101,20 @@ public:
     // --- Buttons, commands, notifications ---
     void PressInExplorer(const wchar_t* folder, const wchar_t* controlId);
     void PressInAppointment(const workbench::InspectorPtr& inspector, const wchar_t* controlId);
-    /// The next command that arrives in the client; told whole, or in one line.
-    Json::Value AwaitCommand(int number, bool whole = false);
+    /// The next command that arrives in the client. The first of its kind is told as it came, later ones in one line.
+    Json::Value AwaitCommand(int number);
+    /// Checks that for a while no command arrives.
+    void AwaitNoCommand();
     /// The next notification that the client sends.
     Json::Value AwaitNotification(int number);
     /// Waits until the appointment shows what the notification says. Tells it with its marker comment.
     void AwaitFilled(const std::function<workbench::ItemPtr()>& find, const Json::Value& notification);
     void TellAppointment(const workbench::ItemPtr& item, bool withMarker = true);
+    /// The marker comment before and after something happened to the appointment. @throws StepFailed when it is not
+    /// what it should be now.
+    void TellMarker(const std::wstring& before, const workbench::ItemPtr& item, MarkerNow expected);
+    /// Schedules from a new appointment, told in two steps. Its window stays open; nothing is saved.
+    ScheduledMeeting MakeMeeting(const wchar_t* subject);
     /// The newest appointment whose marker holds that conference id; null when there is none.
     workbench::ItemPtr FindByConference(const std::wstring& confId) const;
 
@@ -108,6 +131,7 @@ private:
     std::wstring TellDialog(const workbench::DialogSeen& seen);
 
     std::unique_ptr<meeting_client::ClientProcess> client_;
+    std::set<int> commandsShown_;      // their numbers
     std::size_t commandsOfClient_ = 0; // told, of the process that runs now
     std::size_t notificationsOfClient_ = 0;
 };

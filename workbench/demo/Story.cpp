@@ -126,12 +126,12 @@ void Story::Number(std::wstring_view text, const std::wstring& remark) {
 
 void Story::Data(std::wstring_view caption, std::wstring_view text) {
     const std::wstring indent(7, L' ');
-    std::wstring out = indent + Paint(kFaint, caption) + Padding(caption, kCaptionWidth);
+    std::wstring out = indent + Paint(kFaint, caption);
     while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r')) {
         text.remove_suffix(1);
     }
     if (text.find(L'\n') == std::wstring_view::npos) {
-        Write(out.append(text) + L"\n");
+        Write(out + (text.empty() ? L"" : Padding(caption, kCaptionWidth)).append(text) + L"\n");
         return;
     }
     out += L"\n";

@@ -29,13 +29,16 @@ std::vector<std::wstring> Arguments() {
 int Play(const demo::Options& options) {
     demo::Stage stage(options);
     try {
-        demo::LoadAddIn(stage);
+        demo::InstallAddIn(stage);
+        demo::StartOutlook(stage);
         for (const demo::Scenario& scenario : demo::AllScenarios()) {
             if (options.scenario.empty() || options.scenario == scenario.name) {
                 scenario.play(stage);
             }
         }
         demo::EndOutlook(stage);
+        demo::RemoveAddIn(stage);
+        demo::TellCount(stage);
     } catch (const std::exception& error) {
         stage.story.Failure(ToWide(error.what()));
         return kStepFailed;

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "workbench/demo/Story.h"
+
+#include "support/UniqueResource.h"
+
+#include <string>
+#include <vector>
+
+namespace demo {
+
+/// The add-in installed on this machine as its installer does it: with regsvr32, in the registry that Outlook reads.
+/// Nobody else who does so, such as a test, has a turn while it lives.
+class Registration {
+public:
+    /// Tells what registration wrote. @throws StepFailed, also when another copy is installed here.
+    Registration(Story& story, std::wstring dll);
+    /// Takes back what `Remove` has not.
+    ~Registration();
+    Registration(const Registration&) = delete;
+    Registration& operator=(const Registration&) = delete;
+
+    /// What Outlook does at its start: looks through its add-ins' keys for those to load.
+    /// @return the ProgID of this one. @throws StepFailed when it is not among them.
+    std::wstring FindInOutlooksList();
+    void Remove();
+
+private:
+    void RefuseOtherCopy() const;
+    void MakeOfficeKey();
+    void TellEntries();
+    bool RunTool(std::vector<std::wstring> options);
+    void LeaveRegistry() noexcept;
+
+    Story& story_;
+    const std::wstring dll_;
+    UniqueHandle turn_;
+    std::vector<const wchar_t*> madeKeys_; // innermost first
+    bool removed_ = false;
+};
+
+} // namespace demo
