@@ -12,6 +12,8 @@ void MeasureCallbacks(const Effort& effort);
 void MeasurePress(const Effort& effort);
 void MeasureLog(const Effort& effort);
 void MeasureChannel(const Effort& effort);
+void MeasureLibrary(const Effort& effort);
+void MeasureCipher(const Effort& effort);
 void MeasureModule(const Effort& effort);
 
 /// Body of the process that loads a module once and prints how long it took. @param what "addin",

@@ -23,6 +23,8 @@ constexpr Part kParts[] = {
     {"press", "a press until the command arrives in another process", &bench::MeasurePress},
     {"log", "lines of the log", &bench::MeasureLog},
     {"channel", "the channel's tick, and 1 MiB to another process", &bench::MeasureChannel},
+    {"library", "conversions, history and directories of the exported library", &bench::MeasureLibrary},
+    {"cipher", "base64 and the payload cipher", &bench::MeasureCipher},
     {"module", "size and imports of the module", &bench::MeasureModule},
 };
 

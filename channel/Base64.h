@@ -21,6 +21,17 @@ constexpr std::size_t EncodedLength(std::size_t bytes) noexcept {
 std::string Encode(std::span<const std::uint8_t> bytes) noexcept;
 std::string Encode(std::string_view bytes) noexcept;
 
+/// The same into a buffer of `EncodedLength` characters, without a terminator. The bytes may lie in its end, then
+/// exactly up to its last character: what is written never reaches what is still to be read.
+/// @return where the text ends.
+char* EncodeTo(std::span<const std::uint8_t> bytes, char* out) noexcept;
+
+/// @return the most bytes that a text of this length can stand for; never more than the length.
+constexpr std::size_t DecodedBound(std::size_t length) noexcept {
+    const std::size_t rest = length % 4;
+    return length / 4 * 3 + (rest == 0 ? 0 : rest - 1);
+}
+
 /// Reads what `Encode` writes and, more generously:
 /// - the URL-safe alphabet, "-" for "+" and "_" for "/";
 /// - CR and LF anywhere, also inside a group of four: they carry nothing;
@@ -30,5 +41,9 @@ std::string Encode(std::string_view bytes) noexcept;
 /// @return the bytes; empty for an empty text and on failure, any other character included.
 std::vector<std::uint8_t> Decode(std::string_view text) noexcept;
 std::string DecodeToString(std::string_view text) noexcept;
+
+/// The same into a buffer of `DecodedBound` bytes, which must not overlap the text. On failure some may be written.
+/// @return the number of bytes; 0 for an empty text and on failure.
+std::size_t DecodeTo(std::string_view text, std::uint8_t* out) noexcept;
 
 } // namespace Base64

@@ -9,26 +9,13 @@
 #include <openssl/crypto.h>
 
 #include <algorithm>
+#include <cstring>
 #include <new>
-#include <vector>
 
 namespace {
 
 constexpr int kKeyBits = static_cast<int>(PayloadCipher::kKeyBytes * 8);
 static_assert(PayloadCipher::kBlockBytes == AES_BLOCK_SIZE);
-
-/// Wipes an object when the scope ends, however it ends.
-template <class Object>
-class WipeAtEnd {
-public:
-    explicit WipeAtEnd(Object& object) noexcept : object_(object) {}
-    ~WipeAtEnd() { OPENSSL_cleanse(object_.data(), object_.size() * sizeof(*object_.data())); }
-    WipeAtEnd(const WipeAtEnd&) = delete;
-    WipeAtEnd& operator=(const WipeAtEnd&) = delete;
-
-private:
-    Object& object_;
-};
 
 /// An expanded key, as good as the key itself, and the vector that the mode moves along.
 class KeySchedule {
@@ -43,11 +30,11 @@ public:
 
     AES_KEY* Get() noexcept { return &schedule_; }
 
-    /// @param bytes a multiple of the block; `in` and `out` may be the same.
-    void Run(const std::uint8_t* in, std::uint8_t* out, std::size_t bytes,
-             const std::array<std::uint8_t, PayloadCipher::kVectorBytes>& vector, int direction) noexcept {
+    /// Works in place. @param size a multiple of the block.
+    void Run(std::uint8_t* bytes, std::size_t size, const std::array<std::uint8_t, PayloadCipher::kVectorBytes>& vector,
+             int direction) noexcept {
         vector_ = vector;
-        AES_cbc_encrypt(in, out, bytes, &schedule_, vector_.data(), direction);
+        AES_cbc_encrypt(bytes, bytes, size, &schedule_, vector_.data(), direction);
     }
 
 private:
@@ -78,27 +65,22 @@ int PayloadCipher::Encrypt(std::string_view plaintext, char* output, std::size_t
     if (output == nullptr || needed == 0 || outputSize < needed) {
         return kFailure;
     }
-    try {
-        // Deliberate: zero padding, which other readers of these texts strip as a string's end.
-        std::vector<std::uint8_t> block(PaddedSize(plaintext.size()));
-        const WipeAtEnd wipeBlock(block);
-        std::copy(plaintext.begin(), plaintext.end(), block.begin());
-
-        KeySchedule schedule;
-        if (AES_set_encrypt_key(material_.key.data(), kKeyBits, schedule.Get()) != 0) {
-            return kFailure;
-        }
-        schedule.Run(block.data(), block.data(), block.size(), material_.vector, AES_ENCRYPT);
-
-        const std::string encoded = Base64::Encode(block);
-        if (encoded.empty() || encoded.size() >= outputSize) {
-            return kFailure;
-        }
-        *std::copy(encoded.begin(), encoded.end(), output) = '\0';
-        return kSuccess;
-    } catch (const std::bad_alloc&) {
+    KeySchedule schedule;
+    if (AES_set_encrypt_key(material_.key.data(), kKeyBits, schedule.Get()) != 0) {
         return kFailure;
     }
+    // In place at the output's end, from where the encoder can spread it out: no other copy of the text is made. The
+    // text may lie in the output itself, hence moved.
+    const std::size_t padded = PaddedSize(plaintext.size());
+    auto* const block = reinterpret_cast<std::uint8_t*>(output) + (needed - 1 - padded);
+    if (!plaintext.empty()) {
+        std::memmove(block, plaintext.data(), plaintext.size());
+    }
+    // Deliberate: zero padding, which other readers of these texts strip as a string's end.
+    std::fill(block + plaintext.size(), block + padded, std::uint8_t{0});
+    schedule.Run(block, padded, material_.vector, AES_ENCRYPT);
+    *Base64::EncodeTo({block, padded}, output) = '\0';
+    return kSuccess;
 }
 
 std::string PayloadCipher::EncryptToString(std::string_view plaintext) const noexcept {
@@ -123,17 +105,16 @@ int PayloadCipher::Decrypt(std::string_view encoded, char* output, std::size_t o
     if (output == nullptr || outputSize == 0 || outputSize < encoded.size()) {
         return kFailure;
     }
-    std::fill_n(output, outputSize, '\0');
-    const std::vector<std::uint8_t> ciphertext = Base64::Decode(encoded);
-    // Four characters give three bytes at most, so what is decoded here always leaves room for a terminator.
-    if (ciphertext.empty() || ciphertext.size() % kBlockBytes != 0 || ciphertext.size() >= outputSize) {
-        return kFailure;
-    }
     KeySchedule schedule;
-    if (AES_set_decrypt_key(material_.key.data(), kKeyBits, schedule.Get()) != 0) {
+    // The text is at least as long as what it decodes to, so the output has room, also for a terminator.
+    auto* const block = reinterpret_cast<std::uint8_t*>(output);
+    const std::size_t size = Base64::DecodeTo(encoded, block);
+    if (size == 0 || size % kBlockBytes != 0 ||
+        AES_set_decrypt_key(material_.key.data(), kKeyBits, schedule.Get()) != 0) {
+        std::fill_n(output, outputSize, '\0');
         return kFailure;
     }
-    schedule.Run(ciphertext.data(), reinterpret_cast<std::uint8_t*>(output), ciphertext.size(), material_.vector,
-                 AES_DECRYPT);
+    schedule.Run(block, size, material_.vector, AES_DECRYPT);
+    std::fill(output + size, output + outputSize, '\0');
     return kSuccess;
 }

@@ -58,7 +58,7 @@ public:
     }
 
     /// Writes the zero-terminated base64 ciphertext. The vector kept here never moves on.
-    /// @param outputSize at least `EncodedSize` of the text's length.
+    /// @param output the text may lie in it. @param outputSize at least `EncodedSize` of the text's length.
     /// @return `kSuccess`, or `kFailure` with the output untouched.
     int Encrypt(std::string_view plaintext, char* output, std::size_t outputSize) const noexcept;
 

@@ -82,6 +82,37 @@ TEST(Base64, TakesOddButPermittedTexts) {
     }
 }
 
+TEST(Base64, WholeGroupsAndOddCharactersMayAlternate) {
+    const std::string bytes = "these bytes fill ten groups...";
+    const std::string text = Base64::Encode(bytes);
+    for (std::size_t place = 0; place <= text.size(); ++place) {
+        SCOPED_TRACE(place);
+        std::string odd = text;
+        odd.insert(place, "\r\n");
+        EXPECT_EQ(DecodeExact(odd), bytes);
+        odd.insert(place, "!");
+        EXPECT_EQ(DecodeExact(odd), "");
+        // A padded group in between leaves the rest where it was.
+        const std::size_t group = place / 4 * 4;
+        odd = text;
+        odd.insert(group, "YQ==");
+        EXPECT_EQ(DecodeExact(odd), bytes.substr(0, group / 4 * 3) + "a" + bytes.substr(group / 4 * 3));
+    }
+}
+
+TEST(Base64, EncodesBytesFromTheEndOfItsOwnOutput) {
+    std::mt19937 random(20220901);
+    for (std::size_t length = 0; length < 100; ++length) {
+        SCOPED_TRACE(length);
+        const std::string bytes = RandomBytes(random, length);
+        std::string text(Base64::EncodedLength(length) - length, '\0');
+        text += bytes;
+        const auto* const tail = reinterpret_cast<const std::uint8_t*>(text.data() + text.size() - length);
+        EXPECT_EQ(Base64::EncodeTo({tail, length}, text.data()), text.data() + text.size());
+        EXPECT_EQ(text, Base64::Encode(bytes));
+    }
+}
+
 TEST(Base64, RefusesEveryOtherCharacterInEveryPlace) {
     constexpr std::string_view kPermitted = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/-_=\r\n";
     for (int code = 0; code < 256; ++code) {

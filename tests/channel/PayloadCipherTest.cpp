@@ -179,6 +179,18 @@ TEST_F(Cipher, HostileTextsLeaveAZeroOutput) {
     }
 }
 
+TEST_F(Cipher, TextMayLieInItsOwnOutput) {
+    const std::string text = "longer than one block, so that its pieces overlap";
+    const std::size_t size = PayloadCipher::EncodedSize(text.size());
+    for (std::size_t at = 0; at + text.size() <= size; ++at) {
+        SCOPED_TRACE(at);
+        std::vector<char> output(size);
+        std::copy(text.begin(), text.end(), output.begin() + static_cast<std::ptrdiff_t>(at));
+        ASSERT_EQ(cipher_.Encrypt({output.data() + at, text.size()}, output.data(), size), PayloadCipher::kSuccess);
+        EXPECT_EQ(std::string(output.data()), cipher_.EncryptToString(text));
+    }
+}
+
 TEST_F(Cipher, VectorStaysAndClearForgetsTheKey) {
     const std::string first = cipher_.EncryptToString("same");
     EXPECT_EQ(cipher_.EncryptToString("same"), first);
