@@ -35,19 +35,3 @@ std::wostream& LogLine::At(LogLevel level) {
         return dropped_; // No memory: the text is lost. Statements stand in functions that must not throw.
     }
 }
-
-std::wostream& LogLine::Error() {
-    return At(LogLevel::Error);
-}
-
-std::wostream& LogLine::Warning() {
-    return At(LogLevel::Warning);
-}
-
-std::wostream& LogLine::Info() {
-    return At(LogLevel::Info);
-}
-
-std::wostream& LogLine::Debug() {
-    return At(LogLevel::Debug);
-}

@@ -23,10 +23,10 @@ public:
     LogLine& operator=(const LogLine&) = delete;
 
     /// Each sets the level and gives the stream to fill. Without one of them the level is `Info`.
-    std::wostream& Error();
-    std::wostream& Warning();
-    std::wostream& Info();
-    std::wostream& Debug();
+    std::wostream& Error() { return At(LogLevel::Error); }
+    std::wostream& Warning() { return At(LogLevel::Warning); }
+    std::wostream& Info() { return At(LogLevel::Info); }
+    std::wostream& Debug() { return At(LogLevel::Debug); }
 
 private:
     std::wostream& At(LogLevel level);

@@ -15,12 +15,6 @@ namespace {
 constexpr const wchar_t* kSource = L"AddIns/AddIn";
 constexpr long kOldestHostVersion = 15; // Outlook 2013
 
-void MuteSink(const IEventSinkPtr& sink) {
-    if (sink != nullptr) {
-        sink->SetHandler(nullptr);
-    }
-}
-
 void DropSink(const IEventSinkPtr& sink) {
     if (sink != nullptr) {
         sink->Unadvise();

@@ -25,6 +25,13 @@ _COM_SMARTPTR_TYPEDEF(IEventSink, __uuidof(IEventSink));
 _COM_SMARTPTR_TYPEDEF(IConnectionPoint, __uuidof(IConnectionPoint));
 _COM_SMARTPTR_TYPEDEF(IConnectionPointContainer, __uuidof(IConnectionPointContainer));
 
+/// Drops the sink's events from now on; null is harmless.
+inline void MuteSink(const IEventSinkPtr& sink) {
+    if (sink != nullptr) {
+        sink->SetHandler(nullptr);
+    }
+}
+
 /// Finds the source's connection point for an event interface. A failure to get at any is logged.
 HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& point);
 

@@ -13,12 +13,6 @@ IUnknown* Identity(IUnknown* object) {
     return identity;
 }
 
-void MuteSink(const IEventSinkPtr& sink) {
-    if (sink != nullptr) {
-        sink->SetHandler(nullptr);
-    }
-}
-
 void Disconnect(const IEventSinkPtr& sink) {
     if (sink != nullptr) {
         sink->Unadvise();

@@ -49,19 +49,3 @@ std::wostream& LogLine::At(LogLevel level) {
     level_ = level;
     return stream_ ? *stream_ : stream_.emplace();
 }
-
-std::wostream& LogLine::Error() {
-    return At(LogLevel::Error);
-}
-
-std::wostream& LogLine::Warning() {
-    return At(LogLevel::Warning);
-}
-
-std::wostream& LogLine::Info() {
-    return At(LogLevel::Info);
-}
-
-std::wostream& LogLine::Debug() {
-    return At(LogLevel::Debug);
-}
