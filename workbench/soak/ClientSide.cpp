@@ -1,0 +1,107 @@
+#include "workbench/soak/ClientSide.h"
+
+#include "workbench/host/Pump.h"
+
+#include <windows.h>
+
+#include <iterator>
+#include <stdexcept>
+
+namespace soak {
+namespace {
+
+std::wstring NewFile() {
+    wchar_t folder[MAX_PATH + 1] = L"";
+    wchar_t file[MAX_PATH] = L"";
+    if (!::GetTempPathW(static_cast<DWORD>(std::size(folder)), folder) ||
+        !::GetTempFileNameW(folder, L"nsk", 0, file)) {
+        throw std::runtime_error("no temporary file for the client's transcript");
+    }
+    return file;
+}
+
+} // namespace
+
+ClientSide::ClientSide(MessageFlow& commands, MessageFlow& notifications)
+    : commands_(commands), notifications_(notifications) {}
+
+ClientSide::~ClientSide() {
+    Forget();
+}
+
+void ClientSide::Start() {
+    transcript_ = NewFile();
+    tail_.emplace(transcript_);
+    meeting_client::ClientSettings settings;
+    settings.transcript = transcript_;
+    settings.arguments = {L"--max-seconds", L"7200"};
+    settings.whileWaiting = [] { workbench::PumpFor(1); };
+    process_ = std::make_unique<meeting_client::ClientProcess>(std::move(settings));
+    hanging_ = hidden_ = tornPossible_ = false;
+    ++starts;
+}
+
+bool ClientSide::Order(const std::string& order) {
+    return TakesOrders() && process_->Order(order).done;
+}
+
+void ClientSide::Hang(unsigned milliseconds) {
+    if (Order("hang " + std::to_string(milliseconds))) {
+        hanging_ = true;
+        tornPossible_ = true;
+        ++hangs;
+    }
+}
+
+void ClientSide::Hide() {
+    hidden_ = Order("hide") || hidden_;
+}
+
+void ClientSide::Show() {
+    hidden_ = !Order("show") && hidden_;
+}
+
+bool ClientSide::Quit() {
+    return process_->Quit();
+}
+
+void ClientSide::Kill() {
+    process_->Kill();
+    ++kills;
+}
+
+void ClientSide::Forget() {
+    if (process_) {
+        process_.reset();
+        ::DeleteFileW(transcript_.c_str());
+        tail_.reset();
+    }
+}
+
+void ClientSide::Read() {
+    if (!tail_) {
+        return;
+    }
+    for (const std::string& line : tail_->Read()) {
+        if (const auto entry = meeting_client::FromLine(line)) {
+            Take(*entry);
+        }
+    }
+}
+
+void ClientSide::Take(const meeting_client::TranscriptEntry& entry) {
+    if (entry.kind == "fault" && !tornPossible_) {
+        faults.push_back(entry.bytes);
+    } else if (entry.kind == "note" && entry.bytes == "hangs no more") {
+        hanging_ = false;
+    } else if (entry.kind == "message" && entry.direction == "in") {
+        commands_.Got(entry.bytes);
+    } else if (entry.kind == "message" && entry.result == "ok") {
+        notifications_.Sent(entry.bytes);
+    } else if (entry.kind == "message" && entry.result.starts_with("not taken")) {
+        notifications_.Sent(entry.bytes, true);
+        ++unacknowledged;
+    }
+}
+
+} // namespace soak
