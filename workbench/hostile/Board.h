@@ -1,0 +1,47 @@
+#pragma once
+
+#include "support/UniqueResource.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace hostile {
+
+/// What the two processes tell each other, in memory that both map.
+struct Board {
+    // Written by the sender.
+    std::atomic<std::uint64_t> sent;
+    std::atomic<std::uint64_t> dropped;
+    std::atomic<std::uint64_t> kept;     // segments
+    std::atomic<std::uint64_t> complete; // messages
+    std::atomic<std::uint64_t> other;    // messages that are no WM_COPYDATA
+    std::atomic<std::uint64_t> closes;   // of the channel's window
+    std::atomic<std::uint64_t> refused;  // by the system, at the sender
+    std::atomic<std::uint64_t> bytes;
+    std::atomic<std::uint64_t> keptBytes; // of messages without an end, by now
+    std::atomic<std::uint64_t> mostKept;  // the same, at most
+    char failure[200];                    // written before the sender's end
+    // Written by the host.
+    std::atomic<std::uint64_t> read; // messages that the add-in's reader has dealt with
+};
+static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
+
+class SharedBoard {
+public:
+    /// Makes the board, or opens the one of that name. @throws std::runtime_error.
+    SharedBoard(const std::wstring& name, bool create);
+    ~SharedBoard();
+    SharedBoard(const SharedBoard&) = delete;
+    SharedBoard& operator=(const SharedBoard&) = delete;
+
+    Board& operator*() const noexcept { return *board_; }
+    Board* operator->() const noexcept { return board_; }
+
+private:
+    UniqueHandle section_;
+    Board* board_ = nullptr;
+};
+
+} // namespace hostile

@@ -1,0 +1,182 @@
+#include "workbench/hostile/Sender.h"
+
+#include "workbench/hostile/Board.h"
+#include "workbench/hostile/Mutations.h"
+
+#include <cstdio>
+#include <stdexcept>
+
+namespace hostile {
+namespace {
+
+constexpr const wchar_t* kChannelWindow = L"NbmProxyOutlookServerWnd";
+constexpr const wchar_t* kNotifyWindow = L"NBM_OUTLOOK_ADDIN_MSGWND";
+constexpr UINT kSendLimit = 10'000;      // ms for one message
+constexpr ULONGLONG kFindLimit = 10'000; // ms until a window that was closed is there again
+constexpr ULONGLONG kReadLimit = 30'000; // ms in which the add-in reads at least one of the waiting messages
+// Whole messages that may wait in the add-in: it reads one per tick and would queue any number.
+constexpr std::uint64_t kMostWaiting = 32;
+
+class Sender {
+public:
+    explicit Sender(const SenderOrders& orders)
+        : orders_(orders),
+          board_(orders.board, false),
+          host_(::OpenProcess(SYNCHRONIZE, FALSE, orders.host)),
+          shots_(orders.seed) {}
+
+    void Run();
+    void Fail(const char* reason) { std::snprintf(board_->failure, sizeof board_->failure, "%s", reason); }
+
+private:
+    void Await();
+    void Fire(const Shot& shot);
+    void SendText(const Shot& shot);
+    void SendOther(const Shot& shot);
+    void CloseChannel();
+    void Count(const Shot& shot, Outcome outcome);
+    HWND FindWindowAgain(const wchar_t* name, HWND gone);
+    [[noreturn]] void Stop(const char* what);
+
+    const SenderOrders& orders_;
+    SharedBoard board_;
+    UniqueHandle host_;
+    Mutations shots_;
+    HWND channel_ = nullptr;
+    HWND notify_ = nullptr;
+    std::uint64_t at_ = 0;
+};
+
+void Sender::Stop(const char* what) {
+    char text[160];
+    std::snprintf(text, sizeof text, "%s at message %llu, last error %lu", what, static_cast<unsigned long long>(at_),
+                  ::GetLastError());
+    throw std::runtime_error(text);
+}
+
+void Sender::Run() {
+    channel_ = FindWindowAgain(kChannelWindow, nullptr);
+    notify_ = FindWindowAgain(kNotifyWindow, nullptr);
+    for (at_ = 0; at_ < orders_.messages; ++at_) {
+        Outcome outcome = Outcome::Dropped;
+        const Shot shot = shots_.Next(outcome);
+        if (outcome == Outcome::Complete) {
+            Await();
+        }
+        Fire(shot);
+        Count(shot, outcome);
+    }
+}
+
+/// Holds back while too many messages wait in the add-in.
+void Sender::Await() {
+    std::uint64_t read = board_->read;
+    ULONGLONG since = ::GetTickCount64();
+    while (board_->complete - read >= kMostWaiting) {
+        if (::WaitForSingleObject(host_.Get(), 5) != WAIT_TIMEOUT) {
+            Stop("the host has ended");
+        }
+        if (const std::uint64_t now = board_->read; now != read) {
+            read = now;
+            since = ::GetTickCount64();
+        } else if (::GetTickCount64() - since > kReadLimit) {
+            Stop("the add-in reads no message any more");
+        }
+    }
+}
+
+void Sender::Fire(const Shot& shot) {
+    switch (shot.kind) {
+    case Shot::Kind::CopyData:
+        return SendText(shot);
+    case Shot::Kind::CloseChannel:
+        return CloseChannel();
+    default:
+        return SendOther(shot);
+    }
+}
+
+void Sender::SendText(const Shot& shot) {
+    COPYDATASTRUCT data{};
+    data.dwData = static_cast<ULONG_PTR>(shot.number);
+    data.lpData = shot.null ? nullptr : const_cast<char*>(shot.bytes.data()); // only read
+    data.cbData = shot.null ? shot.claimed : static_cast<DWORD>(shot.bytes.size());
+    const auto from = static_cast<WPARAM>(shot.number * 2654435761u); // as good as any window
+    if (::SendMessageTimeoutW(channel_, WM_COPYDATA, from, reinterpret_cast<LPARAM>(&data), SMTO_NORMAL, kSendLimit,
+                              nullptr)) {
+        return;
+    }
+    if (shot.null && ::IsWindow(channel_) && ::GetLastError() != ERROR_TIMEOUT) {
+        ++board_->refused; // a system may see by itself that there are no bytes to copy
+        return;
+    }
+    Stop(::IsWindow(channel_) ? "the channel's window does not answer" : "the channel's window is gone");
+}
+
+void Sender::SendOther(const Shot& shot) {
+    const bool notify = shot.kind == Shot::Kind::NotifyOther;
+    // The notification window's message 1025 takes its lParam for a pointer to code that it runs: null is all that can
+    // be sent without ending the host.
+    const WPARAM wParam = notify ? 0 : static_cast<WPARAM>(shot.number * 2654435761u);
+    const LPARAM lParam = notify ? 0 : static_cast<LPARAM>(shot.number * 40503u);
+    if (!::SendMessageTimeoutW(notify ? notify_ : channel_, static_cast<UINT>(shot.number), wParam, lParam, SMTO_NORMAL,
+                               kSendLimit, nullptr)) {
+        Stop(notify ? "the notification window does not answer" : "the channel's window does not answer");
+    }
+}
+
+void Sender::CloseChannel() {
+    if (!::SendMessageTimeoutW(channel_, WM_CLOSE, 0, 0, SMTO_NORMAL, kSendLimit, nullptr)) {
+        Stop("the channel's window does not take WM_CLOSE");
+    }
+    channel_ = FindWindowAgain(kChannelWindow, channel_);
+}
+
+/// The number of a window that went may come again only after many others.
+HWND Sender::FindWindowAgain(const wchar_t* name, HWND gone) {
+    const ULONGLONG since = ::GetTickCount64();
+    for (;;) {
+        const HWND window = ::FindWindowW(name, nullptr);
+        const HWND found = window != nullptr ? window : ::FindWindowExW(HWND_MESSAGE, nullptr, name, nullptr);
+        if (found != nullptr && found != gone) {
+            return found;
+        }
+        if (::GetTickCount64() - since > kFindLimit) {
+            Stop("a window of the add-in is not there");
+        }
+        ::Sleep(1);
+    }
+}
+
+void Sender::Count(const Shot& shot, Outcome outcome) {
+    board_->bytes += shot.bytes.size();
+    board_->keptBytes = shots_.Window().KeptBytes();
+    if (board_->keptBytes > board_->mostKept) {
+        board_->mostKept = shots_.Window().KeptBytes();
+    }
+    if (shot.kind == Shot::Kind::CloseChannel) {
+        ++board_->closes;
+    } else if (shot.kind != Shot::Kind::CopyData) {
+        ++board_->other;
+    } else if (outcome == Outcome::Complete) {
+        ++board_->complete;
+    } else {
+        ++(outcome == Outcome::Kept ? board_->kept : board_->dropped);
+    }
+    ++board_->sent;
+}
+
+} // namespace
+
+int Send(const SenderOrders& orders) {
+    Sender sender(orders);
+    try {
+        sender.Run();
+        return 0;
+    } catch (const std::exception& error) {
+        sender.Fail(error.what());
+        return 1;
+    }
+}
+
+} // namespace hostile
