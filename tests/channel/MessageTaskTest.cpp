@@ -145,19 +145,16 @@ TEST_F(MessageTask, TellsOfADisconnectAfter200TicksInARow) {
     EXPECT_THAT(records_.received.All(), Contains("NBM_NOTIFY_ID_SDK_DISCONNECTED"));
 }
 
-TEST_F(MessageTask, GivesAHangingClientThreeSeconds) {
+TEST_F(MessageTask, GivesUpOnAHangingClientAtTheFirstSegment) {
     PeerWindow peer;
     Server();
     peer.Hang();
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(task_->SendCmdDataDirect(std::string(5000, 'x')), -1);
-    const auto taken = std::chrono::steady_clock::now() - start;
-    EXPECT_GE(taken, std::chrono::milliseconds(2900));
-    EXPECT_LT(taken, std::chrono::milliseconds(5500)) << "the rest of the segments is not tried";
     EXPECT_EQ(records_.CountLog("CMessageTask::SendData sno: 2"), 1u);
     EXPECT_EQ(records_.CountLog("CMessageTask::SendData end, sno: 2"), 1u);
-    EXPECT_THAT(records_.log.All(),
-                Contains(StartsWith("CMessageTask::SendData split message SendMessageTimeout failed, ret = ")));
+    EXPECT_THAT(
+        records_.log.All(),
+        Contains(StartsWith("CMessageTask::SendData split message SendMessageTimeout failed, ret = ")).Times(1));
     peer.Wake();
     EXPECT_EQ(task_->SendCmdDataDirect("awake"), 0);
     EXPECT_TRUE(peer.Messages().WaitUntil([](const auto& texts) { return !texts.empty() && texts.back() == "awake"; }));
