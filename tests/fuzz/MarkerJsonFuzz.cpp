@@ -29,8 +29,10 @@ void CheckMarkedAgain(std::string_view source, Json::Value marker) {
     FUZZ_CHECK(Marker::Parse(text, again, error));
     FUZZ_CHECK(Marker::HasFlag(again) && Marker::IsNewItem(again, !isNew) == isNew);
     FUZZ_CHECK(!Fuzz::IsUtf8(confId) || Marker::ConfId(again) == confId);
-    // A text's comments may take more than one writing to settle, for their line ends.
-    FUZZ_CHECK(Marker::Write(again) == text || source.find('/') != std::string_view::npos);
+    // A text's comments may take more than one writing to settle, for their line ends. Keys that are no UTF-8 may come
+    // in another order once the writer has replaced their bytes.
+    const bool settled = source.find('/') == std::string_view::npos && Fuzz::IsUtf8(source);
+    FUZZ_CHECK(Marker::Write(again) == text || !settled);
 }
 
 } // namespace
