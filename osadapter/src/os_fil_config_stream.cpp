@@ -6,25 +6,29 @@
 #include <wchar.h>
 
 #include <cstdarg>
+#include <memory>
+#include <new>
 
 namespace {
 
 constexpr size_t kShortTextBytes = 1024;
 
-// The toolchain's own stream formatter stores character by character, each under the stream's lock. Short texts, which
-// is nearly every log line, are therefore formatted on the stack and written in one piece.
+// The toolchain's own stream formatter stores character by character, each under the stream's lock. A text is therefore
+// formatted first, on the stack if it is short, which is nearly every log line, and written in one piece: a process
+// that ends in between leaves a whole text or nothing of it.
 int PrintToStream(FILE* stream, const char* format, va_list arguments) noexcept {
     const RuntimeGuard guard;
     char text[kShortTextBytes];
     va_list again;
     va_copy(again, arguments);
     const int length = vsnprintf(text, sizeof(text), format, arguments);
+    const size_t bytes = static_cast<size_t>(length < 0 ? 0 : length);
     int result = -1;
-    if (length >= 0 && static_cast<size_t>(length) < sizeof(text)) {
-        const size_t bytes = static_cast<size_t>(length);
+    if (length >= 0 && bytes < sizeof(text)) {
         result = fwrite(text, 1, bytes, stream) == bytes ? length : -1;
-    } else if (length >= 0) {
-        result = vfprintf(stream, format, again);
+    } else if (const std::unique_ptr<char[]> whole(length < 0 ? nullptr : new (std::nothrow) char[bytes + 1]); whole) {
+        const bool same = vsnprintf(whole.get(), bytes + 1, format, again) == length;
+        result = same && fwrite(whole.get(), 1, bytes, stream) == bytes ? length : -1;
     }
     va_end(again);
     return result < 0 ? -1 : result;
