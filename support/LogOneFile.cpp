@@ -5,6 +5,8 @@
 #include "support/LogFormat.h"
 #include "support/LogPath.h"
 
+#include <windows.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -12,6 +14,7 @@ namespace {
 
 constexpr int kDirectoryMode = 0755;
 constexpr char kFallbackName[] = "MyLog.log";
+constexpr DWORD kCloseTime = 20; // ms in which a process that writes gets its turn
 
 struct DirectoryTraits {
     using Value = KosaDir*;
@@ -109,6 +112,11 @@ bool LogOneImpl::OpenFile() noexcept {
     if (!file_) {
         return false;
     }
+    if (file_.Get() != nullptr) {
+        // Each line is flushed anyway. A buffer would only be trouble when the process ends in the middle of one: the
+        // run-time writes what it finds there once more, half a line or one that has been written already.
+        std::setvbuf(file_.Get(), nullptr, _IONBF, 0);
+    }
     WriteHeader();
     return true;
 }
@@ -120,16 +128,34 @@ void LogOneImpl::WriteHeader() noexcept {
     KOSA_Fflush(file_.Get());
 }
 
-void LogOneImpl::CheckSize() {
-    // The stream also reads ("ab+"), and between a write and a read it must be positioned: each check starts and ends
-    // at the start. What is written goes to the end wherever the position is.
+// The stream also reads ("ab+"), and between a write and a read it must be positioned: each check starts and ends at
+// the start. What is written goes to the end wherever the position is.
+bool LogOneImpl::IsFull() const noexcept {
     KOSA_Fseek(file_.Get(), 0, SEEK_SET);
     KOSA_Fseek(file_.Get(), 0, SEEK_END);
     const int32_t size = static_cast<int32_t>(KOSA_Ftell(file_.Get()));
     KOSA_Fseek(file_.Get(), 0, SEEK_SET);
-    if (size >= maxSize_) {
+    return size >= maxSize_;
+}
+
+void LogOneImpl::CheckSize() {
+    if (IsFull()) {
         Rotate();
     }
+}
+
+// A file that another process has open cannot be renamed, and its content would be lost. Those that write find it full
+// as well and close it, if they get a turn. @return whether none of them has rotated it meanwhile.
+bool LogOneImpl::LetOthersClose() noexcept {
+    turn_->Unlock();
+    ::Sleep(kCloseTime);
+    turn_->Lock();
+    char path[sizeof(directory_) + sizeof(fileName_)];
+    FormatBounded(path, sizeof(path), "%s%s", directory_, fileName_);
+    file_.Reset(KOSA_Fopen(path, "rb"));
+    const bool full = IsFull();
+    file_.Reset();
+    return full;
 }
 
 void LogOneImpl::Rotate() {
@@ -142,6 +168,10 @@ void LogOneImpl::Rotate() {
     }
     // Memory may run out before the copies are known; the next line then appends to the old file and tries again.
     reopenPending_ = true;
+    if (!LetOthersClose()) {
+        OpenFile();
+        return;
+    }
     const RotationPlan plan = PlanCopies(*parts);
     const std::string directory = directory_;
     for (const std::string& entry : plan.removals) {

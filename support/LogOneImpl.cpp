@@ -62,6 +62,7 @@ int AppendWide(char* target, size_t size, const wchar_t* format, va_list argumen
 
 LogOneImpl::LogOneImpl(const char* path) : lineBuffer_(new char[kLineBytes]) {
     PlaceOnDisk(path);
+    turn_.emplace((std::string(directory_) + fileName_).c_str());
 }
 
 LogOneImpl::~LogOneImpl() {
@@ -77,6 +78,7 @@ void LogOneImpl::WriteLine(const Place& place, AppendMessage append) noexcept {
         return;
     }
     const MC_Lock lock(&RegistryLock());
+    const ProcessTurn turn(*turn_);
     try {
         if (disabled_ || !PrepareFile() || place.level > level_) {
             return;
@@ -141,6 +143,7 @@ void LogOneImpl::Trace(const char* tag, const char* function, const char* file, 
         return;
     }
     const MC_Lock lock(&RegistryLock());
+    const ProcessTurn turn(*turn_);
     try {
         if (disabled_ || !PrepareFile() || level_ < kTraceLevel) {
             return;

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "support/LogOne.h"
+#include "support/ProcessLock.h"
 #include "support/Rotation.h"
 #include "support/UniqueResource.h"
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 /// A log's file. "Not open" is the handle with all bits set, while a failed open gives null.
 /// Deliberate: null therefore counts as open. The adapter refuses every call on it, so a log that cannot be opened
@@ -61,12 +63,15 @@ private:
     void PlaceOnDisk(const char* path);
     bool UsePlace(const std::string& directory, const std::string& fileName) noexcept;
 
-    // All of these under the registry lock.
+    // All of these under the registry lock, and from `PrepareFile` to the flush of the line in turn with the other
+    // processes that write this log.
     bool PrepareFile();
     bool OpenFile() noexcept;
     void WriteHeader() noexcept;
     void CheckSize();
     void Rotate();
+    bool IsFull() const noexcept;
+    bool LetOthersClose() noexcept;
     RotationPlan PlanCopies(const LogNameParts& parts) const;
     int BuildPrefix(const Place& place) noexcept;
     bool WritesToFile() const noexcept;
@@ -82,4 +87,5 @@ private:
     char name_[256] = {};
     uint32_t outputMode_ = 1;
     std::unique_ptr<char[]> lineBuffer_;
+    std::optional<ProcessLock> turn_; // made with the log's path
 };
