@@ -22,9 +22,9 @@ void OnProcessAttach(HMODULE module) noexcept {
     }
 }
 
-void OnProcessDetach() noexcept {
+void OnProcessDetach(bool processEnds) noexcept {
     try {
-        CloseAddinLog();
+        CloseAddinLog(processEnds);
     } catch (...) {
         // The process or the module is going; there is nobody left to tell.
     }
@@ -32,11 +32,11 @@ void OnProcessDetach() noexcept {
 
 } // namespace
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* /*reserved*/) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* reserved) {
     if (reason == DLL_PROCESS_ATTACH) {
         OnProcessAttach(module);
     } else if (reason == DLL_PROCESS_DETACH) {
-        OnProcessDetach();
+        OnProcessDetach(reserved != nullptr);
     }
     return TRUE;
 }

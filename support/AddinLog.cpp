@@ -1,5 +1,6 @@
 #include "support/AddinLog.h"
 
+#include "support/LoggerRegistry.h"
 #include "support/LogLine.h"
 #include "support/LogOne.h"
 #include "support/Text.h"
@@ -74,7 +75,10 @@ void OpenAddinLog() noexcept {
     OpenAddinLogUnder(folder);
 }
 
-void CloseAddinLog() noexcept {
+void CloseAddinLog(bool processEnds) noexcept {
+    if (processEnds && !(LoggingAlive() && LoggersAtRest())) {
+        return;
+    }
     LogOneClose(AddinLogId());
     g_logId.store(0, std::memory_order_release);
 }

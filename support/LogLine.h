@@ -45,4 +45,6 @@ private:
 void OpenAddinLog() noexcept;
 
 /// Closes the add-in's log; later lines are dropped until it is opened again.
-void CloseAddinLog() noexcept;
+/// @param processEnds only the calling thread is left. A log that another one was killed in is left to the system: it
+///   can neither be waited for nor trusted, and what was written to it has been flushed.
+void CloseAddinLog(bool processEnds = false) noexcept;

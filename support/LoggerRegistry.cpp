@@ -21,6 +21,18 @@ MC_Critical_Section& ApiLock() noexcept {
     return g_apiLock;
 }
 
+bool LoggersAtRest() noexcept {
+    if (!g_apiLock.TryLock()) {
+        return false;
+    }
+    const bool atRest = g_registryLock.TryLock() != 0;
+    if (atRest) {
+        g_registryLock.Unlock();
+    }
+    g_apiLock.Unlock();
+    return atRest;
+}
+
 bool LoggingAlive() noexcept {
     return g_alive.load(std::memory_order_acquire);
 }

@@ -14,6 +14,10 @@ MC_Critical_Section& RegistryLock() noexcept;
 /// The lock that a `LogOne...` function holds for its whole run.
 MC_Critical_Section& ApiLock() noexcept;
 
+/// Whether no thread is inside a logger. At the process's end, when the other threads have been killed, a lock that is
+/// not free never will be: newer systems end a process at once, with a code of their own, that asks for such a lock.
+bool LoggersAtRest() noexcept;
+
 /// False before the module's static objects are built and after the registry is torn down: nothing is logged then, and
 /// the locks must not be touched.
 bool LoggingAlive() noexcept;

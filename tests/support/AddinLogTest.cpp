@@ -1,11 +1,14 @@
 #include "support/AddinLog.h"
+#include "support/LoggerRegistry.h"
 #include "support/LogLine.h"
+#include "support/MC_Event.h"
 #include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <iomanip>
 #include <regex>
+#include <thread>
 
 namespace {
 
@@ -54,6 +57,25 @@ TEST_F(AddinLog, OpensOnceAndClosesForLaterLines) {
     LogLine(L"x", L"f", 2).Error() << L"closed";
     EXPECT_EQ(Lines(folder_.Read(kFile)), "[Inf][x:1 f]\r\n");
     EXPECT_EQ(other.Read(kFile), "(missing)");
+}
+
+// The end of a process kills threads wherever they are; on newer systems asking for the lock of one ends the process.
+TEST_F(AddinLog, ThatAThreadWasKilledInIsLeftAloneAtTheProcessEnd) {
+    OpenAddinLogUnder(folder_.Path().c_str());
+    MC_Event taken;
+    MC_Event done;
+    std::thread writer([&] {
+        const MC_Lock lock(&RegistryLock());
+        taken.Set();
+        done.Wait(60000);
+    });
+    taken.Wait(60000);
+    CloseAddinLog(true);
+    EXPECT_NE(AddinLogId(), 0u);
+    done.Set();
+    writer.join();
+    CloseAddinLog(true);
+    EXPECT_EQ(AddinLogId(), 0u);
 }
 
 TEST_F(AddinLog, WithoutAFolderIsRelativeToTheCurrentDirectory) {
