@@ -8,8 +8,8 @@ namespace {
 
 constexpr unsigned kRoundsBeforeSleep = 100; // a line takes some ten microseconds
 constexpr unsigned kRoundsPerLook = 16;      // of a millisecond each, until the owner is looked at again
-constexpr ULONGLONG kOneOwnerLimit = 2'000;  // ms for which one line or one rotation may take
-constexpr ULONGLONG kWholeLimit = 10'000;    // ms; nobody is kept out for so long unless the word is tampered with
+constexpr ULONGLONG kOneOwnerLimit = 1'000;  // ms that one line or one rotation may take
+constexpr ULONGLONG kWholeLimit = 3'000;     // ms; nobody is kept out for so long unless the word is tampered with
 
 // The name of a kernel object must not hold separators, so a hash of the path stands for it (FNV-1a).
 uint64_t HashOf(const char* text) noexcept {

@@ -8,7 +8,7 @@
 
 /// Keeps the processes of a session that write into the same file apart. It is a word of shared memory: a kernel object
 /// would cost each log line more than the line itself. Nobody waits for it for good: it is taken from an owner that
-/// ended with it, or that holds it for seconds because it is stopped.
+/// ended with it, or that holds it for a second because it is stopped.
 /// Threads of one process are not kept apart: the caller holds a lock of its own. Not recursive.
 class ProcessLock {
 public:
