@@ -76,13 +76,13 @@ bool Run::Play() {
     CheckService("before");
     log_.Read();
     readBefore_ = log_.Taken();
-    before_ = MeasureUsage();
+    before_ = gauges::MeasureUsage();
     StartSender();
     FollowSender();
     AwaitReader();
     TellProgress();
     CheckService("after");
-    after_ = MeasureUsage();
+    after_ = gauges::MeasureUsage();
     EndOutlook();
     return Judge();
 }

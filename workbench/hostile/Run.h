@@ -1,10 +1,10 @@
 #pragma once
 
-#include "workbench/hostile/AddinLog.h"
 #include "workbench/hostile/Board.h"
-#include "workbench/hostile/Usage.h"
+#include "workbench/hostile/ReaderCount.h"
 
 #include "workbench/client/ClientProcess.h"
+#include "workbench/gauges/Usage.h"
 #include "workbench/host/OutlookHost.h"
 
 #include <atomic>
@@ -47,7 +47,7 @@ private:
     RunOptions options_;
     std::wstring boardName_;
     SharedBoard board_;
-    AddinLog log_;
+    ReaderCount log_;
     std::uint64_t readBefore_ = 0;      // messages of the client, before the sender
     std::uint64_t refusedByReader_ = 0; // of the sender's
     std::unique_ptr<workbench::OutlookHost> host_;
@@ -56,8 +56,8 @@ private:
     UniqueHandle job_; // ends the sender with this process
     UniqueHandle sender_;
     ULONGLONG started_ = 0;
-    Usage before_;
-    Usage after_;
+    gauges::Usage before_;
+    gauges::Usage after_;
     std::uint64_t appointments_ = 0; // opened by forged notifications
     int services_ = 0;
 };

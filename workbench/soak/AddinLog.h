@@ -1,7 +1,8 @@
 #pragma once
 
-#include "workbench/soak/LineTail.h"
 #include "workbench/soak/MessageFlow.h"
+
+#include "workbench/gauges/AddinLogTail.h"
 
 #include <cstddef>
 #include <string>
@@ -23,13 +24,12 @@ public:
     std::size_t warnings = 0;
 
 private:
-    void TakeEntry(std::string_view level, std::string_view function, std::string_view text);
+    void TakeEntry(const gauges::AddinLogLine& line);
     void TakeResult(std::string_view text);
 
     MessageFlow& commands_;
     MessageFlow& notifications_;
-    LineTail tail_;
-    std::string ownMark_; // what stands in the lines of this process
+    gauges::AddinLogTail tail_;
     std::string command_; // written on several lines
     bool collecting_ = false;
     bool hasCommand_ = false;

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "workbench/soak/LineTail.h"
 #include "workbench/soak/MessageFlow.h"
 
 #include "workbench/client/ClientProcess.h"
+#include "workbench/gauges/LineTail.h"
 
 #include <cstddef>
 #include <memory>
@@ -55,7 +55,7 @@ private:
     MessageFlow& notifications_;
     std::wstring transcript_;
     std::unique_ptr<meeting_client::ClientProcess> process_;
-    std::optional<LineTail> tail_;
+    std::optional<gauges::LineTail> tail_;
     bool hanging_ = false;
     bool hidden_ = false;
     bool tornPossible_ = false; // a hang may have cut a command of several segments

@@ -30,7 +30,7 @@ void TellCount(const char* what, std::uint64_t count) {
 } // namespace
 
 void Soak::TakeUsage() {
-    usages_.push_back(MeasureUsage());
+    usages_.push_back(gauges::MeasureUsage());
 }
 
 /// From the middle to the end, so that what is made once and kept does not count.
@@ -43,8 +43,8 @@ void Soak::CheckUsage() {
     for (const std::string& fault : client_.faults) {
         Violation("the client holds against the add-in: " + fault);
     }
-    const Usage& middle = usages_[(usages_.size() - 1) / 2];
-    const Usage& end = usages_.back();
+    const gauges::Usage& middle = usages_[(usages_.size() - 1) / 2];
+    const gauges::Usage& end = usages_.back();
     const auto check = [this](const char* what, std::size_t before, std::size_t after, std::size_t slack) {
         if (after > before + slack) {
             Violation(std::string(what) + " grew from " + std::to_string(before) + " to " + std::to_string(after));

@@ -4,8 +4,9 @@
 #include "workbench/soak/ClientSide.h"
 #include "workbench/soak/MessageFlow.h"
 #include "workbench/soak/Options.h"
-#include "workbench/soak/Usage.h"
-#include "workbench/soak/Watchdog.h"
+
+#include "workbench/gauges/Usage.h"
+#include "workbench/gauges/Watchdog.h"
 
 #include "workbench/host/DialogResponder.h"
 #include "workbench/host/OutlookHost.h"
@@ -116,7 +117,7 @@ private:
     std::mt19937_64 dialogRandom_; // dialogs come when they come; their answers must not disturb the actions
     const Clock::time_point start_ = Clock::now();
     Clock::time_point nextProgress_ = start_;
-    Watchdog watchdog_;
+    gauges::Watchdog watchdog_;
     MessageFlow commands_{"command"};
     MessageFlow notifications_{"notification"};
     AddinLog log_{commands_, notifications_};
@@ -124,7 +125,7 @@ private:
     std::unique_ptr<workbench::OutlookHost> host_;
     workbench::AddInHost* addIn_ = nullptr;
     std::unique_ptr<workbench::DialogResponder> responder_;
-    std::vector<Usage> usages_; // at the ends of sessions, when everything has gone
+    std::vector<gauges::Usage> usages_; // at the ends of sessions, when everything has gone
     long language_ = 1033;
     std::uint64_t nextId_ = 0;
     bool nested_ = false;

@@ -1,18 +1,15 @@
 #pragma once
 
+#include "workbench/gauges/AddinLogTail.h"
+
 #include <cstdint>
-#include <filesystem>
-#include <string>
-#include <string_view>
 
 namespace hostile {
 
 /// Counts in the add-in's own log what its reader did with each message. Texts that do not fit a log line are missing
 /// there, so it is the lines about the reader's verdict that count: one for each message.
-class AddinLog {
+class ReaderCount {
 public:
-    AddinLog();
-
     /// Takes in what was written since the last time.
     void Read();
 
@@ -21,12 +18,7 @@ public:
     std::uint64_t Taken() const noexcept { return accepted_ + refused_; }
 
 private:
-    void TakeLine(std::string_view line);
-
-    std::filesystem::path path_;
-    std::string ownMark_; // what stands in the lines of this process
-    std::uint64_t readUpTo_ = 0;
-    std::string rest_; // of a line that is still being written
+    gauges::AddinLogTail tail_;
     std::uint64_t accepted_ = 0;
     std::uint64_t refused_ = 0;
 };

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace soak {
+namespace gauges {
 
 /// Reads the lines that another program adds to a file.
 class LineTail {
@@ -21,4 +21,4 @@ private:
     std::uint64_t readUpTo_ = 0; // bytes
 };
 
-} // namespace soak
+} // namespace gauges

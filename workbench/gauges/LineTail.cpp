@@ -1,8 +1,8 @@
-#include "workbench/soak/LineTail.h"
+#include "workbench/gauges/LineTail.h"
 
 #include <fstream>
 
-namespace soak {
+namespace gauges {
 
 LineTail::LineTail(std::filesystem::path path, bool fromEnd) : path_(std::move(path)) {
     std::error_code missing;
@@ -24,4 +24,4 @@ std::vector<std::string> LineTail::Read() {
     return lines;
 }
 
-} // namespace soak
+} // namespace gauges

@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-namespace soak {
+namespace gauges {
 
 /// Ends the process when the main thread has given no sign of life for too long, and says what it was doing.
 class Watchdog {
@@ -31,4 +31,4 @@ private:
     std::thread thread_; // last: it uses the others
 };
 
-} // namespace soak
+} // namespace gauges

@@ -1,10 +1,10 @@
-#include "workbench/soak/Watchdog.h"
+#include "workbench/gauges/Watchdog.h"
 
 #include <windows.h>
 
 #include <cstdio>
 
-namespace soak {
+namespace gauges {
 namespace {
 
 constexpr UINT kNoAnswer = 3; // exit code
@@ -38,12 +38,12 @@ void Watchdog::Watch() noexcept {
     while (!stop_) {
         ended_.wait_for(lock, std::chrono::milliseconds(500));
         if (!stop_ && std::chrono::steady_clock::now() - lastSign_ > limit_) {
-            std::printf("VIOLATION: no answer for %lld s; it was doing: %s\n", static_cast<long long>(limit_.count()),
-                        what_.c_str());
+            std::printf("FAILED: no sign of life for %lld s; it was doing: %s\n",
+                        static_cast<long long>(limit_.count()), what_.c_str());
             std::fflush(stdout);
-            ::TerminateProcess(::GetCurrentProcess(), kNoAnswer); // the client's job goes with this process
+            ::TerminateProcess(::GetCurrentProcess(), kNoAnswer); // the jobs of its helpers go with it
         }
     }
 }
 
-} // namespace soak
+} // namespace gauges

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace soak {
+namespace gauges {
 
 /// What this process holds of the system's resources.
 struct Usage {
@@ -22,4 +22,4 @@ struct Usage {
 Usage MeasureUsage();
 std::string Describe(const Usage& usage);
 
-} // namespace soak
+} // namespace gauges

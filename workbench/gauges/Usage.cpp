@@ -1,4 +1,4 @@
-#include "workbench/soak/Usage.h"
+#include "workbench/gauges/Usage.h"
 
 #include "support/UniqueResource.h"
 
@@ -13,7 +13,7 @@
 #include <iterator>
 #include <span>
 
-namespace soak {
+namespace gauges {
 namespace {
 
 BOOL CALLBACK CountWindow(HWND window, LPARAM parameter) noexcept {
@@ -144,4 +144,4 @@ std::string Describe(const Usage& usage) {
     return text;
 }
 
-} // namespace soak
+} // namespace gauges
