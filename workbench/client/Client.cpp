@@ -17,7 +17,7 @@ Client::Client(const Options& options, Transcript& transcript)
                  OnMessage(message);
                  FireTriggers("message", count);
              }},
-            options.topLevel),
+            options.topLevel, options.firstNumber),
       answerDelay_(options.answerDelay),
       ignoring_(options.ignoreCommands) {
     if (options.panel) {

@@ -29,8 +29,8 @@ TranscriptEntry CopyDataEntry(const char* direction, std::uint64_t number, const
 
 } // namespace
 
-Link::Link(Transcript& transcript, Events events, bool topLevel)
-    : transcript_(transcript), events_(std::move(events)), topLevel_(topLevel) {
+Link::Link(Transcript& transcript, Events events, bool topLevel, std::uint32_t firstNumber)
+    : transcript_(transcript), events_(std::move(events)), topLevel_(topLevel), lastNumber_(firstNumber - 1) {
     WNDCLASSEXW windowClass{};
     windowClass.cbSize = sizeof windowClass;
     windowClass.lpfnWndProc = &Link::WindowProc;
@@ -96,8 +96,11 @@ std::string Link::SendRaw(std::uint64_t number, const char* bytes, std::size_t s
         data.lpData = const_cast<char*>(bytes); // the structure serves both directions; the receiver gets a copy
         DWORD_PTR answer = 0;
         ::SetLastError(ERROR_SUCCESS);
+        // Blocked, or an order that comes meanwhile would be carried out in here, and what it sends be written down
+        // before this.
         if (!::SendMessageTimeoutW(addin, WM_COPYDATA, reinterpret_cast<WPARAM>(window_.Get()),
-                                   reinterpret_cast<LPARAM>(&data), SMTO_ABORTIFHUNG, kSendLimit, &answer)) {
+                                   reinterpret_cast<LPARAM>(&data), SMTO_BLOCK | SMTO_ABORTIFHUNG, kSendLimit,
+                                   &answer)) {
             const DWORD error = ::GetLastError();
             result = "not taken: error " + std::to_string(error);
         }

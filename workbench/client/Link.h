@@ -24,7 +24,8 @@ public:
         std::function<void(std::uint64_t count, const std::string& message)> message;
     };
 
-    Link(Transcript& transcript, Events events, bool topLevel);
+    /// @param firstNumber of the segmented messages that it sends.
+    Link(Transcript& transcript, Events events, bool topLevel, std::uint32_t firstNumber);
 
     /// Makes the window unless it is there. @return false when it could not be made.
     bool Show();
@@ -54,7 +55,7 @@ private:
     bool topLevel_;
     UniqueWindow window_;
     PieceJoiner joiner_;
-    std::uint32_t lastNumber_ = 0;
+    std::uint32_t lastNumber_;
     std::uint64_t copyDataIn_ = 0;
     std::uint64_t messagesIn_ = 0;
     std::uint64_t messagesOut_ = 0;

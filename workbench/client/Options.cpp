@@ -60,6 +60,8 @@ bool SetValue(const std::string& option, const std::string& value, Options& opti
         }
     } else if (option == "--max-seconds") {
         options.longest = std::chrono::seconds(Count(option, value, 86'400));
+    } else if (option == "--first-number") {
+        options.firstNumber = static_cast<std::uint32_t>(Count(option, value, 0xFFFF'FFFF));
     } else if (option == "--parent") {
         options.parent = static_cast<std::uint32_t>(Count(option, value, 0xFFFF'FFFF));
     } else {
@@ -69,8 +71,8 @@ bool SetValue(const std::string& option, const std::string& value, Options& opti
 }
 
 bool TakesValue(const std::string& option) {
-    for (const char* known :
-         {"--transcript", "--script", "--order", "--answer-delay", "--login-after", "--max-seconds", "--parent"}) {
+    for (const char* known : {"--transcript", "--script", "--order", "--answer-delay", "--login-after", "--max-seconds",
+                              "--first-number", "--parent"}) {
         if (option == known) {
             return true;
         }

@@ -26,10 +26,11 @@ struct Options {
     std::vector<std::string> orders;
     std::chrono::milliseconds answerDelay{0};
     bool ignoreCommands = false;
-    bool hidden = false;   ///< no channel window until the order "show"
-    bool topLevel = false; ///< a hidden top-level window instead of a message-only one
-    bool panel = false;    ///< a window to look at
-    std::string launchUri; ///< empty when it was not launched by one
+    bool hidden = false;           ///< no channel window until the order "show"
+    bool topLevel = false;         ///< a hidden top-level window instead of a message-only one
+    std::uint32_t firstNumber = 1; ///< of its segmented messages
+    bool panel = false;            ///< a window to look at
+    std::string launchUri;         ///< empty when it was not launched by one
     /// With a launch URI: when the user has logged in. Nothing: only by the order "login".
     std::optional<std::chrono::milliseconds> loginAfter{1000};
     std::chrono::seconds longest{600};

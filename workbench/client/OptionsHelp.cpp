@@ -20,6 +20,8 @@ no time), 5 with 103, 6 with 102 (code 404 for a meeting that it does not know);
   --login-after MS    launched by URI: the channel window appears after MS (default 1000); "manual": with order "login"
   --top-level         a hidden top-level channel window instead of a message-only one
   --window            show a small window with the meetings and the last commands
+  --first-number N    number of its first segmented message (default 1); the add-in keeps parts whose client died, so a
+                      client that follows another does well to go on with numbers not used yet
   --max-seconds N     end by itself after N seconds (default 600)
   --parent PID        end when that process ends
   --register-uri      let this user's launch URI start this program with the other options given, then end

@@ -161,5 +161,32 @@ TEST(ScriptedClient, GoesThroughItsScriptOrSaysWhichLineFailed) {
     std::filesystem::remove(path);
 }
 
+// Who pairs the transcript with what arrived relies on it: an order that came while a message was underway was once
+// carried out inside that, and its message was written down first.
+TEST(LiveClient, TheTranscriptHasTheOrderInWhichMessagesArrive) {
+    FakeAddin addin;
+    ClientProcess client;
+    addin.AnswerAfter(300);
+    ASSERT_TRUE(client.Order("bulk 1 100").done);
+    ASSERT_EQ(addin.WaitFor(1).size(), 1U);
+    ASSERT_TRUE(client.Order("send second").done);
+    ASSERT_EQ(addin.WaitFor(2).size(), 2U);
+    ASSERT_TRUE(client.WaitForMessages(2, ClientProcess::kUsualLimit, "out"));
+    EXPECT_THAT(client.Messages("out"), ElementsAre(HasSubstr("900"), "second"));
+}
+
+TEST(LiveClient, NumbersItsSegmentsFromWhereItIsTold) {
+    FakeAddin addin;
+    ClientSettings settings;
+    settings.arguments = {L"--first-number", L"4294967295"};
+    ClientProcess client(settings);
+    ASSERT_TRUE(client.Order("sendsize 1024").done);
+    ASSERT_TRUE(client.Order("sendsize 1024").done);
+    const auto received = addin.WaitFor(4);
+    ASSERT_EQ(received.size(), 4U);
+    EXPECT_EQ(received[1].number, 4'294'967'295U);
+    EXPECT_EQ(received[2].number, 1U);
+}
+
 } // namespace
 } // namespace meeting_client

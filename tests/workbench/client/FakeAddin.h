@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -45,6 +46,9 @@ public:
         return received_;
     }
 
+    /// From now on it answers each WM_COPYDATA only after that time, as on a busy machine.
+    void AnswerAfter(DWORD milliseconds) { answerDelay_ = milliseconds; }
+
     /// Sends text and NUL as the add-in does. @return false when the client did not take it within the limit.
     bool Tell(HWND client, const std::string& text, ULONG_PTR number = 0, UINT limit = 3000) const {
         std::string bytes = text;
@@ -83,9 +87,12 @@ private:
             if (data->lpData) {
                 received.bytes.assign(static_cast<const char*>(data->lpData), data->cbData);
             }
-            const std::lock_guard<std::mutex> hold(fake->lock_);
-            fake->received_.push_back(std::move(received));
-            fake->arrived_.notify_all();
+            {
+                const std::lock_guard<std::mutex> hold(fake->lock_);
+                fake->received_.push_back(std::move(received));
+                fake->arrived_.notify_all();
+            }
+            ::Sleep(fake->answerDelay_);
         }
         if (message == WM_DESTROY) {
             ::PostQuitMessage(0);
@@ -96,6 +103,7 @@ private:
     std::mutex lock_;
     std::condition_variable arrived_;
     std::vector<Received> received_;
+    std::atomic<DWORD> answerDelay_{0};
     std::thread thread_;
     HWND window_ = nullptr;
 };
