@@ -1,4 +1,6 @@
 #include "workbench/gauges/AddinLogTail.h"
+#include "workbench/gauges/HeapCheck.h"
+#include "workbench/gauges/ImportPatch.h"
 #include "workbench/gauges/LineTail.h"
 #include "workbench/gauges/Usage.h"
 
@@ -36,6 +38,12 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+DWORD g_slept = 0;
+
+void WINAPI NoteSleep(DWORD milliseconds) {
+    g_slept = milliseconds;
+}
 
 } // namespace
 
@@ -89,4 +97,27 @@ TEST(GaugesUsage, TellsWhatIsTakenAndGivenBack) {
     const gauges::Usage after = gauges::MeasureUsage();
     EXPECT_EQ(after.handles, before.handles);
     EXPECT_LT(after.heapBytes, before.heapBytes + kBytes);
+}
+
+TEST(GaugesImportPatch, TheModuleCallsWhatTookThePlace) {
+    void(WINAPI* const instead)(DWORD) = &NoteSleep;
+    const HMODULE self = ::GetModuleHandleW(nullptr);
+    EXPECT_EQ(gauges::PatchImport(self, "NoSuchFunction", nullptr), nullptr);
+    void* const original = gauges::PatchImport(self, "Sleep", reinterpret_cast<void*>(instead));
+    ASSERT_NE(original, nullptr);
+    ::Sleep(123'456);
+    EXPECT_EQ(gauges::PatchImport(self, "Sleep", original), reinterpret_cast<void*>(instead));
+    EXPECT_EQ(g_slept, 123'456u);
+}
+
+// Without the system's help the write behind a block stays unseen; these need none.
+TEST(GaugesHeapCheck, NoticesLateWritesAndDoubleFrees) {
+    ASSERT_TRUE(gauges::HeapsAreSound());
+    for (const std::string& missed : gauges::MissedHeapFaults()) {
+        EXPECT_THAT(missed, testing::Not(testing::AnyOf(testing::StartsWith("a late write"),
+                                                        testing::StartsWith("giving back twice"),
+                                                        testing::StartsWith("the heaps are damaged"))));
+    }
+    EXPECT_EQ(gauges::DamagedFrees(), 0u);
+    EXPECT_TRUE(gauges::HeapsAreSound());
 }
