@@ -42,7 +42,7 @@ void AddinLog::TakeResult(std::string_view text) {
     if (launched_ || text.find(kClientStarting) != std::string_view::npos) {
         ++refused;
     } else {
-        commands_.Sent(command_, commandsMayBeLost);
+        commands_.Sent(command_);
     }
 }
 

@@ -17,8 +17,6 @@ public:
 
     void Read();
 
-    /// Commands accepted from now on may be lost: the client hangs for longer than the channel waits.
-    bool commandsMayBeLost = false;
     std::size_t refused = 0; // commands that found no client
     std::size_t errors = 0;  // lines of that level
     std::size_t warnings = 0;

@@ -15,7 +15,8 @@ namespace {
 
 constexpr unsigned kShortHang = 1500; // ms; the channel waits for 3000
 constexpr unsigned kLongHang = 4500;
-constexpr std::size_t kLongContents = 3000;
+// Bytes of a notification's text: whole messages, and ones of two and more segments; the longest still fit a log line.
+constexpr std::size_t kContents[] = {10, 400, 700, 780, 1000, 1700, 1800, 3000, 12'000};
 constexpr std::int64_t kMeetingStart = 1'772'618'400; // 2026-03-04 10:00 UTC
 
 } // namespace
@@ -30,7 +31,7 @@ void Soak::Notify(const Draw& draw) {
     json["confOutlookId"] = items.empty() ? std::string() : ToUtf8(items[draw.b % items.size()]->EntryId());
     json["subject"] = "Notification " + id;
     json["url"] = "https://meeting.nembra.example/j/" + id;
-    json["contents"] = draw.c % 4 == 0 ? std::string(kLongContents, 'c') : "Contents\r\nof " + id;
+    json["contents"] = "Contents\r\nof " + id + std::string(kContents[draw.c / 4 % std::size(kContents)], 'c');
     json["startTime"] = Json::Int64(kMeetingStart);
     json["endTime"] = Json::Int64(kMeetingStart + 3600);
     json["code"] = draw.c % 3 == 0 ? 404 : 0;
@@ -73,6 +74,17 @@ void Soak::SendBulk(const Draw& draw) {
     client_.Order("bulk " + std::to_string(5 + draw.a % 25) + " " + std::to_string(40 + draw.b % 900));
 }
 
+/// A message whose end never comes: the add-in keeps the parts.
+void Soak::TearMessage(const Draw& draw) {
+    client_.Order("torn 3000 " + std::to_string(1 + draw.a % 2));
+}
+
+/// From now on commands are answered otherwise, or not at all.
+void Soak::ChangeAnswers(const Draw& draw) {
+    static const char* const kRules[] = {"default", "none", R"(merge {"code":500})", "text no JSON", "default"};
+    client_.Order("answer " + std::to_string(4 + draw.a % 3) + " " + kRules[draw.b % std::size(kRules)]);
+}
+
 void Soak::StartClientAgain(const Draw&) {
     if (!client_.Alive()) {
         StartClient();
@@ -98,17 +110,20 @@ void Soak::KillClient(const Draw& draw) {
     }
 }
 
+/// What follows has to get through all the same.
+void Soak::KillClientMidway(const Draw& draw) {
+    if (client_.TakesOrders()) {
+        client_.Order("die-midway 3000 " + std::to_string(1 + draw.a % 2));
+        EndClient(true);
+    }
+}
+
 void Soak::HangClient(const Draw& draw) {
     if (!client_.TakesOrders()) {
         return;
     }
-    const bool beyondTimeOut = draw.a % 2 == 0;
     ReadAll();
-    client_.Hang(beyondTimeOut ? kLongHang : kShortHang);
-    if (beyondTimeOut && client_.Hanging()) {
-        commands_.ExcuseAll();
-        log_.commandsMayBeLost = true;
-    }
+    client_.Hang(draw.a % 2 == 0 ? kLongHang : kShortHang);
 }
 
 void Soak::HideClient(const Draw&) {

@@ -4,11 +4,19 @@
 
 #include <windows.h>
 
+#include <chrono>
+#include <cstdint>
 #include <iterator>
 #include <stdexcept>
 
 namespace soak {
 namespace {
+
+// Each client goes on far above the numbers of the one before, which may have been killed within a message: the add-in
+// keeps the parts and would put them before the next message of that number.
+constexpr std::uint64_t kNumbersOfOne = 100'000;
+constexpr std::uint64_t kNumbers = 0xFFFF'FFFF;
+constexpr std::chrono::minutes kPatience{2}; // with a machine that has too much to do; no client needs it
 
 std::wstring NewFile() {
     wchar_t folder[MAX_PATH + 1] = L"";
@@ -34,7 +42,9 @@ void ClientSide::Start() {
     tail_.emplace(transcript_);
     meeting_client::ClientSettings settings;
     settings.transcript = transcript_;
-    settings.arguments = {L"--max-seconds", L"7200"};
+    settings.arguments = {L"--max-seconds", L"7200", L"--first-number",
+                          std::to_wstring(starts * kNumbersOfOne % kNumbers + 1)};
+    settings.startLimit = kPatience;
     settings.whileWaiting = [] { workbench::PumpFor(1); };
     process_ = std::make_unique<meeting_client::ClientProcess>(std::move(settings));
     hanging_ = hidden_ = tornPossible_ = false;
@@ -42,13 +52,12 @@ void ClientSide::Start() {
 }
 
 bool ClientSide::Order(const std::string& order) {
-    return TakesOrders() && process_->Order(order).done;
+    return TakesOrders() && process_->Order(order, kPatience).done;
 }
 
 void ClientSide::Hang(unsigned milliseconds) {
     if (Order("hang " + std::to_string(milliseconds))) {
         hanging_ = true;
-        tornPossible_ = true;
         ++hangs;
     }
 }
@@ -62,7 +71,7 @@ void ClientSide::Show() {
 }
 
 bool ClientSide::Quit() {
-    return process_->Quit();
+    return process_->Quit(kPatience);
 }
 
 void ClientSide::Kill() {
@@ -89,6 +98,13 @@ void ClientSide::Read() {
     }
 }
 
+// An order is carried out between two messages, never within one.
+bool ClientSide::ReadAllSent() {
+    const bool known = !Alive() || Order("status");
+    Read();
+    return known;
+}
+
 void ClientSide::Take(const meeting_client::TranscriptEntry& entry) {
     if (entry.kind == "fault" && !tornPossible_) {
         faults.push_back(entry.bytes);
@@ -101,6 +117,10 @@ void ClientSide::Take(const meeting_client::TranscriptEntry& entry) {
     } else if (entry.kind == "message" && entry.result.starts_with("not taken")) {
         notifications_.Sent(entry.bytes, true);
         ++unacknowledged;
+        tornBytes += entry.bytes.size();
+    } else if (entry.kind == "message" && entry.result.starts_with("torn")) {
+        ++torn;
+        tornBytes += entry.bytes.size();
     }
 }
 

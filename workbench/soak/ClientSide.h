@@ -41,10 +41,16 @@ public:
 
     /// Takes in what the transcript got. It tells of the end of a hang.
     void Read();
+    /// Takes in all that it has sent so far. @return false when that cannot be known now.
+    bool ReadAllSent();
+    /// A command of several segments may have been given up in the middle.
+    void MayBeTorn() { tornPossible_ = true; }
 
     std::size_t starts = 0;
     std::size_t kills = 0;
     std::size_t hangs = 0;
+    std::size_t torn = 0;            // messages whose end was never sent
+    std::size_t tornBytes = 0;       // of them, at most
     std::size_t unacknowledged = 0;  // notifications that the add-in's window did not take in time
     std::vector<std::string> faults; // what the client held against the wire format
 
@@ -58,7 +64,7 @@ private:
     std::optional<gauges::LineTail> tail_;
     bool hanging_ = false;
     bool hidden_ = false;
-    bool tornPossible_ = false; // a hang may have cut a command of several segments
+    bool tornPossible_ = false;
 };
 
 } // namespace soak

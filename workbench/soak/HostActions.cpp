@@ -165,14 +165,17 @@ void Soak::PressInAppointment(const Draw& draw) {
         return;
     }
     const wchar_t* button = kAppointmentButtons[draw.b % std::size(kAppointmentButtons)];
-    const workbench::ItemPtr item = inspector->CurrentItem();
-    if (button == kBook && item->fields.subject.size() > kLongText) {
-        // The client would answer in segments, and a kill between two of them spoils the next client's message of the
-        // same number: the wire format knows no better.
-        item->fields.subject = L"Meeting " + NextId();
-    }
     MoveToUniquePlace(inspector->Window());
     Press(workbench::Surface::Appointment, button, inspector);
+}
+
+/// A button of the one ribbon with the other's window, or with none.
+void Soak::PressWithoutWindow(const Draw& draw) {
+    const wchar_t* const id = draw.a % 2 == 0 ? kAppointmentButtons[draw.b % std::size(kAppointmentButtons)]
+                                              : kExplorerButtons[draw.b % std::size(kExplorerButtons)];
+    const workbench::InspectorPtr mail = PickInspector(draw.c, false);
+    const bool none = !mail || draw.c % 2 == 0;
+    Press(workbench::Surface::Appointment, id, none ? workbench::RibbonContext() : workbench::RibbonContext(mail));
 }
 
 void Soak::AskRibbon(const Draw& draw) {
@@ -189,6 +192,51 @@ void Soak::AskRibbon(const Draw& draw) {
     }
 }
 
+void Soak::ActivateWindow(const Draw& draw) {
+    if (const workbench::InspectorPtr inspector = PickInspector(draw.a, false); inspector && draw.b % 2 == 0) {
+        inspector->Activate();
+        return;
+    }
+    host_->Explorers()[draw.a % host_->Explorers().size()]->Activate();
+}
+
+/// Events that the add-in has no use for, and ones that it knows with arguments that are none.
+void Soak::FireStrangeEvent(const Draw& draw) {
+    namespace event = workbench::event;
+    constexpr DISPID kEvents[] = {0, -1, 1, 0xF003, 0xF004, 0xF007, 0xFFFF, 0x7FFFFFFF, 0xFBAD, event::kActivate};
+    const DISPID id = kEvents[draw.a % std::size(kEvents)];
+    const std::vector<_variant_t> arguments(draw.b % 3, _variant_t(L"no window"));
+    const workbench::InspectorPtr inspector = PickInspector(draw.c, false);
+    switch (draw.c % 5) {
+    case 0:
+        host_->ExplorersEvents().Fire(id, arguments);
+        break;
+    case 1:
+        host_->InspectorsEvents().Fire(id, arguments);
+        break;
+    case 2:
+        host_->ActiveExplorer()->Events().Fire(id, arguments);
+        break;
+    case 3:
+        inspector ? void(inspector->Events().Fire(id, arguments)) : void();
+        break;
+    default:
+        inspector ? void(inspector->CurrentItem()->Events().Fire(id, arguments)) : void();
+        break;
+    }
+}
+
+void Soak::UpdateAddIns(const Draw&) {
+    workbench::IAddInConnection* connection = nullptr;
+    if (FAILED(
+            addIn_->Object()->QueryInterface(workbench::kIidDtExtensibility2, reinterpret_cast<void**>(&connection)))) {
+        Violation("the add-in has no connection interface");
+        return;
+    }
+    connection->OnAddInsUpdate(nullptr);
+    connection->Release();
+}
+
 void Soak::ChangeLanguage(const Draw& draw) {
     constexpr long kLanguages[] = {1033, 2052, 1031};
     language_ = kLanguages[draw.a % std::size(kLanguages)];
@@ -198,10 +246,9 @@ void Soak::ChangeLanguage(const Draw& draw) {
 
 void Soak::Reconnect(const Draw& draw) {
     ++reconnects_;
-    addIn_->Disconnect(workbench::kUserClosed);
+    addIn_->Disconnect(draw.a % 4 == 0 ? workbench::kHostShutdown : workbench::kUserClosed);
     Pump(static_cast<unsigned>(draw.b % 60));
-    if (const HRESULT status = addIn_->Connect(draw.c % 2 == 0 ? workbench::kStartup : workbench::kAfterStartup);
-        status != S_OK) {
+    if (const HRESULT status = addIn_->Connect(static_cast<workbench::ConnectMode>(draw.c % 4)); status != S_OK) {
         Violation("OnConnection answers " + std::to_string(status));
     }
 }

@@ -58,23 +58,63 @@ void MessageFlow::Match(bool judge) {
         if (found != underway_.end()) {
             // What was sent before it can no longer come.
             std::for_each(underway_.begin(), found, [this](const Entry& entry) { Lose(entry); });
+            PassExcuseOn(found);
             underway_.erase(underway_.begin(), found + 1);
             Remember(got_.front());
         } else if (!judge) {
             return;
-        } else if (unrecordedAllowed_ > 0 && !WasDelivered(got_.front())) {
-            --unrecordedAllowed_;
-            ++unrecorded_;
-            forgiven_.push_back(name_ + " of a killed sender: " + Shown(got_.front()));
         } else {
-            ++duplicated_;
-            AddFault("duplicated or never sent", got_.front());
+            Judge(got_.front());
         }
         got_.pop_front();
     }
-    if (judge) {
-        unrecordedAllowed_ = 0;
+}
+
+/// Of messages with the same text nobody can tell which has arrived.
+void MessageFlow::PassExcuseOn(std::deque<Entry>::iterator from) {
+    if (from->mayBeLost) {
+        const auto twin = std::find_if(from + 1, underway_.end(), [&](const Entry& entry) {
+            return !entry.mayBeLost && entry.text == from->text;
+        });
+        if (twin != underway_.end()) {
+            twin->mayBeLost = true;
+        }
     }
+}
+
+/// Of a message that came and that nothing underway explains.
+void MessageFlow::Judge(const std::string& text) {
+    if (TakeBackLoss(text)) {
+        return;
+    }
+    if (unrecordedAllowed_ > 0 && !WasDelivered(text)) {
+        --unrecordedAllowed_;
+        ++unrecorded_;
+        forgiven_.push_back(name_ + " of a killed sender: " + Shown(text));
+        return;
+    }
+    ++duplicated_;
+    AddFault("duplicated or never sent", text);
+}
+
+/// A message that was given up because a later one had come is not lost when it comes after all.
+bool MessageFlow::TakeBackLoss(const std::string& text) {
+    const auto found =
+        std::find_if(lostLately_.begin(), lostLately_.end(), [&](const Entry& entry) { return entry.text == text; });
+    if (found == lostLately_.end()) {
+        return false;
+    }
+    if (found->mayBeLost) {
+        --lostExcused_;
+    } else {
+        --lost_;
+        ++overtaken_;
+        std::erase(faults_, FaultText("lost", text));
+        AddFault("overtaken by a later one", text);
+    }
+    lostLately_.erase(found);
+    Remember(text);
+    return true;
 }
 
 void MessageFlow::Remember(const std::string& text) {
@@ -89,18 +129,19 @@ bool MessageFlow::WasDelivered(const std::string& text) const {
     return std::find(lately_.begin(), lately_.end(), text) != lately_.end();
 }
 
-bool MessageFlow::Quiet() const {
-    return got_.empty() &&
-           std::all_of(underway_.begin(), underway_.end(), [](const Entry& entry) { return entry.mayBeLost; });
-}
-
 void MessageFlow::GiveUp() {
     Match(true);
     std::for_each(underway_.begin(), underway_.end(), [this](const Entry& entry) { Lose(entry); });
     underway_.clear();
+    lostLately_.clear();
+    unrecordedAllowed_ = 0;
 }
 
 void MessageFlow::Lose(const Entry& entry) {
+    lostLately_.push_back(entry);
+    if (lostLately_.size() > kRemembered) {
+        lostLately_.pop_front();
+    }
     if (entry.mayBeLost) {
         ++lostExcused_;
         return;
@@ -109,9 +150,13 @@ void MessageFlow::Lose(const Entry& entry) {
     AddFault("lost", entry.text);
 }
 
+std::string MessageFlow::FaultText(const char* what, const std::string& text) const {
+    return name_ + " " + what + ": " + Shown(text);
+}
+
 void MessageFlow::AddFault(const char* what, const std::string& text) {
     if (faults_.size() < kFaultsKept) {
-        faults_.push_back(name_ + " " + what + ": " + Shown(text));
+        faults_.push_back(FaultText(what, text));
     }
 }
 

@@ -4,6 +4,7 @@
 #include "workbench/soak/ClientSide.h"
 #include "workbench/soak/MessageFlow.h"
 #include "workbench/soak/Options.h"
+#include "workbench/soak/Pulse.h"
 
 #include "workbench/gauges/Usage.h"
 #include "workbench/gauges/Watchdog.h"
@@ -51,7 +52,7 @@ private:
     bool TimeIsUp() const;
     void Step();
     void ReadAll();
-    void Settle(const char* when);
+    void Settle();
     void RenewResponder();
     void WhileDialogIsOpen();
     void Progress();
@@ -81,7 +82,11 @@ private:
     void SwitchFolder(const Draw& draw);
     void PressInExplorer(const Draw& draw);
     void PressInAppointment(const Draw& draw);
+    void PressWithoutWindow(const Draw& draw);
     void AskRibbon(const Draw& draw);
+    void ActivateWindow(const Draw& draw);
+    void FireStrangeEvent(const Draw& draw);
+    void UpdateAddIns(const Draw& draw);
     void ChangeLanguage(const Draw& draw);
     void Reconnect(const Draw& draw);
     void RestartOutlook(const Draw& draw);
@@ -92,9 +97,12 @@ private:
     void SendMalformed(const Draw& draw);
     void SendRaw(const Draw& draw);
     void SendBulk(const Draw& draw);
+    void TearMessage(const Draw& draw);
+    void ChangeAnswers(const Draw& draw);
     void StartClientAgain(const Draw& draw);
     void QuitClient(const Draw& draw);
     void KillClient(const Draw& draw);
+    void KillClientMidway(const Draw& draw);
     void HangClient(const Draw& draw);
     void HideClient(const Draw& draw);
     void ShowClient(const Draw& draw);
@@ -108,6 +116,7 @@ private:
     void LimitInspectors();
 
     // The end (Ledger.cpp)
+    void CheckMessages();
     void TakeUsage();
     void CheckUsage();
     void TellLedger();
@@ -122,9 +131,11 @@ private:
     MessageFlow notifications_{"notification"};
     AddinLog log_{commands_, notifications_};
     ClientSide client_{commands_, notifications_};
+    Pulse pulse_;
     std::unique_ptr<workbench::OutlookHost> host_;
     workbench::AddInHost* addIn_ = nullptr;
     std::unique_ptr<workbench::DialogResponder> responder_;
+    const gauges::Usage usageAtStart_ = gauges::MeasureUsage();
     std::vector<gauges::Usage> usages_; // at the ends of sessions, when everything has gone
     long language_ = 1033;
     std::uint64_t nextId_ = 0;
