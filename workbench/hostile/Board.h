@@ -15,7 +15,9 @@ struct Board {
     std::atomic<std::uint64_t> sent;
     std::atomic<std::uint64_t> dropped;
     std::atomic<std::uint64_t> kept;     // segments
-    std::atomic<std::uint64_t> complete; // messages
+    std::atomic<std::uint64_t> whole;    // messages in one piece
+    std::atomic<std::uint64_t> joined;   // messages that a segment ended
+    std::atomic<std::uint64_t> complete; // both
     std::atomic<std::uint64_t> other;    // messages that are no WM_COPYDATA
     std::atomic<std::uint64_t> closes;   // of the channel's window
     std::atomic<std::uint64_t> refused;  // by the system, at the sender
@@ -24,6 +26,7 @@ struct Board {
     std::atomic<std::uint64_t> mostKept;  // the same, at most
     char failure[200];                    // written before the sender's end
     // Written by the host.
+    char entryId[64];                // of an appointment; before the sender starts
     std::atomic<std::uint64_t> read; // messages that the add-in's reader has dealt with
 };
 static_assert(std::atomic<std::uint64_t>::is_always_lock_free);

@@ -5,9 +5,10 @@
 
 #include "workbench/client/ClientProcess.h"
 #include "workbench/gauges/Usage.h"
+#include "workbench/gauges/Watchdog.h"
+#include "workbench/host/DialogResponder.h"
 #include "workbench/host/OutlookHost.h"
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -24,7 +25,7 @@ struct RunOptions {
 /// single-threaded apartment.
 class Run {
 public:
-    explicit Run(const RunOptions& options);
+    Run(const RunOptions& options, gauges::Watchdog& watchdog);
     ~Run();
 
     /// @return whether the add-in stood it and still does its work. @throws std::runtime_error as soon as it does not.
@@ -40,29 +41,36 @@ private:
     void EndOutlook();
     void Look();
     void CloseInspectors();
+    void RenewResponder();
+    /// @throws std::runtime_error when a heap is damaged.
+    void CheckHeaps();
     void TellProgress() const;
     bool Judge();
+    void TellTable() const;
     void Say(const char* format, ...) const;
 
     RunOptions options_;
     std::wstring boardName_;
     SharedBoard board_;
     ReaderCount log_;
-    std::uint64_t readBefore_ = 0;      // messages of the client, before the sender
-    std::uint64_t refusedByReader_ = 0; // of the sender's
+    ReaderVerdicts verdictsBefore_; // on messages of the client, before the sender
+    ReaderVerdicts verdicts_;       // on the sender's
     std::unique_ptr<workbench::OutlookHost> host_;
     workbench::AddInHost* addIn_ = nullptr;
     std::optional<meeting_client::ClientProcess> client_;
     UniqueHandle job_; // ends the sender with this process
     UniqueHandle sender_;
+    gauges::Watchdog& watchdog_;
+    std::unique_ptr<workbench::DialogResponder> responder_;
     ULONGLONG started_ = 0;
     gauges::Usage before_;
     gauges::Usage after_;
     std::uint64_t appointments_ = 0; // opened by forged notifications
+    std::size_t itemBytes_ = 0;      // what the stand-in Outlook keeps of them
+    std::uint64_t dialogs_ = 0;
+    std::uint64_t heapChecks_ = 0;
+    std::uint64_t sentAtCheck_ = 0;
     int services_ = 0;
 };
-
-/// A sign of life of the main thread, for the watchdog of `main`.
-extern std::atomic<ULONGLONG> g_lastSign; // milliseconds
 
 } // namespace hostile

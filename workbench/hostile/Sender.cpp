@@ -11,11 +11,12 @@ namespace {
 
 constexpr const wchar_t* kChannelWindow = L"NbmProxyOutlookServerWnd";
 constexpr const wchar_t* kNotifyWindow = L"NBM_OUTLOOK_ADDIN_MSGWND";
-constexpr UINT kSendLimit = 10'000;      // ms for one message
-constexpr ULONGLONG kFindLimit = 10'000; // ms until a window that was closed is there again
-constexpr ULONGLONG kReadLimit = 30'000; // ms in which the add-in reads at least one of the waiting messages
+// Generous: a machine with too much to do is no fault of the add-in.
+constexpr UINT kSendLimit = 60'000;       // ms for one message
+constexpr ULONGLONG kFindLimit = 60'000;  // ms until a window that was closed is there again
+constexpr ULONGLONG kReadLimit = 120'000; // ms in which the add-in reads at least one of the waiting messages
 // Whole messages that may wait in the add-in: it reads one per tick and would queue any number.
-constexpr std::uint64_t kMostWaiting = 32;
+constexpr std::uint64_t kMostWaiting = 128;
 
 class Sender {
 public:
@@ -57,6 +58,7 @@ void Sender::Stop(const char* what) {
 void Sender::Run() {
     channel_ = FindWindowAgain(kChannelWindow, nullptr);
     notify_ = FindWindowAgain(kNotifyWindow, nullptr);
+    shots_.Texts().SetEntryId(board_->entryId);
     for (at_ = 0; at_ < orders_.messages; ++at_) {
         Outcome outcome = Outcome::Dropped;
         const Shot shot = shots_.Next(outcome);
@@ -159,6 +161,7 @@ void Sender::Count(const Shot& shot, Outcome outcome) {
     } else if (shot.kind != Shot::Kind::CopyData) {
         ++board_->other;
     } else if (outcome == Outcome::Complete) {
+        ++(shot.number == 0 ? board_->whole : board_->joined);
         ++board_->complete;
     } else {
         ++(outcome == Outcome::Kept ? board_->kept : board_->dropped);

@@ -1,5 +1,7 @@
 #include "workbench/hostile/Mutations.h"
 
+#include "Outlook/Business/MeetingJson.h"
+
 #include <gmock/gmock.h>
 
 #include <set>
@@ -55,6 +57,26 @@ TEST(HostileWindowModel, FollowsTheWireFormat) {
     EXPECT_EQ(window.Take(null), Outcome::Dropped);
 }
 
+// A reader that refuses at the first byte would leave nothing to attack behind it.
+TEST(HostileNotifications, MostAreReadToTheEnd) {
+    hostile::Dice dice(3);
+    hostile::Notifications texts(dice);
+    constexpr int kTexts = 2000;
+    int read = 0;
+    std::set<int> types;
+    for (int i = 0; i < kTexts; ++i) {
+        NotificationFields fields;
+        std::string error;
+        if (ReadNotification(i % 8 == 0 ? texts.Honest() : texts.Crooked(), fields, error)) {
+            ++read;
+            types.insert(fields.type);
+        }
+    }
+    EXPECT_GT(read, kTexts / 2);
+    EXPECT_LT(read, kTexts * 9 / 10);
+    EXPECT_THAT(types, testing::IsSupersetOf({101, 102, 103, 200, 0, -1, 201}));
+}
+
 TEST(HostileMutations, SameSeedGivesTheSameBytes) {
     Mutations first(7);
     Mutations second(7);
@@ -89,7 +111,7 @@ TEST(HostileMutations, StaysBoundedAndLeavesNoKindOut) {
         ASSERT_LT(mutations.Window().KeptBytes(), Mutations::kMostKept + 16 * 1024);
     }
     EXPECT_LE(complete, kShots / Mutations::kShotsPerMessage);
-    EXPECT_GE(complete, kShots / Mutations::kShotsPerMessage * 9 / 10);
+    EXPECT_GE(complete, kShots / 10);
     EXPECT_THAT(kinds, SizeIs(4));
     EXPECT_THAT(outcomes, SizeIs(3));
     EXPECT_GT(longest, 256u * 1024);
