@@ -32,3 +32,25 @@ end_wine() {
     [ -d "$1" ] || return 0
     (use_wine_prefix "$1" && timeout 30 wineserver -k 2>/dev/null) || true
 }
+
+# follow_wine LIMIT OUTPUT ERRORS PROGRAM [ARGUMENT...]: runs a Windows program within LIMIT seconds and shows what it
+# writes while it runs; both streams stay in the two files. On a machine with too much to do, Wine was seen to end without
+# a word before the program's first line. Nothing has run then: it is tried once more.
+follow_wine() {
+    local limit=$1 output=$2 errors=$3 pid status attempt
+    shift 3
+    for attempt in 1 2; do
+        status=0
+        # Wine's lingering services would hold a pipe open; a file is followed only as long as the program runs.
+        timeout --kill-after=5 "$limit" wine "$@" >"$output" 2>"$errors" </dev/null &
+        pid=$!
+        tail -n +1 -s 0.2 -f --pid=$pid "$output" || true
+        wait "$pid" || status=$?
+        if [ $status -eq 0 ] || [ $status -eq 124 ] || [ -s "$output" ] || [ -s "$errors" ]; then
+            break
+        fi
+        echo "Wine has ended with $status before the program (attempt $attempt)" >&2
+    done
+    [ $status -ne 124 ] || echo "ended after $limit seconds" >&2
+    return $status
+}
