@@ -57,13 +57,13 @@ std::size_t Increase(std::size_t before, std::size_t after) {
 } // namespace
 
 Resources MeasureResources() {
-    Resources resources{soak::MeasureUsage(), CountThreads()};
+    Resources resources{gauges::MeasureUsage(), CountThreads()};
     resources.usage.handles = CountHandles();
     return resources;
 }
 
 std::string Describe(const Resources& resources) {
-    return soak::Describe(resources.usage) + ", threads " + std::to_string(resources.threads);
+    return gauges::Describe(resources.usage) + ", threads " + std::to_string(resources.threads);
 }
 
 std::string Growth(const Trend& trend, const Trend& allowed) {

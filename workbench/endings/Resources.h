@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workbench/soak/Usage.h"
+#include "workbench/gauges/Usage.h"
 
 #include <string>
 
@@ -8,7 +8,7 @@ namespace endings {
 
 /// What this process holds, its threads included.
 struct Resources {
-    soak::Usage usage;
+    gauges::Usage usage;
     DWORD threads = 0;
 };
 
