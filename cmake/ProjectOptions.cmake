@@ -37,3 +37,26 @@ endif()
 if(NOT MSVC)
     target_link_options(project_options INTERFACE $<$<CONFIG:Release>:-s>)
 endif()
+
+# Code that the user's hand starts, a few times a minute: small rather than fast in the release.
+add_library(small_code INTERFACE)
+if(MSVC)
+    target_compile_options(small_code INTERFACE $<$<CONFIG:Release>:/O1>)
+else()
+    target_compile_options(small_code INTERFACE $<$<CONFIG:Release>:-Os>)
+endif()
+
+# link_small(TARGET): links the module with lld where it is installed. In mingw's own linker the unwind tables keep every
+# function alive that an archive member brings along; lld drops both together, a quarter of the module.
+function(link_small target)
+    if(NOT MINGW)
+        return()
+    endif()
+    find_program(LLD NAMES ld.lld)
+    if(LLD AND CMAKE_HOST_UNIX)
+        target_link_options(${target} PRIVATE
+            "SHELL:-wrapper \"${CMAKE_SOURCE_DIR}/cmake/link-with-lld\"" -fno-use-linker-plugin
+            # Pages in the file as they are in memory: 16 KiB more, but Wine maps such a module and reads any other.
+            -Wl,--file-alignment=4096)
+    endif()
+endfunction()
