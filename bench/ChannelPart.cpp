@@ -1,11 +1,10 @@
+#include "bench/ChannelSession.h"
 #include "bench/Parts.h"
 #include "bench/Receiver.h"
 #include "bench/WorkFolder.h"
-#include "channel/Segments.h"
 #include "channel/uisdk_protocol.h"
 #include "support/AddinLog.h"
 #include "support/LogLine.h"
-#include "support/Text.h"
 
 #include <atomic>
 #include <string>
@@ -14,45 +13,13 @@
 namespace bench {
 namespace {
 
-constexpr std::size_t kMessage = 1 << 20; // bytes
-constexpr wchar_t kOwnWindow[] = L"NbmProxyOutlookServerWnd";
-constexpr UINT kSendLimit = 3'000;     // milliseconds, the channel's
-constexpr ULONGLONG kDeadline = 5'000; // milliseconds
+constexpr UINT kSendLimit = 3'000; // milliseconds, the channel's
 
 std::atomic<int> g_ticks{0};
 
 /// Called once a tick, with or without a text.
 void CountTick(const char*) {
     ++g_ticks;
-}
-
-/// As the add-in takes the channel's log texts: as a line of a level that its log drops.
-void DropLog(const char* text) {
-    LogLine(L"Business/Meeting", L"Meeting::logOutput").Debug() << ToWide(text);
-}
-
-/// The channel with its window up.
-class ChannelSession {
-public:
-    ChannelSession() {
-        Require(uisdk_protocol_start(&CountTick, &DropLog, "") == 0, "the channel does not start");
-        for (const ULONGLONG end = ::GetTickCount64() + kDeadline; !OwnWindow(); ::Sleep(10)) {
-            Require(::GetTickCount64() < end, "the channel has no window");
-        }
-    }
-    ~ChannelSession() { uisdk_protocol_stop(); }
-    ChannelSession(const ChannelSession&) = delete;
-    ChannelSession& operator=(const ChannelSession&) = delete;
-
-    static HWND OwnWindow() { return ::FindWindowExW(HWND_MESSAGE, nullptr, kOwnWindow, kOwnWindow); }
-};
-
-std::vector<std::string> CutBeforehand(const std::string& message) {
-    std::vector<std::string> pieces;
-    for (SegmentSplitter splitter(message); splitter.Next();) {
-        pieces.emplace_back(splitter.Text());
-    }
-    return pieces;
 }
 
 void SendByHand(HWND own, HWND peer, const std::vector<std::string>& pieces) {
@@ -82,26 +49,36 @@ void MeasureTicks(int samples) {
     Report(row);
 }
 
+/// @return pieces that the receiver has to have got.
+int64_t MeasureSize(const LongMessage& size, int samples, const Receiver& receiver, Linearity& linearity) {
+    const std::string message(size.bytes, 'x');
+    const std::vector<std::string> pieces = CutBeforehand(message);
+    const HWND own = ChannelSession::OwnWindow();
+    const auto send = [&] { Require(uisdk_protocol_send_direct(message.c_str()) == 0, "the channel cannot send"); };
+    const auto sendByHand = [&] { SendByHand(own, receiver.Window(), pieces); };
+    const Row row = Compare(std::string(size.name) + " by the direct send", "SendMessageTimeout of the same pieces",
+                            samples, 1, send, sendByHand, Aim::AtMostTimes(1.05));
+    Report(row);
+    linearity.Add(size.bytes, row);
+    return static_cast<int64_t>(pieces.size()) * 2 * (samples + 1);
+}
+
 } // namespace
 
 void MeasureChannel(const Effort& effort) {
     const WorkFolder folder;
     OpenAddinLogUnder(folder.Path().c_str());
     const Receiver receiver;
-    const std::string message(kMessage, 'x');
-    const std::vector<std::string> pieces = CutBeforehand(message);
-    const int samples = effort.Of(30, 7);
+    int64_t expected = 0;
     {
-        const ChannelSession channel;
-        MeasureTicks(effort.Of(10, 4));
-        const HWND own = ChannelSession::OwnWindow();
-        const auto send = [&] { Require(uisdk_protocol_send_direct(message.c_str()) == 0, "the channel cannot send"); };
-        const auto sendByHand = [&] { SendByHand(own, receiver.Window(), pieces); };
-        Report(
-            Compare("1 MiB by the direct send", "SendMessageTimeout of the same pieces", samples, 1, send, sendByHand));
+        const ChannelSession channel(&CountTick);
+        MeasureTicks(effort.Of(5, 3));
+        Linearity linearity("direct send, a byte of 8 MiB");
+        expected += MeasureSize(kLongMessages[0], effort.Of(9, 5), receiver, linearity);
+        expected += MeasureSize(kLongMessages[1], effort.Of(2, 1), receiver, linearity);
+        Report(linearity.Result());
     }
     CloseAddinLog();
-    const auto expected = static_cast<int64_t>(pieces.size()) * 2 * (samples + 1);
     Require(receiver.State().messages == expected, "the receiver has not got every piece");
 }
 

@@ -17,6 +17,9 @@
 namespace bench {
 namespace {
 
+constexpr Aim kEncodingAim = Aim::AtMostTimes(1); // not slower than libcrypto's
+constexpr Aim kCipherAim = Aim::AtMostTimes(1.1);
+
 using Bytes = std::vector<std::uint8_t>;
 
 struct Size {
@@ -57,7 +60,7 @@ int BareDecode(const std::string& text, std::uint8_t* bytes) {
 }
 
 void MeasureBase64(const Effort& effort, const Size& size) {
-    const int samples = effort.Of(30, 7);
+    const int samples = effort.Of(15, 7);
     const Bytes bytes = RandomBytes(size.bytes);
     const std::string text = Base64::Encode(bytes);
     Report(Compare(
@@ -66,14 +69,16 @@ void MeasureBase64(const Effort& effort, const Size& size) {
         [&] {
             const BareBytes output = NewBytes(text.size() + 1);
             Require(BareEncode(bytes, output.get()) > 0, "the bare encoder fails");
-        }));
+        },
+        kEncodingAim));
     Report(Compare(
         std::string("base64 decode, ") + size.name, "EVP_DecodeBlock, malloc", samples, size.calls,
         [&] { Require(Base64::Decode(text).size() == bytes.size(), "the decoder fails"); },
         [&] {
             const BareBytes output = NewBytes(text.size() / 4 * 3);
             Require(BareDecode(text, output.get()) > 0, "the bare decoder fails");
-        }));
+        },
+        kEncodingAim));
 }
 
 /// The mode over whole blocks, the key expanded first as for every text.
@@ -89,7 +94,7 @@ void BareRun(const std::uint8_t* in, std::uint8_t* out, std::size_t bytes, int d
 
 /// The floor works on buffers that are there, and its text is padded beforehand.
 void MeasureTexts(const Effort& effort, const Size& size) {
-    const int samples = effort.Of(30, 7);
+    const int samples = effort.Of(15, 7);
     const std::string text(size.bytes, 'x');
     Bytes padded(PayloadCipher::PaddedSize(text.size()));
     std::copy(text.begin(), text.end(), padded.begin());
@@ -106,7 +111,8 @@ void MeasureTexts(const Effort& effort, const Size& size) {
         [&] {
             BareRun(padded.data(), scratch.data(), padded.size(), AES_ENCRYPT);
             EVP_EncodeBlock(output.data(), scratch.data(), static_cast<int>(padded.size()));
-        }));
+        },
+        kCipherAim));
     Require(encoded == outputText, "the cipher and its floor differ");
     Report(Compare(
         std::string("cipher decrypt, ") + size.name, "EVP_DecodeBlock, AES_cbc_encrypt", samples, size.calls,
@@ -116,7 +122,8 @@ void MeasureTexts(const Effort& effort, const Size& size) {
         [&] {
             Require(BareDecode(encoded, scratch.data()) > 0, "the bare decoder fails");
             BareRun(scratch.data(), output.data(), padded.size(), AES_DECRYPT);
-        }));
+        },
+        kCipherAim));
     Require(text == outputText, "the text does not come back");
 }
 

@@ -17,6 +17,8 @@
 namespace bench {
 namespace {
 
+constexpr Aim kAim = Aim::AtMostTimes(1.1);
+
 constexpr int kTextBytes = 4096; // in UTF-8
 constexpr int kRecords = 512;    // as many as the history keeps
 constexpr int kEntries = 1000;
@@ -122,8 +124,8 @@ void MeasureConversions(const Effort& effort) {
     for (const ConversionCase& conversion : kConversions) {
         for (const auto& each : cases) {
             Report(Compare(
-                std::string(conversion.name) + ", " + each.name, conversion.floorName, effort.Of(30, 7), 200,
-                [&] { conversion.product(each.texts); }, [&] { conversion.floor(each.texts); }));
+                std::string(conversion.name) + ", " + each.name, conversion.floorName, effort.Of(15, 7), 200,
+                [&] { conversion.product(each.texts); }, [&] { conversion.floor(each.texts); }, kAim));
         }
     }
 }
@@ -156,7 +158,7 @@ void MeasureHistory(const Effort& effort) {
     void (*volatile copy)(OperateRec*, const OperateRec*) = &CopyRecord;
     KOSA_InitOperateHistory();
     Report(Compare(
-        "KOSA_AddOperateRec, 1000 records", "memcpy of each record into a ring", effort.Of(30, 7), 100,
+        "KOSA_AddOperateRec, 1000 records", "memcpy of each record into a ring", effort.Of(15, 7), 100,
         [&] {
             for (int call = 0; call < 1000; ++call) {
                 KOSA_AddOperateRec(&record);
@@ -167,14 +169,15 @@ void MeasureHistory(const Effort& effort) {
                 copy(&ring[next], &record);
                 next = next + 1 < ring.size() ? next + 1 : 0;
             }
-        }));
+        },
+        kAim));
 
     std::vector<char> dumped(1 << 16);
     std::vector<char> printed(dumped.size());
     Report(Compare(
-        "KOSA_DumpOperateHistory, 512 records", "snprintf of each line by hand", effort.Of(30, 7), 5,
+        "KOSA_DumpOperateHistory, 512 records", "snprintf of each line by hand", effort.Of(15, 7), 5,
         [&] { KOSA_DumpOperateHistory(dumped.data(), static_cast<uint32_t>(dumped.size())); },
-        [&] { PrintRecords(ring, printed); }));
+        [&] { PrintRecords(ring, printed); }, kAim));
     Require(std::strcmp(dumped.data(), printed.data()) == 0, "the dump and its floor differ");
 }
 
@@ -205,8 +208,8 @@ void MeasureWalk(const Effort& effort) {
     const std::string path = folder.Path().string();
     const std::wstring pattern = (folder.Path() / L"*").wstring();
     Report(Compare(
-        "directory of 1000 entries, OpenDir to CloseDir", "FindFirstFileW, FindNextFileW, FindClose", effort.Of(30, 7),
-        2, [&] { WalkDirectory(path); }, [&] { WalkBare(pattern); }));
+        "directory of 1000 entries, OpenDir to CloseDir", "FindFirstFileW, FindNextFileW, FindClose", effort.Of(15, 7),
+        2, [&] { WalkDirectory(path); }, [&] { WalkBare(pattern); }, kAim));
 }
 
 } // namespace

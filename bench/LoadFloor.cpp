@@ -1,6 +1,7 @@
 #include "bench/LoadFloor.h"
 
 #include "bench/HandLog.h"
+#include "bench/Measure.h"
 #include "resources/resource.h"
 #include "workbench/host/ComHeaders.h"
 
@@ -27,9 +28,12 @@ void LoadLibraryOfTypes(const std::wstring& module) {
     Require(SUCCEEDED(::LoadTypeLib(resource.c_str(), &library)), "no type library");
 }
 
+void LoadGdiplus() {
+    Require(::LoadLibraryW(L"gdiplus.dll") != nullptr, "no GDI+");
+}
+
 void StartGdiplus() {
-    const HMODULE gdiplus = ::LoadLibraryW(L"gdiplus.dll");
-    const auto found = gdiplus == nullptr ? nullptr : ::GetProcAddress(gdiplus, "GdiplusStartup");
+    const auto found = ::GetProcAddress(::GetModuleHandleW(L"gdiplus.dll"), "GdiplusStartup");
     Require(found != nullptr, "no GDI+");
     const auto start = reinterpret_cast<decltype(&Gdiplus::GdiplusStartup)>(reinterpret_cast<void*>(found));
     const Gdiplus::GdiplusStartupInput input;
@@ -37,34 +41,62 @@ void StartGdiplus() {
     Require(start(&token, &input, nullptr) == Gdiplus::Ok, "GDI+ does not start");
 }
 
-void MakeWindow(const wchar_t* name) {
+void MakeWindow(const wchar_t* name, HWND parent) {
     WNDCLASSEXW windowClass{};
     windowClass.cbSize = sizeof(windowClass);
     windowClass.lpfnWndProc = &::DefWindowProcW;
     windowClass.lpszClassName = name;
     ::RegisterClassExW(&windowClass);
-    const HWND window = ::CreateWindowExW(0, name, name, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    const HWND window = ::CreateWindowExW(0, name, nullptr, 0, 0, 0, 0, 0, parent, nullptr, nullptr, nullptr);
     Require(window != nullptr, "no window");
 }
 
-DWORD WINAPI Idle(void*) {
+DWORD WINAPI Wait(void*) {
     ::Sleep(INFINITE);
     return 0;
 }
 
+/// The channel's window is made on a thread of its own; nobody waits for it.
+DWORD WINAPI MakeWindowAndWait(void* nothing) {
+    MakeWindow(L"NembraBenchChannel", HWND_MESSAGE);
+    return Wait(nothing);
+}
+
+void StartThread(LPTHREAD_START_ROUTINE body) {
+    const UniqueHandle thread(::CreateThread(nullptr, 0, body, nullptr, 0, nullptr));
+    Require(static_cast<bool>(thread), "no thread");
+}
+
 } // namespace
 
-void MakePlatformCalls(const std::wstring& module, const std::string& logPath) {
-    FindRoamingFolder();
-    static HandLog log(logPath);
-    log.Write("first line\r\n");
-    LoadLibraryOfTypes(module);
-    StartGdiplus();
-    for (const wchar_t* name : {L"NembraBenchFirst", L"NembraBenchSecond"}) {
-        const UniqueHandle thread(::CreateThread(nullptr, 0, &Idle, nullptr, 0, nullptr));
-        Require(static_cast<bool>(thread), "no thread");
-        MakeWindow(name);
-    }
+std::vector<double> MakePlatformCalls(const std::wstring& module, const std::string& logPath) {
+    static HandLog* log = nullptr; // stays open, as a log does
+    std::vector<double> stages;
+    const auto time = [&stages](const auto& call) {
+        const int64_t start = Now();
+        call();
+        stages.push_back(Microseconds(Now() - start));
+    };
+    time(&LoadGdiplus);
+    time(&FindRoamingFolder);
+    time([&] {
+        log = new HandLog(logPath);
+        log->Write("first line\r\n");
+    });
+    time([&] { LoadLibraryOfTypes(module); });
+    time(&StartGdiplus);
+    time([] {
+        StartThread(&MakeWindowAndWait);
+        StartThread(&Wait);
+        MakeWindow(L"NembraBenchNotify", nullptr);
+    });
+    return stages;
+}
+
+double MapModule(const std::wstring& module) {
+    const int64_t start = Now();
+    Require(::LoadLibraryExW(module.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES) != nullptr, "no module");
+    return Microseconds(Now() - start);
 }
 
 } // namespace bench

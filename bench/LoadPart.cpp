@@ -1,94 +1,95 @@
-#include "bench/AddInSession.h"
-#include "bench/ChildProcess.h"
 #include "bench/LoadFloor.h"
 #include "bench/Parts.h"
+#include "bench/Sample.h"
 #include "bench/WorkFolder.h"
-#include "resources/Connect.h"
-
-#include <cstdio>
-#include <filesystem>
 
 namespace bench {
 namespace {
 
-struct Sample {
-    double load = 0;    // microseconds: LoadLibrary, DllGetClassObject, CreateInstance
-    double connect = 0; // microseconds: OnConnection, or the platform's calls; 0 for the bare class alone
+constexpr double kLoadLimit = 3;     // times the bare class
+constexpr double kSlowestLimit = 10; // milliseconds; Outlook switches an add-in off that takes 1000
+constexpr double kSlowest = 0.99;    // of all loads are faster
+constexpr const char* kTitle = "load to the end of OnConnection";
+constexpr const char* kPlatform = "bare COM class + the platform's calls";
 
-    double Whole() const { return load + connect; }
+/// Numbers of a load's sample: load, connect, then the stages of the platform's calls.
+struct LoadSample {
+    explicit LoadSample(const char* name) : numbers(SampleProcess(name).Take()) {
+        Require(numbers.size() >= 2, "a load's sample is incomplete");
+    }
+    double Whole() const { return numbers[0] + numbers[1]; }
+
+    std::vector<double> numbers;
 };
 
-Sample TakeSample(const char* what) {
-    ChildProcess process({"--sample", what});
-    std::string line;
-    Sample sample;
-    const bool read =
-        process.ReadLine(line) && std::sscanf(line.c_str(), "%lf %lf", &sample.load, &sample.connect) == 2;
-    Require(process.Wait() == 0 && read, "a loading process has failed");
-    return sample;
-}
-
-/// @return the reading right after the module's object was made.
-int64_t LoadModule(workbench::OutlookHost& host, const std::wstring& path) {
-    const workbench::AddInHost& addIn = host.LoadAddIn(path, CLSID_NembraMeeting);
-    const int64_t loaded = Now();
-    Require(addIn.LoadStatus() == S_OK, "the module cannot be loaded");
-    return loaded;
+/// The same samples, but what counts is the slowest hundredth.
+Row Slowest(const Row& row, Aim aim) {
+    Row slowest{std::string(kTitle) + ", slowest of 100", "ms", row.values, row.floorName, row.floorValues, aim};
+    for (std::vector<double>* values : {&slowest.values, &slowest.floorValues}) {
+        for (double& value : *values) {
+            value /= 1000;
+        }
+    }
+    slowest.quantile = kSlowest;
+    return slowest;
 }
 
 } // namespace
 
-int RunLoadSample(const std::string& what) {
+void RunLoadSample(Subject subject) {
     const WorkFolder folder;
     HostSession session;
-    workbench::OutlookHost& host = session.Host();
-    int64_t end = 0;
-    host.Observe([&](const workbench::Step& step) {
-        if (step.kind == workbench::StepKind::AddIn && step.text.starts_with(L"OnConnection")) {
-            end = Now(); // what follows it in Connect does not count
-        }
-    });
-    const bool addIn = what == "addin";
-    const std::wstring bare = std::filesystem::path(ProgramPath()).replace_filename(L"bare_com_class.dll").wstring();
-    const std::wstring module = AddInPath();
-    const std::string log = folder.File("floor.txt");
-    const int64_t start = Now();
-    const int64_t loaded = LoadModule(host, addIn ? module : bare);
-    if (addIn) {
-        Require(host.AddIns().front()->Connect() == S_OK && end != 0, "the add-in does not connect");
-    } else if (what == "platform") {
-        MakePlatformCalls(module, log);
-        end = Now();
-    } else {
-        end = loaded;
-    }
-    std::printf("%.1f %.1f\n", Microseconds(loaded - start), Microseconds(end - loaded));
-    std::fflush(stdout);
-    host.AddIns().front()->Exit();
-    return 0;
+    const LoadTimes times = Load(session, subject, folder.File("floor.txt"));
+    std::vector<double> numbers{times.load, times.connect};
+    numbers.insert(numbers.end(), times.stages.begin(), times.stages.end());
+    PrintNumbers(numbers);
+    Unload(session);
+}
+
+void RunMappingSample() {
+    const HostSession session; // so that the same DLLs of the system are there
+    PrintNumbers({MapModule(AddInPath()), 0});
 }
 
 void MeasureLoad(const Effort& effort) {
-    const std::string title = "load to the end of OnConnection";
-    Row againstBare{title, "us", {}, "bare COM class, loaded and created", {}};
-    Row againstPlatform{title, "us", {}, "bare COM class + the platform's calls", {}};
-    Row load{"  of it: load and create", "us", {}, {}, {}};
+    Row againstBare{kTitle, "us", {}, "bare COM class, loaded and created", {}, Aim::AtMostTimes(kLoadLimit)};
+    Row againstPlatform{kTitle, "us", {}, kPlatform, {}};
+    Row load{"  of it: load and create", "us", {}, "bare COM class, loaded and created", {}};
     Row connect{"  of it: OnConnection", "us", {}, {}, {}};
-    for (int sample = 0; sample <= effort.Of(25, 5); ++sample) {
-        const Sample addIn = TakeSample("addin");
-        const Sample bare = TakeSample("bare");
-        const Sample platform = TakeSample("platform");
+    Row mapping{"  of it: the module mapped and relocated", "us", {}, {}, {}};
+    std::vector<Row> stages;
+    for (const char* name : kPlatformStages) {
+        stages.push_back({std::string("  the platform: ") + name, "us", {}, {}, {}});
+    }
+    for (int sample = 0; sample <= effort.Of(67, 5); ++sample) {
+        const LoadSample addIn("load-addin");
+        const LoadSample bare("load-bare");
+        const LoadSample platform("load-platform");
+        const LoadSample mapped("load-mapping");
         if (sample == 0) {
             continue; // warms up: in a new installation the type library is registered now
         }
+        Require(platform.numbers.size() == 2 + stages.size(), "the platform's calls are incomplete");
         againstBare.values.push_back(addIn.Whole());
         againstBare.floorValues.push_back(bare.Whole());
         againstPlatform.floorValues.push_back(platform.Whole());
-        load.values.push_back(addIn.load);
-        connect.values.push_back(addIn.connect);
+        load.values.push_back(addIn.numbers[0]);
+        load.floorValues.push_back(bare.numbers[0]);
+        connect.values.push_back(addIn.numbers[1]);
+        mapping.values.push_back(mapped.numbers[0]);
+        for (std::size_t each = 0; each < stages.size(); ++each) {
+            stages[each].values.push_back(platform.numbers[2 + each]);
+        }
     }
     againstPlatform.values = againstBare.values;
-    for (const Row& row : {againstBare, againstPlatform, load, connect}) {
+    Report(againstBare);
+    Report(againstPlatform);
+    Report(Slowest(againstBare, Aim::AtMost(kSlowestLimit)));
+    Report(Slowest(againstPlatform, Aim::AtMost(kSlowestLimit)));
+    for (const Row& row : {load, mapping, connect}) {
+        Report(row);
+    }
+    for (const Row& row : stages) {
         Report(row);
     }
 }

@@ -46,7 +46,8 @@ double Microseconds(int64_t counts) noexcept {
 
 std::string Pack(const Row& row) {
     std::string line = kRowMark;
-    for (const std::string& field : {row.name, row.unit, Join(row.values), row.floorName, Join(row.floorValues)}) {
+    const std::string aim = Join({static_cast<double>(row.aim.kind), row.aim.limit, row.quantile});
+    for (const std::string& field : {row.name, row.unit, Join(row.values), row.floorName, Join(row.floorValues), aim}) {
         line += kSeparator + field;
     }
     return line;
@@ -57,15 +58,23 @@ bool Unpack(const std::string& line, Row& row) {
     std::string mark;
     std::string values;
     std::string floorValues;
+    std::string aim;
     std::getline(stream, mark, kSeparator);
     std::getline(stream, row.name, kSeparator);
     std::getline(stream, row.unit, kSeparator);
     std::getline(stream, values, kSeparator);
     std::getline(stream, row.floorName, kSeparator);
     std::getline(stream, floorValues, kSeparator);
+    std::getline(stream, aim, kSeparator);
     row.values = Split(values);
     row.floorValues = Split(floorValues);
-    return mark == kRowMark && !row.values.empty();
+    const std::vector<double> numbers = Split(aim);
+    if (mark != kRowMark || row.values.empty() || numbers.size() != 3) {
+        return false;
+    }
+    row.aim = {static_cast<Aim::Kind>(static_cast<int>(numbers[0])), numbers[1]};
+    row.quantile = numbers[2];
+    return true;
 }
 
 void Report(const Row& row) {

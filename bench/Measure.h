@@ -16,13 +16,31 @@ struct Effort {
     int Of(int full, int small) const { return quick ? small : full; }
 };
 
-/// Raw figures of one line of the table. Without a floor it is a stated figure.
+/// What a row has to reach.
+struct Aim {
+    enum Kind : int {
+        None,  // the figure is only stated
+        Ratio, // to the floor, at most the limit
+        Value, // at most the limit, in the row's unit
+        Equal  // to the floor
+    };
+    Kind kind = None;
+    double limit = 0;
+
+    static constexpr Aim AtMostTimes(double limit) { return {Ratio, limit}; }
+    static constexpr Aim AtMost(double limit) { return {Value, limit}; }
+    static constexpr Aim EqualToFloor() { return {Equal, 0}; }
+};
+
+/// Raw figures of one line of the table, as one run gives them. Without a floor it is a stated figure.
 struct Row {
     std::string name;
     std::string unit;
     std::vector<double> values;
     std::string floorName;
     std::vector<double> floorValues;
+    Aim aim = {};
+    double quantile = 0.5; // which of the sorted values counts
 };
 
 /// One text line for a row, and back. @return false for a line that is no row.
@@ -50,9 +68,9 @@ double TimeCalls(int calls, Body& body) {
 
 /// Both in turn, so that what else the machine does meets both. A first round warms up and does not count.
 template <class Product, class Floor>
-Row Compare(const std::string& name, const std::string& floorName, int samples, int calls, Product product,
-            Floor floor) {
-    Row row{name, "us", {}, floorName, {}};
+Row Compare(const std::string& name, const std::string& floorName, int samples, int calls, Product product, Floor floor,
+            Aim aim = {}) {
+    Row row{name, "us", {}, floorName, {}, aim};
     TimeCalls(calls, product);
     TimeCalls(calls, floor);
     for (int sample = 0; sample < samples; ++sample) {

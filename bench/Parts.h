@@ -11,13 +11,17 @@ void MeasureLoad(const Effort& effort);
 void MeasureCallbacks(const Effort& effort);
 void MeasurePress(const Effort& effort);
 void MeasureLog(const Effort& effort);
+void MeasureCalls(const Effort& effort);
 void MeasureChannel(const Effort& effort);
+void MeasureIncoming(const Effort& effort);
+void MeasureIdle(const Effort& effort);
+void MeasureMemory(const Effort& effort);
 void MeasureLibrary(const Effort& effort);
 void MeasureCipher(const Effort& effort);
 void MeasureModule(const Effort& effort);
 
-/// Body of the process that loads a module once and prints how long it took. @param what "addin",
-/// "bare" or "platform" (the bare class and the calls into the platform that the add-in cannot avoid).
-int RunLoadSample(const std::string& what);
+/// Body of a process that measures one thing once and prints it. @param what names the sample, "load-addin" and the
+/// like.
+int RunSample(const std::string& what);
 
 } // namespace bench

@@ -3,8 +3,9 @@
 #include "bench/Receiver.h"
 #include "bench/Table.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <exception>
 #include <string>
 #include <vector>
@@ -20,16 +21,24 @@ struct Part {
 constexpr Part kParts[] = {
     {"load", "loading the add-in, a fresh process each time", &bench::MeasureLoad},
     {"callbacks", "ribbon callbacks through IDispatch", &bench::MeasureCallbacks},
+    {"calls", "calls on the host's objects", &bench::MeasureCalls},
     {"press", "a press until the command arrives in another process", &bench::MeasurePress},
     {"log", "lines of the log", &bench::MeasureLog},
-    {"channel", "the channel's tick, and 1 MiB to another process", &bench::MeasureChannel},
+    {"channel", "the channel's tick, and long messages to another process", &bench::MeasureChannel},
+    {"incoming", "long messages from the client", &bench::MeasureIncoming},
     {"library", "conversions, history and directories of the exported library", &bench::MeasureLibrary},
     {"cipher", "base64 and the payload cipher", &bench::MeasureCipher},
+    {"idle", "what the add-in costs while nothing happens", &bench::MeasureIdle},
+    {"memory", "private memory after the start", &bench::MeasureMemory},
     {"module", "size and imports of the module", &bench::MeasureModule},
 };
 
+constexpr int kMostRuns = 99;
+
 struct Options {
     bool help = false;
+    bool markdown = false;
+    int runs = 0; // 0: three, or one of the quick ones
     bench::Effort effort;
     std::string only;    // one part, in the process that prints the table
     std::string part;    // this process measures that part
@@ -46,6 +55,11 @@ bool ReadOptions(int count, char** arguments, Options& options) {
             options.help = true;
         } else if (argument == "--quick") {
             options.effort.quick = true;
+        } else if (argument == "--markdown") {
+            options.markdown = true;
+        } else if (argument == "--runs" && std::atoi(value.c_str()) > 0) {
+            options.runs = std::min(std::atoi(value.c_str()), kMostRuns);
+            ++each;
         } else if (std::string* const target = argument == "--only"      ? &options.only
                                                : argument == "--part"    ? &options.part
                                                : argument == "--sample"  ? &options.sample
@@ -62,8 +76,10 @@ bool ReadOptions(int count, char** arguments, Options& options) {
 }
 
 void PrintHelp() {
-    std::puts("usage: bench [--quick] [--only PART]\n"
-              "Measures the add-in against floors and peers in the same run and prints a table. Parts:");
+    std::puts("usage: bench [--quick] [--only PART] [--runs N] [--markdown]\n"
+              "Measures the add-in against floors and peers in the same run and prints a table: the median of the\n"
+              "runs' medians, and the lowest and highest run. Without --runs three runs, with --quick one, whose\n"
+              "spread is that of its samples. --markdown prints the table for docs/performance.md. Parts:");
     for (const Part& part : kParts) {
         std::printf("  %-10s %s\n", part.name, part.help);
     }
@@ -79,7 +95,7 @@ const Part* FindPart(const std::string& name) {
 }
 
 /// @return false when the part has failed; it has said why.
-bool RunInChild(const Part& part, const Options& options, std::vector<bench::Row>& rows) {
+bool RunInChild(const Part& part, const Options& options, std::vector<bench::Summary>& table) {
     std::vector<std::string> arguments = {"--part", part.name};
     if (options.effort.quick) {
         arguments.emplace_back("--quick");
@@ -90,21 +106,26 @@ bool RunInChild(const Part& part, const Options& options, std::vector<bench::Row
         bench::Row row;
         if (bench::Unpack(line, row)) {
             std::fprintf(stderr, "  %s, done\n", row.name.c_str());
-            rows.push_back(row);
+            bench::AddRow(table, row);
         }
     }
     return process.Wait() == 0;
 }
 
 int RunAll(const Options& options) {
-    std::vector<bench::Row> rows;
+    const int runs = options.runs > 0 ? options.runs : options.effort.Of(3, 1);
+    std::vector<bench::Summary> table;
     std::string failed;
-    for (const Part& part : kParts) {
-        if ((options.only.empty() || options.only == part.name) && !RunInChild(part, options, rows)) {
-            failed += std::string(" ") + part.name;
+    for (int run = 1; run <= runs; ++run) {
+        std::fprintf(stderr, "run %d of %d\n", run, runs);
+        for (const Part& part : kParts) {
+            if ((options.only.empty() || options.only == part.name) && !RunInChild(part, options, table)) {
+                failed += std::string(" ") + part.name;
+            }
         }
     }
-    std::printf("\n%s", bench::FormatTable(rows).c_str());
+    const std::string text = options.markdown ? bench::FormatMarkdown(table) : bench::FormatTable(table);
+    std::printf("\n%s", text.c_str());
     std::fflush(stdout);
     if (!failed.empty()) {
         std::fprintf(stderr, "failed:%s\n", failed.c_str());
@@ -114,7 +135,7 @@ int RunAll(const Options& options) {
 
 int Run(const Options& options) {
     if (!options.sample.empty()) {
-        return bench::RunLoadSample(options.sample);
+        return bench::RunSample(options.sample);
     }
     if (!options.receive.empty()) {
         return bench::RunReceiver(options.receive);

@@ -1,0 +1,53 @@
+#include "bench/ChannelSession.h"
+
+#include "channel/Segments.h"
+#include "support/LogLine.h"
+#include "support/Text.h"
+
+namespace bench {
+namespace {
+
+constexpr wchar_t kOwnWindow[] = L"NbmProxyOutlookServerWnd";
+constexpr ULONGLONG kDeadline = 5'000; // milliseconds
+constexpr double kLinear = 1.25;       // a cost per byte that grows by no more than this counts as the same
+
+/// As the add-in takes the channel's log texts: as a line of a level that its log drops.
+void DropLog(const char* text) {
+    LogLine(L"Business/Meeting", L"Meeting::logOutput").Debug() << ToWide(text);
+}
+
+} // namespace
+
+ChannelSession::ChannelSession(void (*receive)(const char*)) {
+    Require(uisdk_protocol_start(receive, &DropLog, "") == 0, "the channel does not start");
+    for (const ULONGLONG end = ::GetTickCount64() + kDeadline; !OwnWindow(); ::Sleep(10)) {
+        Require(::GetTickCount64() < end, "the channel has no window");
+    }
+}
+
+HWND ChannelSession::OwnWindow() {
+    return ::FindWindowExW(HWND_MESSAGE, nullptr, kOwnWindow, kOwnWindow);
+}
+
+std::vector<std::string> CutBeforehand(const std::string& message) {
+    std::vector<std::string> pieces;
+    for (SegmentSplitter splitter(message); splitter.Next();) {
+        pieces.emplace_back(splitter.Text());
+    }
+    return pieces;
+}
+
+void Linearity::Add(std::size_t bytes, const Row& row) {
+    std::vector<double> perByte;
+    for (const double microseconds : row.values) {
+        perByte.push_back(microseconds * 1000 / static_cast<double>(bytes));
+    }
+    perByte_.push_back(std::move(perByte));
+}
+
+Row Linearity::Result() const {
+    Require(perByte_.size() == 2, "two sizes make a slope");
+    return {name_, "ns", perByte_[1], "a byte of 1 MiB", perByte_[0], Aim::AtMostTimes(kLinear)};
+}
+
+} // namespace bench

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "bench/Measure.h"
+#include "channel/uisdk_protocol.h"
+
+#include <windows.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// The channel with its window up; its log texts go where the add-in's go. One at a time.
+class ChannelSession {
+public:
+    explicit ChannelSession(void (*receive)(const char*));
+    ~ChannelSession() { uisdk_protocol_stop(); }
+    ChannelSession(const ChannelSession&) = delete;
+    ChannelSession& operator=(const ChannelSession&) = delete;
+
+    static HWND OwnWindow();
+};
+
+struct LongMessage {
+    const char* name;
+    std::size_t bytes;
+};
+inline constexpr std::array<LongMessage, 2> kLongMessages = {{{"1 MiB", 1 << 20}, {"8 MiB", 8 << 20}}};
+
+/// The carried texts of a message, as the channel would cut them.
+std::vector<std::string> CutBeforehand(const std::string& message);
+
+/// Whether cost grows as size does: what a byte of the longer message costs beside a byte of the shorter one.
+class Linearity {
+public:
+    explicit Linearity(std::string name) : name_(std::move(name)) {}
+
+    /// The shorter message first.
+    void Add(std::size_t bytes, const Row& row);
+    Row Result() const;
+
+private:
+    std::string name_;
+    std::vector<std::vector<double>> perByte_; // nanoseconds
+};
+
+} // namespace bench

@@ -1,0 +1,161 @@
+#include "bench/ChannelSession.h"
+#include "bench/Parts.h"
+#include "bench/WorkFolder.h"
+#include "channel/Segments.h"
+#include "support/AddinLog.h"
+#include "support/LogLine.h"
+
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+namespace bench {
+namespace {
+
+constexpr uint32_t kNumber = 7;        // of the message, on the wire
+constexpr ULONGLONG kDeadline = 5'000; // milliseconds
+constexpr wchar_t kFloorWindow[] = L"NembraBenchIncoming";
+
+std::atomic<std::size_t> g_received{0}; // bytes of the last whole message
+
+void TakeMessage(const char* text) {
+    if (const std::size_t length = std::strlen(text); length != 0) {
+        g_received = length;
+    }
+}
+
+/// The floor of the whole way in: a window on a thread of its own that appends each text to one string.
+class AppendingWindow {
+public:
+    AppendingWindow() : thread_([this] { Run(); }) {
+        while (window_ == nullptr) {
+            ::Sleep(1);
+        }
+    }
+    ~AppendingWindow() {
+        ::PostMessageW(window_, WM_CLOSE, 0, 0);
+        thread_.join();
+    }
+    AppendingWindow(const AppendingWindow&) = delete;
+    AppendingWindow& operator=(const AppendingWindow&) = delete;
+
+    HWND Window() const { return window_; }
+    static std::string& Text() {
+        static std::string text; // the window's thread, or nobody
+        return text;
+    }
+
+private:
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        if (message == WM_COPYDATA) {
+            const auto& data = *reinterpret_cast<const COPYDATASTRUCT*>(lParam);
+            Text().append(static_cast<const char*>(data.lpData), data.cbData - 1);
+        } else if (message == WM_DESTROY) {
+            ::PostQuitMessage(0);
+        }
+        return ::DefWindowProcW(window, message, wParam, lParam);
+    }
+    void Run() {
+        WNDCLASSEXW windowClass{};
+        windowClass.cbSize = sizeof(windowClass);
+        windowClass.lpfnWndProc = &Procedure;
+        windowClass.lpszClassName = kFloorWindow;
+        ::RegisterClassExW(&windowClass);
+        window_ =
+            ::CreateWindowExW(0, kFloorWindow, kFloorWindow, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+        for (MSG message; ::GetMessageW(&message, nullptr, 0, 0) > 0;) {
+            ::DispatchMessageW(&message);
+        }
+    }
+
+    std::atomic<HWND> window_{nullptr};
+    std::thread thread_;
+};
+
+void SendPieces(HWND window, const std::vector<std::string>& pieces) {
+    for (const std::string& piece : pieces) {
+        COPYDATASTRUCT data{kNumber, static_cast<DWORD>(piece.size() + 1), const_cast<char*>(piece.data())};
+        ::SendMessageW(window, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data));
+    }
+}
+
+void AwaitMessage(std::size_t bytes) {
+    for (const ULONGLONG end = ::GetTickCount64() + kDeadline; g_received != bytes; ::Sleep(5)) {
+        Require(::GetTickCount64() < end, "a message has not come in whole");
+    }
+    g_received = 0;
+}
+
+/// Joining alone, of bodies that are there.
+void MeasureJoining(const LongMessage& size, int samples, Linearity& linearity) {
+    const std::string message(size.bytes, 'x');
+    std::vector<std::string> bodies;
+    for (const std::string& piece : CutBeforehand(message)) {
+        bodies.emplace_back(SegmentBody(piece).value());
+    }
+    const auto join = [&] {
+        SegmentJoiner joiner;
+        std::optional<std::string> whole;
+        for (const std::string& body : bodies) {
+            whole = joiner.Add(kNumber, body);
+        }
+        Require(whole && whole->size() == message.size(), "the joiner has lost something");
+    };
+    const auto append = [&] {
+        std::string whole;
+        for (const std::string& body : bodies) {
+            whole.append(body);
+        }
+        Require(whole.size() > message.size(), "the floor has lost something");
+    };
+    const Row row = Compare(std::string(size.name) + " in, joining", "appending the same pieces to one string", samples,
+                            4, join, append, Aim::AtMostTimes(1.5));
+    Report(row);
+    linearity.Add(size.bytes, row);
+}
+
+/// From the first piece until the channel has the message whole; its tick, which hands it on, is not waited for.
+void MeasureTaking(const LongMessage& size, int samples, Linearity& linearity) {
+    const std::string message(size.bytes, 'x');
+    const std::vector<std::string> pieces = CutBeforehand(message);
+    const AppendingWindow floor;
+    const HWND own = ChannelSession::OwnWindow();
+    Row row{std::string(size.name) + " in, by WM_COPYDATA", "us", {},
+            "a window that appends the same pieces",        {},   Aim::AtMostTimes(1.5)};
+    for (int sample = 0; sample <= samples; ++sample) {
+        int64_t start = Now();
+        SendPieces(own, pieces);
+        const double taken = Microseconds(Now() - start);
+        AwaitMessage(message.size());
+        std::string().swap(AppendingWindow::Text());
+        start = Now();
+        SendPieces(floor.Window(), pieces);
+        if (sample > 0) { // the first one warms up
+            row.values.push_back(taken);
+            row.floorValues.push_back(Microseconds(Now() - start));
+        }
+    }
+    Report(row);
+    linearity.Add(size.bytes, row);
+}
+
+} // namespace
+
+void MeasureIncoming(const Effort& effort) {
+    const WorkFolder folder;
+    OpenAddinLogUnder(folder.Path().c_str());
+    Linearity joining("joining, a byte of 8 MiB");
+    MeasureJoining(kLongMessages[0], effort.Of(15, 7), joining);
+    MeasureJoining(kLongMessages[1], effort.Of(7, 3), joining);
+    Report(joining.Result());
+    {
+        const ChannelSession channel(&TakeMessage);
+        Linearity taking("WM_COPYDATA in, a byte of 8 MiB");
+        MeasureTaking(kLongMessages[0], effort.Of(9, 5), taking);
+        MeasureTaking(kLongMessages[1], effort.Of(3, 1), taking);
+        Report(taking.Result());
+    }
+    CloseAddinLog();
+}
+
+} // namespace bench

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "bench/AddInSession.h"
+#include "bench/ChildProcess.h"
+
+#include <string>
+#include <vector>
+
+/// Samples: what can be measured only once in a process. Each runs in a fresh process of this program and prints one
+/// line of numbers.
+namespace bench {
+
+/// A process that takes the sample of that name, "load-addin" and the like.
+class SampleProcess {
+public:
+    explicit SampleProcess(const std::string& name) : process_({"--sample", name}) {}
+
+    /// Waits for the end. @return the numbers it printed. @throws std::runtime_error when it has failed.
+    std::vector<double> Take();
+
+private:
+    ChildProcess process_;
+};
+
+/// In the sample's process: prints its numbers.
+void PrintNumbers(const std::vector<double>& numbers);
+
+/// What a sample brings into its host.
+enum class Subject {
+    Nothing,
+    Sleeper,  // for the idle sample: a thread that does nothing but sleep between two ticks
+    Bare,     // a module with a COM class that does nothing
+    Platform, // the same, and the calls into the platform that the add-in cannot avoid
+    AddIn
+};
+
+struct LoadTimes {
+    double load = 0;            // microseconds: LoadLibrary, DllGetClassObject, CreateInstance
+    double connect = 0;         // microseconds: OnConnection, or the platform's calls; 0 for the bare class alone
+    std::vector<double> stages; // of the platform's calls, microseconds
+};
+
+/// Loads the subject into the host as Outlook does. The add-in is connected after that and stays so.
+LoadTimes Load(HostSession& session, Subject subject, const std::string& logPath);
+/// Lets go of it, if there is one.
+void Unload(HostSession& session);
+
+// Bodies of the samples' processes.
+void RunLoadSample(Subject subject);
+void RunMappingSample();
+void RunMemorySample(Subject subject);
+void RunIdleSample(Subject subject, bool quick);
+
+} // namespace bench
