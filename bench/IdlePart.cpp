@@ -2,6 +2,7 @@
 #include "bench/Parts.h"
 #include "bench/Receiver.h"
 #include "bench/Sample.h"
+#include "resources/Connect.h"
 
 #include <atomic>
 #include <memory>
@@ -43,6 +44,15 @@ int64_t ProcessorTime() { // microseconds
         return static_cast<int64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
     };
     return (whole(times[2]) + whole(times[3])) / 10;
+}
+
+/// The add-in connected, each of its wake-ups counted. Its threads start in the connection and read the import then.
+void ConnectCounted(HostSession& session) {
+    workbench::AddInHost& addIn = session.Host().LoadAddIn(AddInPath(), CLSID_NembraMeeting);
+    Require(addIn.LoadStatus() == S_OK, "the add-in cannot be loaded");
+    Require(ReplaceImport(addIn.Module(), "Sleep", reinterpret_cast<void*>(&CountedSleep)),
+            "the add-in imports no Sleep");
+    Require(addIn.Connect() == S_OK, "the add-in does not connect");
 }
 
 /// As the host's idle message loop: asleep unless there is a message.
@@ -115,13 +125,10 @@ void MeasureWith(const std::string& client, const char* suffix) {
 
 void RunIdleSample(Subject subject, bool quick) {
     HostSession session;
-    Load(session, subject, {});
     if (subject == Subject::Sleeper) {
         StartSleeper();
     } else if (subject == Subject::AddIn) {
-        Require(
-            ReplaceImport(session.Host().AddIns().front()->Module(), "Sleep", reinterpret_cast<void*>(&CountedSleep)),
-            "the add-in imports no Sleep");
+        ConnectCounted(session);
     }
     Idle(kSettle);
     const int64_t start = Now();
