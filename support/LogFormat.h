@@ -2,12 +2,34 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstdint>
+#include <string_view>
 
 /// Bounded formatting for log lines. Any thread.
 
 /// Local time as "2022-09-01 10:06:20.123".
 inline constexpr size_t kLogTimeBytes = 48;
 void FormatLocalTime(char (&text)[kLogTimeBytes]) noexcept;
+
+/// Puts a text together in a buffer; no conversions, for what stands in every line. One that does not fit stays short,
+/// and says so.
+class BoundedText {
+public:
+    BoundedText(char* text, size_t size) noexcept : start_(text), next_(text), room_(size) {}
+
+    BoundedText& operator<<(std::string_view piece) noexcept;
+    BoundedText& operator<<(int64_t number) noexcept;
+    /// At least that many digits. @param number not negative.
+    BoundedText& Padded(uint32_t number, int digits) noexcept;
+
+    /// Terminates it. @return characters without the terminator, -1 when something did not fit.
+    int Finish() noexcept;
+
+private:
+    char* start_;
+    char* next_;
+    size_t room_; // 0 once a piece did not fit
+};
 
 /// Formats with the runtime's conversions. @return characters without the terminator; -1 on a formatting error and when
 /// text and terminator do not fit `size` bytes (the content is then of no use).

@@ -164,19 +164,15 @@ int LogOneImpl::BuildPrefix(const Place& place) noexcept {
     }
     char time[kLogTimeBytes];
     FormatLocalTime(time);
-    char stamp[128];
-    const unsigned long long process = ::GetCurrentProcessId();
-    const unsigned long long thread = ::GetCurrentThreadId();
-    if (FormatBounded(stamp, sizeof(stamp), "[%s][P:%I64u/T:%I64u]", time, process, thread) < 0) {
-        return -1;
+    BoundedText line(lineBuffer_.get(), kLineBytes);
+    line << "[" << time << "][P:" << int64_t{::GetCurrentProcessId()} << "/T:" << int64_t{::GetCurrentThreadId()}
+         << "][";
+    line << level << "][";
+    if (*place.tag != '\0') {
+        line << place.tag << "][";
     }
-    const char* const file = BaseName(place.file);
-    if (*place.tag == '\0') {
-        return FormatBounded(lineBuffer_.get(), kLineBytes, "%s[%s][%s:%d %s]", stamp, level, file, place.line,
-                             place.function);
-    }
-    return FormatBounded(lineBuffer_.get(), kLineBytes, "%s[%s][%s][%s:%d %s]", stamp, level, place.tag, file,
-                         place.line, place.function);
+    line << BaseName(place.file) << ":" << place.line << " " << place.function << "]";
+    return line.Finish();
 }
 
 bool LogOneImpl::WritesToFile() const noexcept {

@@ -3,6 +3,8 @@
 #include "osadapter/src/runtime_guard.h"
 
 #include <io.h>
+#include <limits.h>
+#include <string.h>
 #include <wchar.h>
 
 #include <cstdarg>
@@ -13,11 +15,24 @@ namespace {
 
 constexpr size_t kShortTextBytes = 1024;
 
+int WriteText(FILE* stream, const char* text, size_t bytes) noexcept {
+    return bytes <= INT_MAX && fwrite(text, 1, bytes, stream) == bytes ? static_cast<int>(bytes) : -1;
+}
+
 // The toolchain's own stream formatter stores character by character, each under the stream's lock. A text is therefore
 // formatted first, on the stack if it is short, which is nearly every log line, and written in one piece: a process
 // that ends in between leaves a whole text or nothing of it.
 int PrintToStream(FILE* stream, const char* format, va_list arguments) noexcept {
     const RuntimeGuard guard;
+    if (strcmp(format, "%s") == 0) { // a finished text, every line of the log
+        va_list again;
+        va_copy(again, arguments);
+        const char* const finished = va_arg(again, const char*);
+        va_end(again);
+        if (finished != nullptr) {
+            return WriteText(stream, finished, strlen(finished));
+        }
+    }
     char text[kShortTextBytes];
     va_list again;
     va_copy(again, arguments);
@@ -25,10 +40,10 @@ int PrintToStream(FILE* stream, const char* format, va_list arguments) noexcept 
     const size_t bytes = static_cast<size_t>(length < 0 ? 0 : length);
     int result = -1;
     if (length >= 0 && bytes < sizeof(text)) {
-        result = fwrite(text, 1, bytes, stream) == bytes ? length : -1;
+        result = WriteText(stream, text, bytes);
     } else if (const std::unique_ptr<char[]> whole(length < 0 ? nullptr : new (std::nothrow) char[bytes + 1]); whole) {
         const bool same = vsnprintf(whole.get(), bytes + 1, format, again) == length;
-        result = same && fwrite(whole.get(), 1, bytes, stream) == bytes ? length : -1;
+        result = same ? WriteText(stream, whole.get(), bytes) : -1;
     }
     va_end(again);
     return result < 0 ? -1 : result;
