@@ -1,9 +1,23 @@
 #include "osadapter/include/kosa.h"
 #include "osadapter/src/runtime_guard.h"
 
-#include <winsock2.h>
+#include <windows.h>
 
 #include <string.h>
+
+namespace {
+
+using SocketErrorFunction = int(WINAPI*)();
+
+/// The socket library's own function. It is looked for at the first call: nothing else here needs the library, and an
+/// import would load it into every host at the start.
+SocketErrorFunction FindSocketError() noexcept {
+    const HMODULE library = ::LoadLibraryExW(L"ws2_32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    const auto found = library == nullptr ? nullptr : ::GetProcAddress(library, "WSAGetLastError");
+    return reinterpret_cast<SocketErrorFunction>(reinterpret_cast<void*>(found));
+}
+
+} // namespace
 
 int KOSA_StriCmp(const char* a, const char* b) {
     return a == nullptr || b == nullptr ? -1 : _stricmp(a, b);
@@ -34,7 +48,10 @@ char* KOSA_StrToUper(char* text) {
 }
 
 int KOSA_GetLastSocketErr(void) {
-    return ::WSAGetLastError();
+    const DWORD error = ::GetLastError(); // also what a program without that library is told
+    static const SocketErrorFunction socketError = FindSocketError();
+    ::SetLastError(error); // the thread's error is the sockets' error, and the look-up may have changed it
+    return socketError != nullptr ? socketError() : static_cast<int>(error);
 }
 
 int KOSA_StrError_S(char* buffer, size_t size, int error) {
