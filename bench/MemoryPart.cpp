@@ -6,6 +6,7 @@
 #include <psapi.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace bench {
 namespace {
@@ -47,13 +48,17 @@ double PrivateMemory() {
     return static_cast<double>(pages * kPage) / 1024;
 }
 
-/// KiB that the system has promised to the process.
-double CommittedMemory() {
-    PROCESS_MEMORY_COUNTERS_EX counters{};
-    counters.cb = sizeof(counters);
-    ::K32GetProcessMemoryInfo(::GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                              sizeof(counters));
-    return static_cast<double>(counters.PrivateUsage) / 1024;
+DWORD WINAPI Wait(void*) {
+    ::Sleep(INFINITE);
+    return 0;
+}
+
+/// As many as the add-in has: the channel's and its window's.
+void StartWaitingThreads() {
+    for (int each = 0; each < 2; ++each) {
+        const UniqueHandle thread(::CreateThread(nullptr, 0, &Wait, nullptr, 0, nullptr));
+        Require(static_cast<bool>(thread), "no thread");
+    }
 }
 
 } // namespace
@@ -63,28 +68,33 @@ void RunMemorySample(Subject subject) {
     HostSession session;
     PrivateMemory(); // what looking itself needs is there now
     const double memory = PrivateMemory();
-    const double committed = CommittedMemory();
+    if (subject == Subject::Sleeper) {
+        StartWaitingThreads();
+    }
     Load(session, subject, folder.File("floor.txt"));
     ::Sleep(kSettle);
-    PrintNumbers({PrivateMemory() - memory, CommittedMemory() - committed});
+    PrintNumbers({PrivateMemory() - memory});
     Unload(session);
 }
 
 void MeasureMemory(const Effort& effort) {
-    constexpr const char* kFloor = "bare COM class + the platform's calls";
-    Row touched{"private memory added", "KiB", {}, kFloor, {}, Aim::AtMost(kMostMemory)};
-    Row committed{"private memory promised, stacks included", "KiB", {}, kFloor, {}};
+    Row whole{"private memory added", "KiB", {}, "bare COM class + the platform's calls", {}, Aim::AtMost(kMostMemory)};
+    Row beside{"  of it: beside the two threads", "KiB", {}, "two threads that wait", {}};
     for (int sample = 0; sample < effort.Of(7, 3); ++sample) {
-        const std::vector<double> addIn = SampleProcess("memory-addin").Take();
-        const std::vector<double> platform = SampleProcess("memory-platform").Take();
-        Require(addIn.size() == 2 && platform.size() == 2, "a memory sample is incomplete");
-        touched.values.push_back(addIn[0]);
-        touched.floorValues.push_back(platform[0]);
-        committed.values.push_back(addIn[1]);
-        committed.floorValues.push_back(platform[1]);
+        double kibibytes[3] = {};
+        const char* const names[] = {"memory-addin", "memory-platform", "memory-threads"};
+        for (std::size_t each = 0; each < std::size(names); ++each) {
+            const std::vector<double> numbers = SampleProcess(names[each]).Take();
+            Require(numbers.size() == 1, "a memory sample is incomplete");
+            kibibytes[each] = numbers[0];
+        }
+        whole.values.push_back(kibibytes[0]);
+        whole.floorValues.push_back(kibibytes[1]);
+        beside.values.push_back(kibibytes[0] - kibibytes[2]);
+        beside.floorValues.push_back(kibibytes[2]);
     }
-    Report(touched);
-    Report(committed);
+    Report(whole);
+    Report(beside);
 }
 
 } // namespace bench

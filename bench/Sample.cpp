@@ -24,6 +24,7 @@ constexpr SampleKind kSamples[] = {
     {"load-mapping", [] { RunMappingSample(); }},
     {"memory-addin", [] { RunMemorySample(Subject::AddIn); }},
     {"memory-platform", [] { RunMemorySample(Subject::Platform); }},
+    {"memory-threads", [] { RunMemorySample(Subject::Sleeper); }},
     {"idle-nothing", [] { RunIdleSample(Subject::Nothing, false); }},
     {"idle-sleeper", [] { RunIdleSample(Subject::Sleeper, false); }},
     {"idle-addin", [] { RunIdleSample(Subject::AddIn, false); }},

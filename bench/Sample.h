@@ -28,7 +28,7 @@ void PrintNumbers(const std::vector<double>& numbers);
 /// What a sample brings into its host.
 enum class Subject {
     Nothing,
-    Sleeper,  // for the idle sample: a thread that does nothing but sleep between two ticks
+    Sleeper,  // threads that do nothing but sleep; started by the part that measures them
     Bare,     // a module with a COM class that does nothing
     Platform, // the same, and the calls into the platform that the add-in cannot avoid
     AddIn
