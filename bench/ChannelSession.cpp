@@ -9,7 +9,8 @@ namespace {
 
 constexpr wchar_t kOwnWindow[] = L"NbmProxyOutlookServerWnd";
 constexpr ULONGLONG kDeadline = 5'000; // milliseconds
-constexpr double kLinear = 1.25;       // a cost per byte that grows by no more than this counts as the same
+// Caches and fresh pages account for some tenths; a cost that grows with the square of the size would show 8.
+constexpr double kLinear = 1.5;
 
 /// As the add-in takes the channel's log texts: as a line of a level that its log drops.
 void DropLog(const char* text) {

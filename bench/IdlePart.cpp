@@ -12,7 +12,7 @@ namespace {
 
 constexpr DWORD kTick = 20;           // milliseconds, the channel's
 constexpr DWORD kSettle = 1'500;      // milliseconds until the start is over
-constexpr DWORD kWindow = 10'000;     // milliseconds, of a full run
+constexpr DWORD kWindow = 8'000;      // milliseconds, of a full run
 constexpr DWORD kQuickWindow = 3'000; // milliseconds
 constexpr double kHour = 3600;        // seconds
 constexpr double kMostCpu = 3.6;      // seconds an hour: a thousandth of a core

@@ -152,7 +152,7 @@ void MeasureIncoming(const Effort& effort) {
         const ChannelSession channel(&TakeMessage);
         Linearity taking("WM_COPYDATA in, a byte of 8 MiB");
         MeasureTaking(kLongMessages[0], effort.Of(9, 5), taking);
-        MeasureTaking(kLongMessages[1], effort.Of(3, 1), taking);
+        MeasureTaking(kLongMessages[1], effort.Of(2, 1), taking);
         Report(taking.Result());
     }
     CloseAddinLog();

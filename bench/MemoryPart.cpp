@@ -80,7 +80,7 @@ void RunMemorySample(Subject subject) {
 void MeasureMemory(const Effort& effort) {
     Row whole{"private memory added", "KiB", {}, "bare COM class + the platform's calls", {}, Aim::AtMost(kMostMemory)};
     Row beside{"  of it: beside the two threads", "KiB", {}, "two threads that wait", {}};
-    for (int sample = 0; sample < effort.Of(7, 3); ++sample) {
+    for (int sample = 0; sample < effort.Of(5, 3); ++sample) {
         double kibibytes[3] = {};
         const char* const names[] = {"memory-addin", "memory-platform", "memory-threads"};
         for (std::size_t each = 0; each < std::size(names); ++each) {

@@ -40,9 +40,7 @@ endif()
 
 # Code that the user's hand starts, a few times a minute: small rather than fast in the release.
 add_library(small_code INTERFACE)
-if(MSVC)
-    target_compile_options(small_code INTERFACE $<$<CONFIG:Release>:/O1>)
-else()
+if(NOT MSVC) # which warns of a second optimisation level
     target_compile_options(small_code INTERFACE $<$<CONFIG:Release>:-Os>)
 endif()
 
