@@ -7,13 +7,24 @@
 
 #include <windows.h>
 
+#include <cstdlib>
+
 namespace {
 
 constexpr const wchar_t* kSource = L"DllMain";
 
+bool HasMemory() noexcept {
+    void* probe = std::malloc(1);
+    std::free(probe);
+    return probe != nullptr;
+}
+
 /// The loader lock is held: nothing here waits, starts a thread or uses COM.
 void OnProcessAttach(HMODULE module) noexcept {
     ModuleState::module = module;
+    if (!HasMemory()) {
+        return; // no log either: without memory at this point the runtime may be unable to raise an exception
+    }
     try {
         OpenAddinLog();
         LogLine(kSource, L"DllMain").Info() << L"Built at " << __DATE__ << L" " << __TIME__;
