@@ -2,7 +2,8 @@
 
 #include "Outlook/Business/Records.h"
 
-#include <map>
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
 /// The ribbon's control ids. The custom UI names the same ids; the tripled "e" is part of two of them.
@@ -23,8 +24,14 @@ inline constexpr const wchar_t* kModifyAppointment = L"ModifyMeeetingAppointment
 /// Every group's id begins so.
 inline constexpr std::wstring_view kGroupPrefix = L"GroupNembra";
 
-/// What a press on each control asks for, also for those that the shipped custom UI keeps in comments.
-inline const std::map<std::wstring_view, ActionType> kActions = {
+struct ControlAction {
+    std::wstring_view id;
+    ActionType type;
+};
+
+/// What a press on each control asks for, also for those that the shipped custom UI keeps in comments. Made by the
+/// compiler: memory that runs out while the module loads would end the host.
+inline constexpr ControlAction kActions[] = {
     {kStartMail, ActionType::StartVideoMeeting},          {kStartVideoMail, ActionType::StartVideoMeeting},
     {kStartAudioMail, ActionType::StartAudioMeeting},     {kBookMail, ActionType::BookMeeting},
     {kStartCalendar, ActionType::StartVideoMeeting},      {kStartVideoCalendar, ActionType::StartVideoMeeting},
@@ -32,5 +39,11 @@ inline const std::map<std::wstring_view, ActionType> kActions = {
     {kBookAppointment, ActionType::BookMeeting},          {kCancelAppointment, ActionType::CancelMeeting},
     {kModifyAppointment, ActionType::ModifyMeeting},
 };
+
+inline const ControlAction* FindAction(std::wstring_view id) {
+    const auto* found = std::find_if(std::begin(kActions), std::end(kActions),
+                                     [id](const ControlAction& action) { return action.id == id; });
+    return found != std::end(kActions) ? found : nullptr;
+}
 
 } // namespace ControlIds

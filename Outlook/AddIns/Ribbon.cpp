@@ -270,8 +270,8 @@ HRESULT AddIn::OnAction(IDispatch* control) noexcept {
 HRESULT AddIn::Act(IDispatch* control) {
     const std::wstring id = GetControlId(control);
     LogLine(kSource, L"AddIn::OnAction").Info() << L"Action item id: " << id;
-    const auto action = ControlIds::kActions.find(id);
-    if (action == ControlIds::kActions.end()) {
+    const ControlIds::ControlAction* action = ControlIds::FindAction(id);
+    if (action == nullptr) {
         LogLine(kSource, L"AddIn::OnAction").Warning() << L"Unkown ribbon id: " << id;
         return E_NOTIMPL;
     }
@@ -293,6 +293,6 @@ HRESULT AddIn::Act(IDispatch* control) {
         currentInspector_ = inspector;
         FocusBodyEditor(inspector); // The meeting's text is written at the caret there.
     }
-    PostTask([this, type = action->second, item] { ActionTask(type, item); });
+    PostTask([this, type = action->type, item] { ActionTask(type, item); });
     return S_OK;
 }
