@@ -6,6 +6,8 @@
 #include "support/LogLine.h"
 #include "support/UniqueResource.h"
 
+#include <new>
+
 namespace {
 
 constexpr const wchar_t* kSource = L"AddIns/Registrar";
@@ -60,16 +62,19 @@ HRESULT ToDeletionStatus(LSTATUS result) {
 
 } // namespace
 
-Registrar::Registrar() : clsidText_(IdText(CLSID_NembraMeeting).text), name_(L"NembraMeetingOutlookAddin") {}
+Registrar::Registrar()
+    : clsidText_(IdText(CLSID_NembraMeeting).text),
+      classKey_(L"CLSID\\" + clsidText_),
+      addInKey_(std::wstring(kAddInsKey) + L"\\" + kProgId),
+      name_(L"NembraMeetingOutlookAddin") {}
 
 HRESULT Registrar::Register() {
     LogLine(kSource, L"Registrar::Register").Debug() << L"Register";
-    HRESULT status = RegisterClass();
-    if (SUCCEEDED(status)) {
-        status = RegisterProgIds();
-    }
-    if (SUCCEEDED(status)) {
-        status = RegisterAddIn();
+    HRESULT status = E_OUTOFMEMORY;
+    try {
+        status = RegisterAll();
+    } catch (const std::bad_alloc&) {
+        // As any other failure: what was written is taken back, which needs no memory.
     }
     if (FAILED(status)) {
         LogLine(kSource, L"Registrar::Register").Error() << L"Register fail: 0x" << Hex(status);
@@ -78,18 +83,25 @@ HRESULT Registrar::Register() {
     return status;
 }
 
+HRESULT Registrar::RegisterAll() const {
+    HRESULT status = RegisterClass();
+    if (SUCCEEDED(status)) {
+        status = RegisterProgIds();
+    }
+    return SUCCEEDED(status) ? RegisterAddIn() : status;
+}
+
 HRESULT Registrar::RegisterClass() const {
-    return WriteClassesKey(L"CLSID\\" + clsidText_,
-                           {
-                               {nullptr, nullptr, name_},
-                               {L"InprocServer32", nullptr, ModulePath()},
-                               {L"InprocServer32", L"ThreadingModel", L"Apartment"},
-                               {L"ProgID", nullptr, kProgId},
-                               // Deliberate: the id of the interface, as it has been published. The add-in finds its
-                               // type library by the library's own id, not through this value.
-                               {L"TypeLib", nullptr, IdText(IID_IConnect).text},
-                               {L"VersionIndependentProgID", nullptr, kProgId},
-                           });
+    return WriteClassesKey(classKey_, {
+                                          {nullptr, nullptr, name_},
+                                          {L"InprocServer32", nullptr, ModulePath()},
+                                          {L"InprocServer32", L"ThreadingModel", L"Apartment"},
+                                          {L"ProgID", nullptr, kProgId},
+                                          // Deliberate: the id of the interface, as it has been published. The add-in
+                                          // finds its type library by the library's own id, not through this value.
+                                          {L"TypeLib", nullptr, IdText(IID_IConnect).text},
+                                          {L"VersionIndependentProgID", nullptr, kProgId},
+                                      });
 }
 
 HRESULT Registrar::RegisterProgIds() const {
@@ -128,12 +140,11 @@ HRESULT Registrar::RegisterAddIn() const {
 
 HRESULT Registrar::Unregister() {
     LogLine(kSource, L"Registrar::Unregister").Debug() << L"Unregister";
-    for (const std::wstring& tree : {L"CLSID\\" + clsidText_, std::wstring(kProgId), std::wstring(kVersionedProgId)}) {
-        const HRESULT status = ToDeletionStatus(::RegDeleteTreeW(HKEY_CLASSES_ROOT, tree.c_str()));
+    for (const wchar_t* tree : {classKey_.c_str(), kProgId, kVersionedProgId}) {
+        const HRESULT status = ToDeletionStatus(::RegDeleteTreeW(HKEY_CLASSES_ROOT, tree));
         if (status != S_OK) {
             return status;
         }
     }
-    const std::wstring addIn = std::wstring(kAddInsKey) + L"\\" + kProgId;
-    return ToDeletionStatus(::RegDeleteKeyW(HKEY_LOCAL_MACHINE, addIn.c_str()));
+    return ToDeletionStatus(::RegDeleteKeyW(HKEY_LOCAL_MACHINE, addInKey_.c_str()));
 }

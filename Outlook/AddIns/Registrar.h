@@ -17,10 +17,13 @@ public:
     HRESULT Unregister();
 
 private:
+    HRESULT RegisterAll() const;
     HRESULT RegisterClass() const;
     HRESULT RegisterProgIds() const;
     HRESULT RegisterAddIn() const;
 
     std::wstring clsidText_; // with braces
+    std::wstring classKey_;
+    std::wstring addInKey_;
     std::wstring name_;
 };
