@@ -15,11 +15,13 @@ std::wstring_view View(const _bstr_t& text) {
 }
 
 _bstr_t MakeBstr(const std::wstring& text) {
-    BSTR made = ::SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-    if (made == nullptr) {
+    _bstr_t made;
+    BSTR& place = made.GetBSTR(); // both steps can run out of memory; this one must not lose the other's text
+    place = ::SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    if (place == nullptr) {
         _com_issue_error(E_OUTOFMEMORY);
     }
-    return _bstr_t(made, false);
+    return made;
 }
 
 } // namespace

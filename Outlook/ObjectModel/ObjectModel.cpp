@@ -107,7 +107,8 @@ HRESULT GetTextProperty(IDispatch* object, Member& member, _bstr_t& text) {
     _variant_t result;
     const HRESULT status = Convert(GetProperty(object, member, result), result, VT_BSTR);
     if (SUCCEEDED(status)) {
-        text.Attach(result.Detach().bstrVal);
+        text = _bstr_t(result.bstrVal, false); // may run out of memory: until then the text is the result's
+        result.Detach();
     }
     return status;
 }
