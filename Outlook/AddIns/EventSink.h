@@ -32,6 +32,26 @@ inline void MuteSink(const IEventSinkPtr& sink) {
     }
 }
 
+/// Disconnects a sink at the end of the scope unless somebody has come to keep it: one that nobody keeps would go on
+/// bringing events to an add-in that may be gone. Null is harmless.
+class UnkeptSink {
+public:
+    explicit UnkeptSink(const IEventSinkPtr& sink) : sink_(sink) {}
+    ~UnkeptSink() {
+        if (sink_ != nullptr) {
+            sink_->Unadvise();
+            MuteSink(sink_);
+        }
+    }
+    UnkeptSink(const UnkeptSink&) = delete;
+    UnkeptSink& operator=(const UnkeptSink&) = delete;
+
+    void Keep() { sink_ = nullptr; }
+
+private:
+    IEventSinkPtr sink_;
+};
+
 /// Finds the source's connection point for an event interface. A failure to get at any is logged.
 HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& point);
 

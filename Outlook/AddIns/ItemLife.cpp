@@ -57,8 +57,10 @@ void AddIn::OnNewInspector(Outlook::_InspectorPtr inspector) {
         return;
     }
     const IEventSinkPtr inspectorSink = MakeSink<InspectorEventsSink>(this, inspector);
+    UnkeptSink unkept(inspectorSink); // the other sink may find no memory
     // An appointment that stands in a second window has its sink already; another would double its events.
     const IEventSinkPtr itemSink = sinks_.HasItem(item) ? nullptr : MakeSink<ItemEventsSink>(this, item);
+    unkept.Keep(); // the table sees to both now
     sinks_.AddInspector(inspector, inspectorSink, item, itemSink);
 }
 

@@ -27,8 +27,9 @@ bool SinkTables::HasExplorer(IUnknown* explorer) const {
 }
 
 void SinkTables::AddExplorer(IUnknown* explorer, const IEventSinkPtr& sink) {
-    if (!explorers_.try_emplace(Identity(explorer), sink).second) {
-        Disconnect(sink);
+    UnkeptSink unkept(sink);
+    if (explorers_.try_emplace(Identity(explorer), sink).second) {
+        unkept.Keep();
     }
 }
 
@@ -48,16 +49,17 @@ bool SinkTables::HasItem(IUnknown* item) const {
 
 void SinkTables::AddInspector(IUnknown* inspector, const IEventSinkPtr& inspectorSink, IUnknown* item,
                               const IEventSinkPtr& itemSink) {
+    UnkeptSink unkeptItem(itemSink);
+    UnkeptSink unkeptInspector(inspectorSink);
     IUnknown* itemIdentity = Identity(item);
     if (!inspectors_.try_emplace(Identity(inspector), InspectorEntry{inspectorSink, itemIdentity}).second) {
-        Disconnect(inspectorSink);
-        Disconnect(itemSink);
         return;
     }
+    unkeptInspector.Keep();
     const auto [entry, isNewItem] = items_.try_emplace(itemIdentity, ItemEntry{itemSink, 0});
     ++entry->second.inspectors;
-    if (!isNewItem) {
-        Disconnect(itemSink);
+    if (isNewItem) {
+        unkeptItem.Keep();
     }
 }
 
