@@ -1,0 +1,46 @@
+#pragma once
+
+#include "workbench/faults/StagedModule.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace faults {
+
+/// One life of a scene: it is set up, stepped through once with a failing call and once without, and ended.
+class Act {
+public:
+    Act() = default;
+    virtual ~Act() = default;
+    Act(const Act&) = delete;
+    Act& operator=(const Act&) = delete;
+
+    /// Before each step; nothing fails here.
+    virtual void Prepare() {}
+    /// What is examined. @return whether it had its effect, which it always has when nothing fails.
+    virtual bool Step() = 0;
+    /// Asked at last: whether the module does its usual work.
+    virtual bool Works() { return true; }
+    /// Whether it then does without something that it was to make once and could not, by design: such as its channel.
+    virtual bool Degraded() { return false; }
+    /// Ends everything. @return what was not as it must be even after a failure.
+    virtual std::vector<std::string> End() { return {}; }
+
+    /// How many cut texts there are (the kind Json); `Cut` picks the one of the next step, 0 being the whole text.
+    virtual std::uint64_t Cuts() const { return 0; }
+    virtual void Cut(std::uint64_t /*number*/) {}
+};
+
+struct Scene {
+    const char* name;
+    /// Something that happens once in a process: each point gets a process of its own.
+    bool fresh;
+    /// The module is attached before; otherwise the scene does it.
+    bool attached;
+    std::function<std::unique_ptr<Act>(StagedModule& module)> make;
+};
+
+} // namespace faults
