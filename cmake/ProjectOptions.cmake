@@ -44,17 +44,10 @@ if(NOT MSVC) # which warns of a second optimisation level
     target_compile_options(small_code INTERFACE $<$<CONFIG:Release>:-Os>)
 endif()
 
-# link_small(TARGET): links the module with lld where it is installed. In mingw's own linker the unwind tables keep every
-# function alive that an archive member brings along; lld drops both together, a quarter of the module.
-function(link_small target)
-    if(NOT MINGW)
-        return()
-    endif()
-    find_program(LLD NAMES ld.lld)
-    if(LLD AND CMAKE_HOST_UNIX)
-        target_link_options(${target} PRIVATE
-            "SHELL:-wrapper \"${CMAKE_SOURCE_DIR}/cmake/link-with-lld\"" -fno-use-linker-plugin
-            # Pages in the file as they are in memory: 16 KiB more, but Wine maps such a module and reads any other.
-            -Wl,--file-alignment=4096)
+# link_mapped(TARGET): pages in the module's file as they are in memory. 16 KiB more, but Wine maps such a file where it
+# reads and copies any other.
+function(link_mapped target)
+    if(MINGW)
+        target_link_options(${target} PRIVATE -Wl,--file-alignment=4096)
     endif()
 endfunction()

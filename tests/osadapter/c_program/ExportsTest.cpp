@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -30,10 +29,7 @@ TEST(ModuleExports, AreExactlyTheListedNamesUndecorated) {
     for (DWORD index = 0; index < exports->NumberOfNames; ++index) {
         built.push_back(reinterpret_cast<const char*>(base + rows[index]));
     }
-    // Nothing is exported by number alone. A linker may leave entries of the table unused.
-    const auto* const functions = reinterpret_cast<const DWORD*>(base + exports->AddressOfFunctions);
-    const auto unused = std::count(functions, functions + exports->NumberOfFunctions, 0u);
-    EXPECT_EQ(exports->NumberOfFunctions - static_cast<DWORD>(unused), exports->NumberOfNames);
+    EXPECT_EQ(exports->NumberOfFunctions, exports->NumberOfNames); // nothing is exported by number alone
     EXPECT_THAT(built, testing::UnorderedElementsAreArray(kListed));
     EXPECT_EQ(kListed.size(), 4u + 94u + 9u);
     ::FreeLibrary(module);
