@@ -12,7 +12,7 @@
 
 /* ---- Locks: negative when free, else the owner's thread id, and above it how often it was taken ---- */
 
-enum { kTurnsBeforeSleep = 64 };
+enum { kTurnsBeforeSleep = 64, kMostTurns = 2000 };
 static const intptr_t kOnce = (intptr_t)1 << 32;
 
 static void WaitATurn(int* turns) {
@@ -38,8 +38,10 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) {
             *mutex = value + kOnce; /* nobody else writes it */
             return 0;
         }
+        /* Held for moments only. Whoever holds it for seconds was killed with it, as threads are when a process ends.
+         */
         intptr_t expected = value;
-        if (value < 0 &&
+        if ((value < 0 || turns >= kMostTurns) &&
             __atomic_compare_exchange_n(mutex, &expected, kOnce | self, 0, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) {
             return 0;
         }
