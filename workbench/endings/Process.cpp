@@ -3,6 +3,7 @@
 #include "workbench/endings/Report.h"
 
 #include "workbench/client/CommandLine.h"
+#include "workbench/gauges/OwnProgram.h"
 
 #include <cstdio>
 #include <iterator>
@@ -11,45 +12,14 @@
 namespace endings {
 namespace {
 
-constexpr DWORD kHeapCorruption = 0xC0000374;
-constexpr DWORD kStackGuard = 0xC0000409;
 constexpr DWORD kFirstFault = 0xC0000000;
 constexpr int kStartTries = 5;
 constexpr DWORD kStartPause = 500; // ms
 
-std::wstring Program() {
-    wchar_t path[MAX_PATH] = L"";
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return path;
-}
-
-UniqueHandle MakeKillingJob() {
-    UniqueHandle job(::CreateJobObjectW(nullptr, nullptr));
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-    ::SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
-    return job;
-}
-
-bool IsCrash(DWORD code) {
-    switch (code) {
-    case EXCEPTION_ACCESS_VIOLATION:
-    case EXCEPTION_STACK_OVERFLOW:
-    case EXCEPTION_ILLEGAL_INSTRUCTION:
-    case EXCEPTION_PRIV_INSTRUCTION:
-    case EXCEPTION_INT_DIVIDE_BY_ZERO:
-    case kHeapCorruption:
-    case kStackGuard:
-        return true;
-    default:
-        return false; // such as a C++ exception
-    }
-}
-
 /// Writes past the C library, whose locks a killed thread may hold.
 LONG WINAPI OnException(EXCEPTION_POINTERS* raised) noexcept {
     const EXCEPTION_RECORD& record = *raised->ExceptionRecord;
-    if (!IsCrash(record.ExceptionCode)) {
+    if (!gauges::IsCrash(record.ExceptionCode)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     char text[100];
@@ -63,8 +33,8 @@ LONG WINAPI OnException(EXCEPTION_POINTERS* raised) noexcept {
 
 } // namespace
 
-Process::Process(const std::vector<std::wstring>& orders) : job_(MakeKillingJob()) {
-    const std::wstring program = Program();
+Process::Process(const std::vector<std::wstring>& orders) : job_(gauges::MakeKillingJob()) {
+    const std::wstring program = gauges::ProgramPath();
     std::vector<std::wstring> arguments{L"--child"};
     arguments.insert(arguments.end(), orders.begin(), orders.end());
     const std::wstring line = meeting_client::JoinCommandLine(program, arguments);

@@ -1,5 +1,7 @@
 #include "workbench/faults/Child.h"
 
+#include "workbench/gauges/OwnProgram.h"
+
 #include <stdexcept>
 
 namespace faults {
@@ -7,24 +9,10 @@ namespace {
 
 constexpr DWORD kEndLimit = 10'000; // ms from the end of the output to the end of the process
 
-UniqueHandle MakeJob() {
-    UniqueHandle job(::CreateJobObjectW(nullptr, nullptr));
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-    ::SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
-    return job;
-}
-
 } // namespace
 
-std::wstring ProgramPath() {
-    wchar_t path[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return path;
-}
-
-Child::Child(const std::vector<std::wstring>& arguments) : job_(MakeJob()) {
-    std::wstring command = L"\"" + ProgramPath() + L"\"";
+Child::Child(const std::vector<std::wstring>& arguments) : job_(gauges::MakeKillingJob()) {
+    std::wstring command = L"\"" + gauges::ProgramPath() + L"\"";
     for (const std::wstring& argument : arguments) {
         command += L" \"" + argument + L"\"";
     }

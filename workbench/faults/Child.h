@@ -29,6 +29,4 @@ private:
     std::string pending_;
 };
 
-std::wstring ProgramPath();
-
 } // namespace faults

@@ -7,17 +7,6 @@
 namespace faults {
 namespace {
 
-struct NamedPlan {
-    const char* name;
-    SessionPlan plan;
-};
-
-template <bool Saved>
-void OpenOurs(Session& session) {
-    session.CloseInspectors();
-    session.item = session.Open(Saved, kMarked);
-}
-
 template <bool Saved>
 void OpenNewOurs(Session& session) {
     session.CloseInspectors();
@@ -119,11 +108,7 @@ const NamedPlan kPlans[] = {
 
 std::vector<Scene> EventScenes() {
     std::vector<Scene> scenes;
-    for (const NamedPlan& each : kPlans) {
-        scenes.push_back({each.name, false, true, [plan = each.plan](StagedModule& module) {
-                              return std::make_unique<SessionAct>(module, plan);
-                          }});
-    }
+    AddScenes(scenes, kPlans);
     return scenes;
 }
 

@@ -8,11 +8,6 @@
 namespace faults {
 namespace {
 
-struct NamedPlan {
-    const char* name;
-    SessionPlan plan;
-};
-
 bool HasSubject(Session& session, const std::string& subject) {
     const auto items = session.Host().Appointments();
     return std::any_of(items.begin(), items.end(),
@@ -103,11 +98,7 @@ const NamedPlan kPlans[] = {
 
 std::vector<Scene> NotificationScenes() {
     std::vector<Scene> scenes;
-    for (const NamedPlan& each : kPlans) {
-        scenes.push_back({each.name, false, true, [plan = each.plan](StagedModule& module) {
-                              return std::make_unique<SessionAct>(module, plan);
-                          }});
-    }
+    AddScenes(scenes, kPlans);
     return scenes;
 }
 

@@ -11,11 +11,6 @@ using workbench::CallbackResult;
 using workbench::Ribbon;
 using workbench::Surface;
 
-struct NamedPlan {
-    const char* name;
-    SessionPlan plan;
-};
-
 bool HasText(const CallbackResult& result) {
     return result.status == S_OK && result.value.vt == VT_BSTR && ::SysStringLen(result.value.bstrVal) != 0;
 }
@@ -43,12 +38,6 @@ bool PressLaunches(Session& session, Ribbon& ribbon, const wchar_t* id) {
     const bool pressed = ribbon.Press(id) == S_OK;
     session.Settle();
     return pressed && Launches() > session.before && session.DialogsSeen() > session.dialogsBefore;
-}
-
-template <bool Saved>
-void OpenOurs(Session& session) {
-    session.CloseInspectors();
-    session.item = session.Open(Saved, kMarked);
 }
 
 template <bool Saved>
@@ -183,16 +172,9 @@ Scene FirstConnection() {
 
 std::vector<Scene> RibbonScenes() {
     std::vector<Scene> scenes = {FirstConnection()};
-    const auto add = [&scenes](std::span<const NamedPlan> plans) {
-        for (const NamedPlan& each : plans) {
-            scenes.push_back({each.name, false, true, [plan = each.plan](StagedModule& module) {
-                                  return std::make_unique<SessionAct>(module, plan);
-                              }});
-        }
-    };
-    add(kConnections);
-    add(kCallbacks);
-    add(kPresses);
+    AddScenes(scenes, kConnections);
+    AddScenes(scenes, kCallbacks);
+    AddScenes(scenes, kPresses);
     return scenes;
 }
 

@@ -189,4 +189,12 @@ void SessionAct::Cut(std::uint64_t number) {
     }
 }
 
+void AddScenes(std::vector<Scene>& scenes, std::span<const NamedPlan> plans) {
+    for (const NamedPlan& each : plans) {
+        scenes.push_back({each.name, false, true, [plan = each.plan](StagedModule& module) {
+                              return std::make_unique<SessionAct>(module, plan);
+                          }});
+    }
+}
+
 } // namespace faults

@@ -7,6 +7,7 @@
 #include "workbench/host/OutlookHost.h"
 
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -91,5 +92,19 @@ private:
     SessionPlan plan_;
     Session session_;
 };
+
+struct NamedPlan {
+    const char* name;
+    SessionPlan plan;
+};
+
+void AddScenes(std::vector<Scene>& scenes, std::span<const NamedPlan> plans);
+
+/// Preparation: only an appointment with one of our meetings is open.
+template <bool Saved>
+void OpenOurs(Session& session) {
+    session.CloseInspectors();
+    session.item = session.Open(Saved, kMarked);
+}
 
 } // namespace faults

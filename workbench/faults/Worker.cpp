@@ -4,6 +4,7 @@
 #include "workbench/faults/Blocks.h"
 #include "workbench/faults/Hooks.h"
 #include "workbench/faults/Injector.h"
+#include "workbench/gauges/OwnProgram.h"
 #include "workbench/gauges/Usage.h"
 
 #include <windows.h>
@@ -101,24 +102,10 @@ void Watch() noexcept {
     }
 }
 
-bool IsCrash(DWORD code) {
-    switch (code) {
-    case EXCEPTION_ACCESS_VIOLATION:
-    case EXCEPTION_STACK_OVERFLOW:
-    case EXCEPTION_ILLEGAL_INSTRUCTION:
-    case EXCEPTION_INT_DIVIDE_BY_ZERO:
-    case 0xC0000374: // heap corruption
-    case 0xC0000409: // fast fail
-        return true;
-    default:
-        return false; // such as a C++ exception
-    }
-}
-
 /// Asked before any handler: the system passes a crash inside a window procedure over, as if nothing had been.
 LONG WINAPI OnException(EXCEPTION_POINTERS* raised) noexcept {
     const EXCEPTION_RECORD& record = *raised->ExceptionRecord;
-    if (!IsCrash(record.ExceptionCode)) {
+    if (!gauges::IsCrash(record.ExceptionCode)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     SayAndWait(kChildCrashed, record.ExceptionCode, nullptr, record.ExceptionAddress);

@@ -4,6 +4,7 @@
 
 #include "workbench/client/CommandLine.h"
 #include "workbench/gauges/HeapCheck.h"
+#include "workbench/gauges/OwnProgram.h"
 #include "workbench/host/Pump.h"
 
 #include "resources/Connect.h"
@@ -41,27 +42,13 @@ std::size_t SizeOf(const workbench::Item& item) {
     return kBytesOfItem + 2 * characters * sizeof(wchar_t);
 }
 
-std::wstring Program() {
-    wchar_t path[MAX_PATH] = L"";
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return path;
-}
-
-UniqueHandle MakeKillingJob() {
-    UniqueHandle job(::CreateJobObjectW(nullptr, nullptr));
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-    ::SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
-    return job;
-}
-
 } // namespace
 
 Run::Run(const RunOptions& options, gauges::Watchdog& watchdog)
     : options_(options),
       boardName_(L"NembraHostile" + std::to_wstring(::GetCurrentProcessId())),
       board_(boardName_, true),
-      job_(MakeKillingJob()),
+      job_(gauges::MakeKillingJob()),
       watchdog_(watchdog),
       started_(::GetTickCount64()) {
     watchdog_.Beat();
@@ -129,7 +116,7 @@ void Run::StartOutlook() {
 }
 
 void Run::StartSender() {
-    const std::wstring program = Program();
+    const std::wstring program = gauges::ProgramPath();
     std::wstring line = meeting_client::JoinCommandLine(program, {L"--send", boardName_, std::to_wstring(options_.seed),
                                                                   std::to_wstring(options_.messages),
                                                                   std::to_wstring(::GetCurrentProcessId())});

@@ -2,6 +2,7 @@
 #include "workbench/hostile/Sender.h"
 
 #include "workbench/gauges/HeapCheck.h"
+#include "workbench/gauges/OwnProgram.h"
 #include "workbench/gauges/Watchdog.h"
 
 #include "support/Text.h"
@@ -54,24 +55,10 @@ std::uint64_t ReadNumber(std::string_view text) {
     return value;
 }
 
-bool IsCrash(DWORD code) {
-    switch (code) {
-    case EXCEPTION_ACCESS_VIOLATION:
-    case EXCEPTION_STACK_OVERFLOW:
-    case EXCEPTION_ILLEGAL_INSTRUCTION:
-    case EXCEPTION_INT_DIVIDE_BY_ZERO:
-    case 0xC0000374: // heap corruption
-    case 0xC0000409: // a stack guard found its mark overwritten
-        return true;
-    default:
-        return false; // such as a C++ exception
-    }
-}
-
 /// Asked before any handler: the system passes a crash inside a window procedure over, as if nothing had been.
 LONG WINAPI OnException(EXCEPTION_POINTERS* raised) noexcept {
     const EXCEPTION_RECORD& record = *raised->ExceptionRecord;
-    if (!IsCrash(record.ExceptionCode)) {
+    if (!gauges::IsCrash(record.ExceptionCode)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     std::printf("FAILED: Outlook crashed with 0x%08lx at %p\n", record.ExceptionCode, record.ExceptionAddress);

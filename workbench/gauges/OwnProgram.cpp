@@ -1,0 +1,36 @@
+#include "workbench/gauges/OwnProgram.h"
+
+namespace gauges {
+
+std::wstring ProgramPath() {
+    wchar_t path[MAX_PATH] = L"";
+    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return path;
+}
+
+UniqueHandle MakeKillingJob() {
+    UniqueHandle job(::CreateJobObjectW(nullptr, nullptr));
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    ::SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
+    return job;
+}
+
+bool IsCrash(DWORD code) {
+    constexpr DWORD kHeapCorruption = 0xC0000374;
+    constexpr DWORD kFastFail = 0xC0000409; // a stack guard found its mark overwritten, for one
+    switch (code) {
+    case EXCEPTION_ACCESS_VIOLATION:
+    case EXCEPTION_STACK_OVERFLOW:
+    case EXCEPTION_ILLEGAL_INSTRUCTION:
+    case EXCEPTION_PRIV_INSTRUCTION:
+    case EXCEPTION_INT_DIVIDE_BY_ZERO:
+    case kHeapCorruption:
+    case kFastFail:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace gauges
