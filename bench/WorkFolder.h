@@ -12,6 +12,7 @@ class WorkFolder {
 public:
     WorkFolder()
         : path_(std::filesystem::temp_directory_path() / ("nembra-bench-" + std::to_string(::GetCurrentProcessId()))) {
+        std::filesystem::remove_all(path_); // of a killed process that had the same id
         std::filesystem::create_directories(path_);
     }
     ~WorkFolder() {
