@@ -1,6 +1,6 @@
 #include "bench/AddInSession.h"
 
-#include "bench/ChildProcess.h"
+#include "workbench/gauges/OwnProgram.h"
 #include "bench/Measure.h"
 #include "resources/Connect.h"
 
@@ -9,7 +9,7 @@
 namespace bench {
 
 std::wstring AddInPath() {
-    std::filesystem::path folder = std::filesystem::path(ProgramPath()).parent_path();
+    std::filesystem::path folder = std::filesystem::path(gauges::ProgramPath()).parent_path();
     for (; folder.has_relative_path(); folder = folder.parent_path()) {
         if (std::filesystem::exists(folder / L"OutlookAddIn.dll")) {
             return (folder / L"OutlookAddIn.dll").wstring();

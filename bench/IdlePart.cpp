@@ -1,8 +1,8 @@
-#include "bench/ImportHook.h"
 #include "bench/Parts.h"
 #include "bench/Receiver.h"
 #include "bench/Sample.h"
 #include "resources/Connect.h"
+#include "workbench/gauges/ImportPatch.h"
 
 #include <atomic>
 #include <memory>
@@ -50,7 +50,7 @@ int64_t ProcessorTime() { // microseconds
 void ConnectCounted(HostSession& session) {
     workbench::AddInHost& addIn = session.Host().LoadAddIn(AddInPath(), CLSID_NembraMeeting);
     Require(addIn.LoadStatus() == S_OK, "the add-in cannot be loaded");
-    Require(ReplaceImport(addIn.Module(), "Sleep", reinterpret_cast<void*>(&CountedSleep)),
+    Require(gauges::PatchImport(addIn.Module(), "Sleep", reinterpret_cast<void*>(&CountedSleep)) != nullptr,
             "the add-in imports no Sleep");
     Require(addIn.Connect() == S_OK, "the add-in does not connect");
 }

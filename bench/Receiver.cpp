@@ -1,6 +1,7 @@
 #include "bench/Receiver.h"
 
 #include "bench/Measure.h"
+#include "support/Text.h"
 
 #include <cstdio>
 #include <new>
@@ -45,7 +46,7 @@ Receiver::Receiver()
       mapping_(OpenState(name_)),
       view_(MapState(mapping_)),
       state_(new (view_.Get()) ReceiverState{}),
-      process_({"--receive", name_}) {
+      process_({L"--receive", ToWide(name_)}) {
     std::string ready;
     Require(process_.ReadLine(ready), "the receiver has not started");
     window_ = ::FindWindowW(kWindowName, kWindowName);

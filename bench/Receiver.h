@@ -1,7 +1,7 @@
 #pragma once
 
-#include "bench/ChildProcess.h"
 #include "support/UniqueResource.h"
+#include "workbench/gauges/ChildProcess.h"
 
 #include <windows.h>
 
@@ -41,7 +41,7 @@ private:
     UniqueResource<ViewTraits> view_;
     ReceiverState* state_ = nullptr;
     HWND window_ = nullptr; // the other process's
-    ChildProcess process_;
+    gauges::ChildProcess process_;
 
     friend int RunReceiver(const std::string& name);
 };

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "bench/AddInSession.h"
-#include "bench/ChildProcess.h"
+#include "support/Text.h"
+#include "workbench/gauges/ChildProcess.h"
 
 #include <string>
 #include <vector>
@@ -13,13 +14,13 @@ namespace bench {
 /// A process that takes the sample of that name, "load-addin" and the like.
 class SampleProcess {
 public:
-    explicit SampleProcess(const std::string& name) : process_({"--sample", name}) {}
+    explicit SampleProcess(const std::string& name) : process_({L"--sample", ToWide(name)}) {}
 
     /// Waits for the end. @return the numbers it printed. @throws std::runtime_error when it has failed.
     std::vector<double> Take();
 
 private:
-    ChildProcess process_;
+    gauges::ChildProcess process_;
 };
 
 /// In the sample's process: prints its numbers.

@@ -1,7 +1,8 @@
-#include "bench/ChildProcess.h"
 #include "bench/Parts.h"
 #include "bench/Receiver.h"
 #include "bench/Table.h"
+#include "support/Text.h"
+#include "workbench/gauges/ChildProcess.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -96,12 +97,12 @@ const Part* FindPart(const std::string& name) {
 
 /// @return false when the part has failed; it has said why.
 bool RunInChild(const Part& part, const Options& options, std::vector<bench::Summary>& table) {
-    std::vector<std::string> arguments = {"--part", part.name};
+    std::vector<std::wstring> arguments = {L"--part", ToWide(part.name)};
     if (options.effort.quick) {
-        arguments.emplace_back("--quick");
+        arguments.emplace_back(L"--quick");
     }
     std::fprintf(stderr, "%s: %s\n", part.name, part.help);
-    bench::ChildProcess process(arguments);
+    gauges::ChildProcess process(arguments);
     for (std::string line; process.ReadLine(line);) {
         bench::Row row;
         if (bench::Unpack(line, row)) {

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "Outlook/ObjectModel/ComPointers.h"
+#include "workbench/gauges/MallocSpy.h"
 
 #include <set>
 #include <string>
 
 /// Knows the large blocks that COM's allocator has given out since `Watch`, BSTRs among them. Large, because small
 /// BSTRs are kept in a cache after they were freed.
-class LargeTextSpy final : public IMallocSpy {
+class LargeTextSpy final : public gauges::MallocSpy {
 public:
     static constexpr size_t kLarge = 200'000; // bytes
 
@@ -19,19 +19,11 @@ public:
         spy.seen_ = 0;
         return spy;
     }
-    LargeTextSpy(const LargeTextSpy&) = delete;
-    LargeTextSpy& operator=(const LargeTextSpy&) = delete;
 
     static std::wstring LargeText() { return std::wstring(kLarge, L'x'); }
     size_t Living() const { return living_.size(); }
     size_t Seen() const { return seen_; }
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) noexcept override {
-        *object = riid == IID_IUnknown || riid == IID_IMallocSpy ? this : nullptr;
-        return *object != nullptr ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() noexcept override { return 1; }
     SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) noexcept override { return size_ = size; }
     void* STDMETHODCALLTYPE PostAlloc(void* block) noexcept override {
         if (block != nullptr && size_ >= kLarge) {
@@ -44,21 +36,9 @@ public:
         living_.erase(block);
         return block;
     }
-    void STDMETHODCALLTYPE PostFree(BOOL) noexcept override {}
-    SIZE_T STDMETHODCALLTYPE PreRealloc(void* block, SIZE_T size, void** newBlock, BOOL) noexcept override {
-        *newBlock = block;
-        return size;
-    }
-    void* STDMETHODCALLTYPE PostRealloc(void* block, BOOL) noexcept override { return block; }
-    void* STDMETHODCALLTYPE PreGetSize(void* block, BOOL) noexcept override { return block; }
-    SIZE_T STDMETHODCALLTYPE PostGetSize(SIZE_T size, BOOL) noexcept override { return size; }
-    void* STDMETHODCALLTYPE PreDidAlloc(void* block, BOOL) noexcept override { return block; }
-    int STDMETHODCALLTYPE PostDidAlloc(void*, BOOL, int actual) noexcept override { return actual; }
-    void STDMETHODCALLTYPE PreHeapMinimize() noexcept override {}
-    void STDMETHODCALLTYPE PostHeapMinimize() noexcept override {}
 
 private:
-    LargeTextSpy() { ::CoRegisterMallocSpy(this); }
+    LargeTextSpy() = default;
 
     SIZE_T size_ = 0; // The allocator calls under a lock of its own.
     std::set<void*> living_;

@@ -2,9 +2,9 @@
 
 #include "workbench/faults/Addresses.h"
 #include "workbench/faults/Injector.h"
+#include "workbench/gauges/MallocSpy.h"
 
 #include <windows.h>
-#include <objbase.h>
 
 #include <cerrno>
 #include <iterator>
@@ -54,22 +54,15 @@ private:
     int number_;
 };
 
-/// Counts the blocks of COM's allocator. The allocator calls under a lock of its own.
-class ComMemory final : public IMallocSpy {
+/// Knows the living blocks of COM's allocator.
+class ComMemory final : public gauges::MallocSpy {
 public:
     static ComMemory& Watch() {
-        static ComMemory& spy = *new ComMemory; // COM keeps it as long as a block that it has seen lives
+        static ComMemory& spy = *new ComMemory;
         return spy;
     }
     std::size_t Living() const { return living_.size(); }
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) noexcept override {
-        *object = riid == IID_IUnknown || riid == IID_IMallocSpy ? this : nullptr;
-        return *object != nullptr ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() noexcept override { return 1; }
-    SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) noexcept override { return size; }
     void* STDMETHODCALLTYPE PostAlloc(void* block) noexcept override {
         if (block != nullptr) {
             living_.insert(block);
@@ -80,22 +73,15 @@ public:
         living_.erase(block);
         return block;
     }
-    void STDMETHODCALLTYPE PostFree(BOOL) noexcept override {}
     SIZE_T STDMETHODCALLTYPE PreRealloc(void* block, SIZE_T size, void** newBlock, BOOL) noexcept override {
         living_.erase(block);
         *newBlock = block;
         return size;
     }
     void* STDMETHODCALLTYPE PostRealloc(void* block, BOOL) noexcept override { return PostAlloc(block); }
-    void* STDMETHODCALLTYPE PreGetSize(void* block, BOOL) noexcept override { return block; }
-    SIZE_T STDMETHODCALLTYPE PostGetSize(SIZE_T size, BOOL) noexcept override { return size; }
-    void* STDMETHODCALLTYPE PreDidAlloc(void* block, BOOL) noexcept override { return block; }
-    int STDMETHODCALLTYPE PostDidAlloc(void*, BOOL, int actual) noexcept override { return actual; }
-    void STDMETHODCALLTYPE PreHeapMinimize() noexcept override {}
-    void STDMETHODCALLTYPE PostHeapMinimize() noexcept override {}
 
 private:
-    ComMemory() { ::CoRegisterMallocSpy(this); }
+    ComMemory() = default;
 
     std::set<void*> living_;
 };

@@ -86,11 +86,7 @@ const NamedPlan kPlans[] = {
               return sent && session.CommandCame(5);
           }}},
     {"event-before-delete",
-     {.prepare =
-          [](Session& session) {
-              OpenOurs<true>(session);
-              session.Appointment();
-          },
+     {.prepare = &ShowOurs,
       .step =
           [](Session& session) {
               const std::size_t invalidated = session.Appointment().Invalidations().size();

@@ -84,21 +84,13 @@ const NamedPlan kCallbacks[] = {
               return Labels(session.Explorer(), {L"GroupNembraMeetingMail", L"StartMeetingMail", L"BookMeetingMail"});
           }}},
     {"labels-appointment",
-     {.prepare =
-          [](Session& session) {
-              OpenOurs<true>(session);
-              session.Appointment();
-          },
+     {.prepare = &ShowOurs,
       .step =
           [](Session& session) {
               return Labels(session.Appointment(), {L"BookMeetingAppointment", L"CancelMeeetingAppointment"});
           }}},
     {"visible",
-     {.prepare =
-          [](Session& session) {
-              OpenOurs<true>(session);
-              session.Appointment();
-          },
+     {.prepare = &ShowOurs,
       .step =
           [](Session& session) {
               return Succeeds(session.Explorer().AskVisible(L"BookMeetingMail")) &&
@@ -106,11 +98,7 @@ const NamedPlan kCallbacks[] = {
                      !session.Appointment().Visible(L"BookMeetingAppointment");
           }}},
     {"enabled",
-     {.prepare =
-          [](Session& session) {
-              OpenOurs<true>(session);
-              session.Appointment();
-          },
+     {.prepare = &ShowOurs,
       .step = [](Session& session) { return session.Appointment().Enabled(L"CancelMeeetingAppointment"); }}},
     {"image",
      {.prepare = [](Session& session) { session.Explorer(); },

@@ -107,4 +107,10 @@ void OpenOurs(Session& session) {
     session.item = session.Open(Saved, kMarked);
 }
 
+/// Preparation: the same, saved, and the ribbon of its window is there.
+inline void ShowOurs(Session& session) {
+    OpenOurs<true>(session);
+    session.Appointment();
+}
+
 } // namespace faults

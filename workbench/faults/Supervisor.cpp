@@ -1,6 +1,6 @@
 #include "workbench/faults/Supervisor.h"
 
-#include "workbench/faults/Child.h"
+#include "workbench/gauges/ChildProcess.h"
 #include "workbench/faults/Hooks.h"
 #include "workbench/faults/Worker.h"
 
@@ -178,7 +178,7 @@ void Supervisor::CompareHeld(const Scene& scene, const Place& place) {
 
 Supervisor::Place Supervisor::Watch(const Scene& scene, const std::vector<std::wstring>& arguments) {
     Place place;
-    Child child(arguments);
+    gauges::ChildProcess child(arguments);
     std::string line;
     while (child.ReadLine(line)) {
         Take(scene, line, place);

@@ -1,18 +1,18 @@
-#include "workbench/faults/Child.h"
+#include "workbench/gauges/ChildProcess.h"
 
 #include "workbench/gauges/OwnProgram.h"
 
 #include <stdexcept>
 
-namespace faults {
+namespace gauges {
 namespace {
 
 constexpr DWORD kEndLimit = 10'000; // ms from the end of the output to the end of the process
 
 } // namespace
 
-Child::Child(const std::vector<std::wstring>& arguments) : job_(gauges::MakeKillingJob()) {
-    std::wstring command = L"\"" + gauges::ProgramPath() + L"\"";
+ChildProcess::ChildProcess(const std::vector<std::wstring>& arguments) : job_(MakeKillingJob()) {
+    std::wstring command = L"\"" + ProgramPath() + L"\"";
     for (const std::wstring& argument : arguments) {
         command += L" \"" + argument + L"\"";
     }
@@ -43,7 +43,7 @@ Child::Child(const std::vector<std::wstring>& arguments) : job_(gauges::MakeKill
     ::ResumeThread(thread.Get());
 }
 
-bool Child::ReadLine(std::string& line) {
+bool ChildProcess::ReadLine(std::string& line) {
     std::size_t end = 0;
     while ((end = pending_.find('\n')) == std::string::npos) {
         char block[4096];
@@ -61,7 +61,7 @@ bool Child::ReadLine(std::string& line) {
     return true;
 }
 
-DWORD Child::Wait() {
+DWORD ChildProcess::Wait() {
     DWORD code = 0;
     if (::WaitForSingleObject(process_.Get(), kEndLimit) != WAIT_OBJECT_0) {
         ::TerminateProcess(process_.Get(), STILL_ACTIVE);
@@ -70,4 +70,4 @@ DWORD Child::Wait() {
     return code;
 }
 
-} // namespace faults
+} // namespace gauges
