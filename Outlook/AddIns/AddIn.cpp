@@ -9,6 +9,7 @@
 #include "support/LogLine.h"
 
 #include <cwchar>
+#include <new>
 
 namespace {
 
@@ -33,9 +34,7 @@ void Follow(IEventSinkPtr& sink, AddIn* handler, IUnknown* collection) {
 
 } // namespace
 
-AddIn::AddIn() : gate_(std::make_shared<NotifyGate>(this)) {
-    ++ModuleState::liveObjects;
-}
+AddIn::AddIn() : gate_(std::make_shared<NotifyGate>(this)) {}
 
 AddIn::~AddIn() {
     gate_->Close();
@@ -49,7 +48,6 @@ AddIn::~AddIn() {
     DropSink(explorersSink_);
     DropSink(inspectorsSink_);
     StopGdiplus();
-    --ModuleState::liveObjects;
 }
 
 HRESULT AddIn::Init() {
@@ -269,12 +267,17 @@ void AddIn::ReadLanguage() {
 }
 
 HRESULT AddIn::StartMeetingLink() {
-    eventHandler_ = &Meeting::GetInstance();
-    const HRESULT status = eventHandler_->Init([gate = gate_](const NotifyData& data) { return gate->Notify(data); });
+    Meeting& meeting = Meeting::GetInstance();
+    HRESULT status = E_OUTOFMEMORY;
+    try {
+        status = meeting.Init([gate = gate_](const NotifyData& data) { return gate->Notify(data); });
+    } catch (const std::bad_alloc&) {
+        // of the callback itself
+    }
     if (FAILED(status)) {
         LogLine(kSource, L"AddIn::OnConnection").Error() << L"Init event handler fail.";
-        eventHandler_ = nullptr;
     }
+    eventHandler_ = SUCCEEDED(status) ? &meeting : nullptr;
     return status;
 }
 

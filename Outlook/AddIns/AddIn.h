@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Outlook/AddIns/MeetingInfo.h"
+#include "Outlook/AddIns/ModuleState.h"
 #include "Outlook/AddIns/NotifyGate.h"
 #include "Outlook/AddIns/OfficeInterfaces.h"
 #include "Outlook/AddIns/SinkTables.h"
@@ -150,6 +151,7 @@ private:
 
     static constexpr DWORD kChinese = 2052; // Simplified Chinese; every other language gets the English texts
 
+    ModuleState::LiveObject alive_; // first: the module must stay while the others are released
     Outlook::_ApplicationPtr application_;
     Outlook::IRibbonUIPtr ribbonUI_;
     std::atomic<HWND> messageWindow_{nullptr}; // read by the channel's thread

@@ -42,9 +42,14 @@ HRESULT GetAppointment(const wchar_t* method, Outlook::_Inspector* inspector, Ou
 } // namespace
 
 void AddIn::OnNewExplorer(Outlook::_Explorer* explorer) {
-    if (explorer != nullptr && !sinks_.HasExplorer(explorer)) {
-        sinks_.AddExplorer(explorer, MakeSink<ExplorerEventsSink>(this, explorer));
+    if (explorer == nullptr) {
+        return;
     }
+    if (const IEventSinkPtr known = sinks_.FindExplorer(explorer); known != nullptr) {
+        known->Advise(explorer); // one that could not be connected is tried again
+        return;
+    }
+    sinks_.AddExplorer(explorer, MakeSink<ExplorerEventsSink>(this, explorer));
 }
 
 void AddIn::OnExplorerClose(Outlook::_Explorer* explorer) {
@@ -53,13 +58,21 @@ void AddIn::OnExplorerClose(Outlook::_Explorer* explorer) {
 
 void AddIn::OnNewInspector(Outlook::_InspectorPtr inspector) {
     Outlook::_AppointmentItemPtr item;
-    if (FAILED(GetAppointment(L"AddIn::OnNewInspector", inspector, item)) || sinks_.HasInspector(inspector)) {
+    if (FAILED(GetAppointment(L"AddIn::OnNewInspector", inspector, item))) {
+        return;
+    }
+    const IEventSinkPtr knownItem = sinks_.FindItem(item);
+    if (knownItem != nullptr) {
+        knownItem->Advise(item); // as for an explorer
+    }
+    if (const IEventSinkPtr known = sinks_.FindInspector(inspector); known != nullptr) {
+        known->Advise(inspector);
         return;
     }
     const IEventSinkPtr inspectorSink = MakeSink<InspectorEventsSink>(this, inspector);
     UnkeptSink unkept(inspectorSink); // the other sink may find no memory
     // An appointment that stands in a second window has its sink already; another would double its events.
-    const IEventSinkPtr itemSink = sinks_.HasItem(item) ? nullptr : MakeSink<ItemEventsSink>(this, item);
+    const IEventSinkPtr itemSink = knownItem != nullptr ? nullptr : MakeSink<ItemEventsSink>(this, item);
     unkept.Keep(); // the table sees to both now
     sinks_.AddInspector(inspector, inspectorSink, item, itemSink);
 }
@@ -125,7 +138,8 @@ bool AddIn::OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item) {
     const INT_PTR id = ShowDialog(IDD_SYNC_ZH, IDD_SYNC_EN, FindHostWindow(item));
     LogLine(kSource, kMethod).Info() << L"id = " << id;
     if (id == IDC_SYNC_NOW) {
-        ActionTask(ActionType::LaunchClient, item);
+        // Guarded by itself: however it ends, this save does not go ahead.
+        GuardComCall(kSource, kMethod, [&] { return ActionTask(ActionType::LaunchClient, item); });
     }
     // Only "Later" saves now; otherwise the user saves again once the client is up.
     return id == IDC_SYNC_LATER;

@@ -24,11 +24,9 @@ bool Parse(std::string_view text, Json::Value& marker, std::string& error) {
         if (!reader->parse(text.data(), text.data() + text.size(), &root, &error)) {
             return false;
         }
-        if (!root.isObject()) {
-            error = "The root is not an object.";
-            return false;
+        if (root.isObject()) { // a key cannot be set in anything else
+            marker = std::move(root);
         }
-        marker = std::move(root);
         return true;
     } catch (const Json::Exception& refused) { // thrown for text that is nested too deeply
         error = refused.what();

@@ -13,8 +13,8 @@ inline constexpr const char* kFlag = "nbm_flag";
 inline constexpr const char* kIsNewItem = "is_new_item";
 inline constexpr const char* kConfId = "conf_id";
 
-/// Reads a comment. @return false, with the reason in `error`, for text that the reader refuses and for a root that is
-/// no object; `marker` is null then.
+/// Reads a comment. @return false, with the reason in `error`, for text that the reader refuses. `marker` is null then,
+/// and for a root that is no object.
 bool Parse(std::string_view text, Json::Value& marker, std::string& error);
 
 /// The comment's text for a marker.

@@ -11,6 +11,14 @@ inline HMODULE module = nullptr;             // resources, strings, the module's
 inline std::atomic<uint32_t> liveObjects{0}; // add-in objects alive
 inline std::atomic<uint32_t> serverLocks{0}; // locks of the class factory
 
+/// Counts the object that holds it. As the first member it goes last, when no code of the object is left to run.
+struct LiveObject {
+    LiveObject() noexcept { ++liveObjects; }
+    ~LiveObject() { --liveObjects; }
+    LiveObject(const LiveObject&) = delete;
+    LiveObject& operator=(const LiveObject&) = delete;
+};
+
 inline bool CanUnload() noexcept {
     return liveObjects == 0 && serverLocks == 0;
 }

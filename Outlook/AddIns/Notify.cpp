@@ -98,7 +98,9 @@ void AddIn::DestroyMessageWindow() {
 LRESULT CALLBACK AddIn::MessageWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
     switch (message) {
     case WM_NCCREATE:
-        ::SetPropW(window, kOwnerProperty, reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
+        if (!::SetPropW(window, kOwnerProperty, reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams)) {
+            return FALSE; // No window: a task would run on an add-in that nothing keeps alive.
+        }
         break;
     case WM_NCDESTROY:
         ::RemovePropW(window, kOwnerProperty);

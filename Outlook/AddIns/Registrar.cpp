@@ -43,13 +43,16 @@ HRESULT WriteClassesKey(const std::wstring& path, std::initializer_list<TextValu
     return HRESULT_FROM_WIN32(result);
 }
 
-std::wstring ModulePath() {
-    std::wstring path(MAX_PATH, L'\0');
+HRESULT GetModulePath(std::wstring& path) {
+    path.resize(MAX_PATH);
     for (;;) {
         const DWORD length = ::GetModuleFileNameW(ModuleState::module, path.data(), static_cast<DWORD>(path.size()));
+        if (length == 0) {
+            return HRESULT_FROM_WIN32(::GetLastError());
+        }
         if (length < path.size() || path.size() >= kLongestPath) {
             path.resize(length);
-            return path;
+            return S_OK;
         }
         path.resize(path.size() * 2); // It was cut.
     }
@@ -92,9 +95,14 @@ HRESULT Registrar::RegisterAll() const {
 }
 
 HRESULT Registrar::RegisterClass() const {
+    std::wstring module;
+    const HRESULT status = GetModulePath(module);
+    if (FAILED(status)) {
+        return status;
+    }
     return WriteClassesKey(classKey_, {
                                           {nullptr, nullptr, name_},
-                                          {L"InprocServer32", nullptr, ModulePath()},
+                                          {L"InprocServer32", nullptr, module},
                                           {L"InprocServer32", L"ThreadingModel", L"Apartment"},
                                           {L"ProgID", nullptr, kProgId},
                                           // Deliberate: the id of the interface, as it has been published. The add-in

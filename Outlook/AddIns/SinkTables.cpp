@@ -22,8 +22,19 @@ void Disconnect(const IEventSinkPtr& sink) {
 
 } // namespace
 
-bool SinkTables::HasExplorer(IUnknown* explorer) const {
-    return explorers_.contains(Identity(explorer));
+IEventSinkPtr SinkTables::FindExplorer(IUnknown* explorer) const {
+    const auto found = explorers_.find(Identity(explorer));
+    return found != explorers_.end() ? found->second : nullptr;
+}
+
+IEventSinkPtr SinkTables::FindInspector(IUnknown* inspector) const {
+    const auto found = inspectors_.find(Identity(inspector));
+    return found != inspectors_.end() ? found->second.sink : nullptr;
+}
+
+IEventSinkPtr SinkTables::FindItem(IUnknown* item) const {
+    const auto found = items_.find(Identity(item));
+    return found != items_.end() ? found->second.sink : nullptr;
 }
 
 void SinkTables::AddExplorer(IUnknown* explorer, const IEventSinkPtr& sink) {
@@ -39,25 +50,26 @@ void SinkTables::RemoveExplorer(IUnknown* explorer) {
     }
 }
 
-bool SinkTables::HasInspector(IUnknown* inspector) const {
-    return inspectors_.contains(Identity(inspector));
-}
-
-bool SinkTables::HasItem(IUnknown* item) const {
-    return items_.contains(Identity(item));
-}
-
 void SinkTables::AddInspector(IUnknown* inspector, const IEventSinkPtr& inspectorSink, IUnknown* item,
                               const IEventSinkPtr& itemSink) {
     UnkeptSink unkeptItem(itemSink);
     UnkeptSink unkeptInspector(inspectorSink);
     IUnknown* itemIdentity = Identity(item);
-    if (!inspectors_.try_emplace(Identity(inspector), InspectorEntry{inspectorSink, itemIdentity}).second) {
+    const auto [window, isNewWindow] =
+        inspectors_.try_emplace(Identity(inspector), InspectorEntry{inspectorSink, itemIdentity});
+    if (!isNewWindow) {
         return;
     }
+    bool isNewItem = false;
+    try {
+        const auto [entry, isNew] = items_.try_emplace(itemIdentity, ItemEntry{itemSink, 0});
+        ++entry->second.inspectors;
+        isNewItem = isNew;
+    } catch (...) {
+        inspectors_.erase(window); // half an entry would later count against another window of the item
+        throw;
+    }
     unkeptInspector.Keep();
-    const auto [entry, isNewItem] = items_.try_emplace(itemIdentity, ItemEntry{itemSink, 0});
-    ++entry->second.inspectors;
     if (isNewItem) {
         unkeptItem.Keep();
     }

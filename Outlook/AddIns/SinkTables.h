@@ -10,14 +10,16 @@
 /// the tables before it calls a sink or the host, so that a handler that runs meanwhile finds them intact.
 class SinkTables {
 public:
-    bool HasExplorer(IUnknown* explorer) const;
+    // The sink of a known object, null for others.
+    IEventSinkPtr FindExplorer(IUnknown* explorer) const;
+    IEventSinkPtr FindInspector(IUnknown* inspector) const;
+    IEventSinkPtr FindItem(IUnknown* item) const;
+
     /// Keeps an explorer's sink. One that has come in meanwhile, while this one was being connected, stays instead.
     void AddExplorer(IUnknown* explorer, const IEventSinkPtr& sink);
     /// Disconnects the explorer's sink and forgets it.
     void RemoveExplorer(IUnknown* explorer);
 
-    bool HasInspector(IUnknown* inspector) const;
-    bool HasItem(IUnknown* item) const;
     /// Keeps the sinks of an inspector and of the item in it. An item that another inspector shows as well keeps the
     /// sink it has; `itemSink` may be null then. As with explorers, what is known already stays.
     void AddInspector(IUnknown* inspector, const IEventSinkPtr& inspectorSink, IUnknown* item,

@@ -6,6 +6,7 @@
 #include "support/Text.h"
 
 #include <new>
+#include <source_location>
 #include <utility>
 
 namespace {
@@ -44,6 +45,16 @@ NotifyData ToRecord(const NotificationFields& fields) {
     record.code = fields.code;
     record.message = ToWide(fields.message);
     return record;
+}
+
+/// The line's copy of a long text may find no memory; the message itself must not be lost for that.
+void LogText(const wchar_t* function, const wchar_t* prefix, const std::string& text,
+             int line = static_cast<int>(std::source_location::current().line())) noexcept {
+    try {
+        LogLine(kSource, function, line).Info() << prefix << ToWide(text);
+    } catch (...) {
+        // The line is left out.
+    }
 }
 
 } // namespace
@@ -86,7 +97,7 @@ bool Meeting::IsClientConnected() noexcept {
 
 HRESULT Meeting::SendCommand(const ActionData& action) {
     const std::string text = WriteCommand(ToFields(action));
-    LogLine(kSource, L"Meeting::OnAction").Info() << L"Data: " << ToWide(text);
+    LogText(L"Meeting::OnAction", L"Data: ", text);
     // Deliberate: every other result, failures too, counts as done; only a missing client changes the flow.
     if (uisdk_protocol_send(text.c_str()) != kClientMissing) {
         return S_OK;
@@ -118,7 +129,7 @@ void Meeting::OnRecvMsg(const std::string& text) {
     if (text == kDisconnectedText || text.empty()) {
         return;
     }
-    LogLine(kSource, L"Meeting::OnRecvMsg").Info() << ToWide(text);
+    LogText(L"Meeting::OnRecvMsg", L"", text);
     NotificationFields fields;
     std::string error;
     if (!ReadNotification(text, fields, error)) {

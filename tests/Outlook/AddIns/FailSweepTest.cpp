@@ -37,6 +37,11 @@ class FailSweep : public AddInFixture {
 protected:
     /// Repeats `prepare` and `act` with the first, the second … call of `act` failing, until there is none that far.
     void Sweep(size_t leastCalls, const std::function<void()>& prepare, const std::function<void()>& act) {
+        SweepCalls(leastCalls, prepare, act);
+        ExpectWorking();
+    }
+
+    void SweepCalls(size_t leastCalls, const std::function<void()>& prepare, const std::function<void()>& act) {
         for (const Way& way : kWays) {
             SCOPED_TRACE(way.name);
             size_t number = 1;
@@ -57,7 +62,6 @@ protected:
             EXPECT_GT(number, leastCalls) << "the step has become shorter than it was: does it still happen?";
             EXPECT_LT(number, kMostCalls);
         }
-        ExpectWorking();
     }
 
     /// A command arrives at the client, and a notification in the message window.
@@ -167,6 +171,46 @@ TEST_F(FailSweep, Cancelling) {
         });
 }
 
+TEST_F(FailSweep, ChangingAndSchedulingASavedAppointment) {
+    ConnectToClient();
+    for (const wchar_t* control : {L"ModifyMeeetingAppointment", L"BookMeetingAppointment"}) {
+        SCOPED_TRACE(ToNarrow(control));
+        Sweep(
+            8,
+            [this] {
+                CloseInspectors();
+                OpenAppointment(true, kOurs);
+            },
+            [&] {
+                AppointmentRibbon().Press(control);
+                PumpFor(0);
+            });
+    }
+}
+
+TEST_F(FailSweep, PressingWhileTheClientIsAway) {
+    Connect();
+    DialogResponder user(std::vector<int>(6 * kMostCalls, IDCANCEL));
+    const auto press = [](workbench::Ribbon& ribbon, const wchar_t* control) {
+        ribbon.Press(control);
+        PumpFor(0);
+        EXPECT_TRUE(PumpUntil([] { return workbench::FindDialogs().empty(); }, kDeadline));
+    };
+    SweepCalls(
+        2, [] {}, [&] { press(ExplorerRibbon(), L"StartMeetingMail"); });
+    SweepCalls(
+        8,
+        [this] {
+            CloseInspectors();
+            OpenAppointment(true, kOurs);
+        },
+        [&] { press(AppointmentRibbon(), L"CancelMeeetingAppointment"); });
+    EXPECT_GT(user.Seen().size(), 0u);
+    StartClient();
+    Notify(R"({"notify":103})");
+    ExpectWorking();
+}
+
 TEST_F(FailSweep, AskingForLabelVisibilityAndEnablement) {
     ConnectToClient();
     OpenAppointment(true, kOurs);
@@ -207,6 +251,23 @@ TEST_F(FailSweep, AChangedMeeting) {
         10, [] {},
         [&] {
             Notify(R"({"notify":200,"subject":"s","confOutlookId":")" + ToNarrow(item->EntryId()) + "\"}");
+            EXPECT_TRUE(PumpUntil([] { return workbench::FindDialogs().empty(); }, kDeadline));
+        });
+}
+
+TEST_F(FailSweep, AnUpdateOfTheSchedulingAppointment) {
+    ConnectToClient();
+    DialogResponder user(std::vector<int>(3 * kMostCalls, IDCANCEL));
+    Sweep(
+        1,
+        [this] {
+            CloseInspectors();
+            OpenAppointment(false);
+            AppointmentRibbon().Press(L"BookMeetingAppointment");
+            PumpFor(0);
+        },
+        [this] {
+            Notify(R"({"notify":102,"code":0})");
             EXPECT_TRUE(PumpUntil([] { return workbench::FindDialogs().empty(); }, kDeadline));
         });
 }

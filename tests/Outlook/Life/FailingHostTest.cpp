@@ -11,7 +11,7 @@ namespace {
 
 constexpr HRESULT kForced = static_cast<HRESULT>(0x80040155);
 
-enum class Event { Open, CloseSaved, CloseUnsaved, Write, Send, Delete };
+enum class Event { Open, CloseSaved, CloseUnsaved, Write, Send, SendCancellation, Delete };
 
 struct Scene {
     const char* name;
@@ -42,6 +42,10 @@ bool FailingHost::Run(const Scene& scene, size_t call, FailKind kind) {
     if (scene.event != Event::Open) {
         Host().OpenInspector(item);
     }
+    if (scene.event == Event::SendCancellation) { // the status of the last write counts
+        item->fields.meetingStatus = workbench::kMeetingCanceled;
+        item->Events().FireCancelable(workbench::event::kWrite);
+    }
     Log().NewLines();
     Host().ResetCalls();
     Host().FailCall(call, kind, kForced);
@@ -58,6 +62,7 @@ bool FailingHost::Run(const Scene& scene, size_t call, FailKind kind) {
         item->Events().FireCancelable(workbench::event::kWrite);
         break;
     case Event::Send:
+    case Event::SendCancellation:
         item->Events().FireCancelable(workbench::event::kSend);
         break;
     case Event::Delete:
@@ -106,6 +111,7 @@ TEST_F(FailingHost, EveryCallOfEveryEventMayFail) {
         {"write connected", Event::Write, true, kKnownMeeting, 9},
         {"send update", Event::Send, true, kKnownMeeting, 18},
         {"send new", Event::Send, true, kNewMeeting, 9},
+        {"send cancellation", Event::SendCancellation, true, kKnownMeeting, 17},
         {"delete", Event::Delete, true, kKnownMeeting, 1},
         {"write absent", Event::Write, false, kKnownMeeting, 19},
         {"close saved, absent", Event::CloseSaved, false, kNewMeeting, 15},

@@ -107,6 +107,29 @@ TEST_F(Identity, WindowAnnouncedTwiceHasOneSink) {
     EXPECT_THAT(Host().AdvisedSinks(), UnorderedElementsAreArray(RestingSinks()));
 }
 
+TEST_F(Identity, WindowWhoseEventsCouldNotBeHadGetsThemWhenItIsAnnouncedAgain) {
+    HostOptions options;
+    options.habits.countQueryInterface = true;
+    Connect(options);
+    for (const wchar_t* member :
+         {L"Inspector.FindConnectionPoint", L"AppointmentItem.FindConnectionPoint", L"Explorer.FindConnectionPoint"}) {
+        Host().FailMember(member, workbench::FailKind::Status, E_ACCESSDENIED);
+    }
+    const ItemPtr item = OpenAppointment(true, kKnownMeeting);
+    const InspectorPtr inspector = item->OpenedInspector();
+    const workbench::ExplorerPtr explorer = Host().OpenExplorer();
+    Host().ClearFailures();
+    ASSERT_EQ(inspector->Events().SinkCount() + item->Events().SinkCount() + explorer->Events().SinkCount(), 0u);
+    Host().InspectorsEvents().Fire(0xF001, {_variant_t(inspector->Dispatch().GetInterfacePtr())});
+    Host().ExplorersEvents().Fire(0xF001, {_variant_t(explorer->Dispatch().GetInterfacePtr())});
+    EXPECT_EQ(inspector->Events().SinkCount(), 1u);
+    EXPECT_EQ(item->Events().SinkCount(), 1u);
+    EXPECT_EQ(explorer->Events().SinkCount(), 1u);
+    inspector->CloseWithoutAsking();
+    explorer->Close();
+    EXPECT_THAT(Host().AdvisedSinks(), UnorderedElementsAreArray(RestingSinks()));
+}
+
 TEST_F(Identity, CloseInsideAReleaseIsHandled) {
     HostOptions options;
     options.habits.closeInsideRelease = true;

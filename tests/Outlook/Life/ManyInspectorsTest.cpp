@@ -84,7 +84,7 @@ TEST_F(ManyInspectors, TenThousandLeaveNothingBehind) {
     EXPECT_LE(late.gdiObjects, early.gdiObjects);
     EXPECT_LE(late.userObjects, early.userObjects);
     EXPECT_GT(Host().Objects().Created(), 50'000u);
-    if (late.gdiObjects == 0 || late.userObjects == 0) {
-        std::cout << "GetGuiResources answers nothing here; windows and host objects were counted instead.\n";
+    if (late.userObjects == 0) {
+        std::cout << "The system does not tell the number of USER objects; windows were counted instead.\n";
     }
 }
