@@ -14,7 +14,7 @@ namespace {
 constexpr const wchar_t* kSource = L"DllMain";
 
 bool HasMemory() noexcept {
-    void* probe = std::malloc(1);
+    void* volatile probe = std::malloc(1); // else a compiler may leave both calls out
     std::free(probe);
     return probe != nullptr;
 }

@@ -8,7 +8,8 @@
 ///
 /// The parameters of a line: `tag` stands in brackets of its own unless it is empty; `file` is reduced to the part
 /// behind its last separator; `level` is a `LogLevel`, lines above the threshold are dropped. A line with a null text,
-/// with a level that has no name or longer than 16384 bytes is dropped.
+/// with a level that has no name or longer than 16383 bytes, line end included, is dropped; so is a wide message of
+/// more than 16383 units.
 class LogOne {
 public:
     /// Wide line. The message is converted to the ANSI code page and follows the word "Content:".

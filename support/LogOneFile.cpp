@@ -153,7 +153,8 @@ bool LogOneImpl::LetOthersClose() noexcept {
     char path[sizeof(directory_) + sizeof(fileName_)];
     FormatBounded(path, sizeof(path), "%s%s", directory_, fileName_);
     file_.Reset(KOSA_Fopen(path, "rb"));
-    const bool full = IsFull();
+    // One that cannot be read is for this process to rotate: looked for anew with each line, it would stop the host.
+    const bool full = file_.Get() == nullptr || IsFull();
     file_.Reset();
     return full;
 }
@@ -175,9 +176,11 @@ void LogOneImpl::Rotate() {
     const RotationPlan plan = PlanCopies(*parts);
     const std::string directory = directory_;
     for (const std::string& entry : plan.removals) {
+        turn_->Renew(); // each can take its time on a slow profile
         KOSA_Remove((directory + entry).c_str());
     }
     for (const RotationRename& rename : plan.renames) {
+        turn_->Renew();
         KOSA_Rename((directory + rename.from).c_str(), (directory + rename.to).c_str());
     }
     KOSA_Fclose(KOSA_Fopen((directory + fileName_).c_str(), "w"));

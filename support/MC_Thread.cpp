@@ -24,6 +24,9 @@ MC_Thread::~MC_Thread() {
 
 bool MC_Thread::Start() noexcept {
     stop_.store(false, std::memory_order_release);
+    if (handle_.load() == nullptr) {
+        finished_.Wait(kLastStepsMilliseconds); // one that gave its handle up may still be about to signal
+    }
     finished_.Reset();
     handle_.store(Starting());
     // The platform stores the id before the thread takes its first step.
@@ -57,14 +60,15 @@ bool MC_Thread::Stop(uint32_t milliseconds) noexcept {
         return finished_.Wait(kLastStepsMilliseconds); // gave its handle up this moment
     }
     ::TerminateThread(running, 1);
+    ::WaitForSingleObject(running, kLastStepsMilliseconds); // it may run on for a moment, with what the caller frees
     ::CloseHandle(running);
-    threadId_ = 0;
+    std::atomic_ref(threadId_).store(0);
     finished_.Set(); // in the place of the thread, which no longer can
     return false;
 }
 
 bool MC_Thread::IsCurrentThread() const noexcept {
-    return threadId_ == ::GetCurrentThreadId();
+    return GetThreadId() == ::GetCurrentThreadId();
 }
 
 HANDLE MC_Thread::GetHandle() const noexcept {
@@ -73,7 +77,7 @@ HANDLE MC_Thread::GetHandle() const noexcept {
 }
 
 uint32_t MC_Thread::GetThreadId() const noexcept {
-    return threadId_;
+    return std::atomic_ref(threadId_).load();
 }
 
 DWORD WINAPI MC_Thread::Entry(void* object) noexcept {
@@ -95,6 +99,6 @@ void MC_Thread::Finish() noexcept {
     if (handle != nullptr && handle != Starting()) {
         ::CloseHandle(handle);
     }
-    threadId_ = 0;
+    std::atomic_ref(threadId_).store(0);
     finished_.Set(); // The last use of the object: the owner may destroy it now.
 }

@@ -47,6 +47,6 @@ private:
 
     std::atomic<HANDLE> handle_{nullptr};
     std::atomic<bool> stop_{false};
-    MC_Event finished_; // signalled whenever no thread runs
-    DWORD threadId_ = 0;
+    MC_Event finished_;          // signalled whenever no thread runs
+    mutable DWORD threadId_ = 0; // written by the platform and by the thread, hence read as an atomic
 };

@@ -40,6 +40,12 @@ ProcessLock::ProcessLock(const char* path) noexcept {
     mapping_.Reset(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(uint64_t), name));
     word_ = mapping_ ? static_cast<uint64_t*>(::MapViewOfFile(mapping_.Get(), FILE_MAP_WRITE, 0, 0, sizeof(uint64_t)))
                      : nullptr;
+    // Whoever made it first may only have reserved it, and the first look would be a crash.
+    MEMORY_BASIC_INFORMATION memory{};
+    if (word_ != nullptr && (::VirtualQuery(word_, &memory, sizeof(memory)) == 0 || memory.State != MEM_COMMIT)) {
+        ::UnmapViewOfFile(word_);
+        word_ = nullptr;
+    }
 }
 
 ProcessLock::~ProcessLock() {
@@ -90,6 +96,12 @@ void ProcessLock::Wait() noexcept {
     }
     ::UnmapViewOfFile(word_); // From here on without: a mixed line is better than a host that stands still.
     word_ = nullptr;
+}
+
+void ProcessLock::Renew() noexcept {
+    if (word_ != nullptr && std::atomic_ref(*word_).load() == mine_) {
+        TryTake(mine_);
+    }
 }
 
 void ProcessLock::Unlock() noexcept {

@@ -22,6 +22,8 @@ public:
 
     void Lock() noexcept;
     void Unlock() noexcept;
+    /// The owner of the turn says that it is still at work: the time that it has begins anew.
+    void Renew() noexcept;
 
 private:
     bool TryTake(uint64_t seen) noexcept;

@@ -154,7 +154,8 @@ int KOSA_CopyFile(const char* source, const char* destination);
 /** Makes one directory level. @param mode ignored; Windows has no such permissions. @return 0 or -1. */
 int KOSA_MkDir(const char* path, int mode);
 
-/** Makes every missing level of a path. A path without "/" and "\" is taken for a level that exists.
+/** Makes every missing level of a path. A path without "/" and "\" is taken for a level that exists. A leading "/" is
+ *  kept. A leading "\" is not, nor is the "//" of a network path: what follows is made below the current directory.
  *  @param mode ignored. @return 0, also when a level could not be made; -1 for an empty path or exhausted memory. */
 int KOSA_MkDir_P(const char* path, int mode);
 

@@ -20,8 +20,9 @@ int WriteText(FILE* stream, const char* text, size_t bytes) noexcept {
 }
 
 // The toolchain's own stream formatter stores character by character, each under the stream's lock. A text is therefore
-// formatted first, on the stack if it is short, which is nearly every log line, and written in one piece: a process
-// that ends in between leaves a whole text or nothing of it.
+// formatted first, on the stack if it is short, which is nearly every log line, and written in one piece. (Windows' own
+// runtime gives the last byte of an odd number to the system by itself when a stream has no buffer; of a log line that
+// is the line feed.)
 int PrintToStream(FILE* stream, const char* format, va_list arguments) noexcept {
     const RuntimeGuard guard;
     if (strcmp(format, "%s") == 0) { // a finished text, every line of the log

@@ -77,10 +77,15 @@ UniqueText<char> Narrow(const Converted<wchar_t>& wide, UINT codePage) noexcept 
     return Narrow(wide.text.get(), wide.length, codePage);
 }
 
+/// A system may have UTF-8 for its ANSI code page, and that takes no such flag.
+DWORD LocaleFlags() noexcept {
+    return ::GetACP() == CP_UTF8 ? 0 : MB_PRECOMPOSED;
+}
+
 } // namespace
 
 wchar_t* ZEP_LocaleToUnicodeW(const char* text) {
-    return Widen(text, CP_ACP, MB_PRECOMPOSED).text.release();
+    return Widen(text, CP_ACP, LocaleFlags()).text.release();
 }
 
 char* ZEP_UnicodeToLocale(const wchar_t* text) {
@@ -109,7 +114,7 @@ char* ZEP_Utf8ToUnicodeA(const char* text) {
 }
 
 char* ZEP_LocaleToUtf8(const char* text) {
-    return Narrow(Widen(text, CP_ACP, MB_PRECOMPOSED), CP_UTF8).release();
+    return Narrow(Widen(text, CP_ACP, LocaleFlags()), CP_UTF8).release();
 }
 
 char* ZEP_Utf8ToLocale(const char* text) {

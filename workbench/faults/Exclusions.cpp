@@ -14,7 +14,7 @@ const std::vector<Exclusion>& Exclusions() {
         {"the system keeps it from failing",
          {"DeleteCriticalSection", "EnterCriticalSection", "InitializeCriticalSection", "LeaveCriticalSection",
           "TryEnterCriticalSection", "GetCurrentProcess", "GetCurrentProcessId", "GetCurrentThread",
-          "GetCurrentThreadId", "GetLocalTime", "GetSystemTimeAsFileTime", "GetTickCount64",
+          "GetCurrentThreadId", "GetACP", "GetLocalTime", "GetSystemTimeAsFileTime", "GetTickCount64",
           "QueryPerformanceFrequency", "RemoveVectoredExceptionHandler"}},
         {"null is an ordinary answer, which every first use of the slot gets", {"TlsGetValue"}},
         {"exceptions are raised and unwound by it",

@@ -40,6 +40,8 @@ std::vector<HookInfo*> ThreadHooks() {
         FAULT_HOOK(CloseHandle)(kThreads, NoneWith(ERROR_INVALID_HANDLE), {.failsAfterwards = true}),
         FAULT_HOOK(GetHandleInformation)(kThreads, NoneWith(ERROR_INVALID_HANDLE)),
         FAULT_HOOK(OpenProcess)(kThreads, NoneWith(ERROR_ACCESS_DENIED)),
+        FAULT_HOOK(OpenThread)(kThreads, NoneWith(ERROR_NO_SYSTEM_RESOURCES)),
+        FAULT_HOOK(GetProcessIdOfThread)(kThreads, NoneWith(ERROR_INVALID_HANDLE)),
         FAULT_HOOK(GetProcessAffinityMask)(kThreads, NoneWith(ERROR_ACCESS_DENIED)),
         FAULT_HOOK(SetProcessAffinityMask)(kThreads, NoneWith(ERROR_ACCESS_DENIED)),
         FAULT_HOOK(GetThreadContext)(kThreads, NoneWith(ERROR_ACCESS_DENIED)),
