@@ -64,7 +64,8 @@ private:
     void MakeTrouble();
     void AwaitWriters();
     void Judge();
-    void JudgeWriter(const Writer& writer, const LineChecker& checker);
+    /// @param renamed the old file is there as a copy: nothing may be lost then.
+    void JudgeWriter(const Writer& writer, const LineChecker& checker, bool renamed);
     void Violation(const std::string& what) { report_.Violation(std::string(scene_.name) + ": " + what); }
     DWORD Limit() const { return static_cast<DWORD>(kWriteLimit + lines_ * scene_.writers / 2); }
     /// A process that was stopped inside its write ends it afterwards, over what the others have written meanwhile:
@@ -161,10 +162,15 @@ void Stage::Judge() {
         Violation("no rotation");
     }
     std::uint64_t whole = 0;
+    bool someoneEnded = false; // with the last line in the files
     for (const Writer& writer : writers_) {
-        JudgeWriter(writer, checker);
+        JudgeWriter(writer, checker, renamed);
         const auto found = checker.Writers().find(writer.mark);
         whole += found == checker.Writers().end() ? 0 : found->second.whole;
+        someoneEnded = someoneEnded || (found != checker.Writers().end() && found->second.last == lines_ - 1);
+    }
+    if (!someoneEnded) {
+        Violation("no process has its last line in the log");
     }
     const auto took =
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin_).count();
@@ -179,10 +185,10 @@ void Stage::Judge() {
                                  files);
 }
 
-void Stage::JudgeWriter(const Writer& writer, const LineChecker& checker) {
+void Stage::JudgeWriter(const Writer& writer, const LineChecker& checker, bool renamed) {
     // The rotation empties a file that it cannot rename, because another process has it open and gets no turn to close
     // it: for want of something to write, or of processor time. Nothing else loses lines.
-    const bool mayLoseOldOnes = scene_.rotates && scene_.writers > 1;
+    const bool mayLoseOldOnes = scene_.rotates && scene_.writers > 1 && !renamed;
     const auto found = checker.Writers().find(writer.mark);
     if (found == checker.Writers().end()) {
         lost_ += "; " + writer.mark + ": all lost";

@@ -16,25 +16,27 @@ void Remember(std::vector<std::string>& names, const std::string& name) {
 
 std::string Line(const std::string& name, const Account::Row& row) {
     char text[200];
-    std::snprintf(text, sizeof text, "| %-28s | %7llu | %7llu | %7llu | %5llu | %5llu | %6llu |\n", name.c_str(),
-                  static_cast<unsigned long long>(row.found), static_cast<unsigned long long>(row.failed),
-                  static_cast<unsigned long long>(row.crashes), static_cast<unsigned long long>(row.hangs),
-                  static_cast<unsigned long long>(row.leaks), static_cast<unsigned long long>(row.others));
+    std::snprintf(text, sizeof text, "| %-28s | %7llu | %7llu | %6llu | %7llu | %5llu | %5llu | %6llu |\n",
+                  name.c_str(), static_cast<unsigned long long>(row.found), static_cast<unsigned long long>(row.failed),
+                  static_cast<unsigned long long>(row.missed), static_cast<unsigned long long>(row.crashes),
+                  static_cast<unsigned long long>(row.hangs), static_cast<unsigned long long>(row.leaks),
+                  static_cast<unsigned long long>(row.others));
     return text;
 }
 
 std::string Table(const char* first, const std::vector<std::string>& names,
                   const std::map<std::string, Account::Row>& rows) {
     char head[200];
-    std::snprintf(head, sizeof head, "| %-28s | %7s | %7s | %7s | %5s | %5s | %6s |\n", first, "found", "failed",
-                  "crashes", "hangs", "leaks", "others");
+    std::snprintf(head, sizeof head, "| %-28s | %7s | %7s | %6s | %7s | %5s | %5s | %6s |\n", first, "found", "failed",
+                  "missed", "crashes", "hangs", "leaks", "others");
     std::string text = head;
-    text += "|------------------------------|--------:|--------:|--------:|------:|------:|-------:|\n";
+    text += "|------------------------------|--------:|--------:|-------:|--------:|------:|------:|-------:|\n";
     Account::Row total;
     for (const std::string& name : names) {
         const Account::Row& row = rows.at(name);
         total.found += row.found;
         total.failed += row.failed;
+        total.missed += row.missed;
         total.crashes += row.crashes;
         total.hangs += row.hangs;
         total.leaks += row.leaks;
@@ -62,6 +64,10 @@ void Account::Failed(const std::string& scene, const std::string& round) {
     Change_(scene, round, [](Row& row) { ++row.failed; });
 }
 
+void Account::Missed(const std::string& scene, const std::string& round) {
+    Change_(scene, round, [](Row& row) { ++row.missed; });
+}
+
 void Account::Problem(const std::string& scene, const std::string& round, std::uint64_t number,
                       const std::string& function, const std::string& text) {
     Change_(scene, round, [&text](Row& row) {
@@ -83,6 +89,16 @@ std::uint64_t Account::FailedPoints() const {
         points += row.failed;
     }
     return points;
+}
+
+std::vector<std::string> Account::IdleRounds() const {
+    std::vector<std::string> idle;
+    for (const auto& [round, row] : byRound_) {
+        if (row.found != 0 && row.failed == 0) {
+            idle.push_back(round);
+        }
+    }
+    return idle;
 }
 
 std::string Account::Tell() const {

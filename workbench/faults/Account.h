@@ -15,6 +15,7 @@ public:
     struct Row {
         std::uint64_t found = 0;
         std::uint64_t failed = 0;
+        std::uint64_t missed = 0;
         std::uint64_t crashes = 0;
         std::uint64_t hangs = 0;
         std::uint64_t leaks = 0;
@@ -23,11 +24,15 @@ public:
 
     void Found(const std::string& scene, const std::string& round, std::uint64_t count);
     void Failed(const std::string& scene, const std::string& round);
+    /// A call that was found, and did not come again in any of several runs.
+    void Missed(const std::string& scene, const std::string& round);
     /// Files a problem under what it says, and keeps the line that reproduces it.
     void Problem(const std::string& scene, const std::string& round, std::uint64_t number, const std::string& function,
                  const std::string& text);
 
     std::uint64_t FailedPoints() const;
+    /// Rounds with calls of which none has failed.
+    std::vector<std::string> IdleRounds() const;
     std::size_t Violations() const { return violations_; }
     /// The tables in Markdown, then the violations.
     std::string Tell() const;

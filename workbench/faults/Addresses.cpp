@@ -31,15 +31,17 @@ std::string DescribeStack(const std::vector<void*>& stack) {
 }
 
 std::vector<void*> StackOfThread(void* thread) {
+    // Nothing is allocated while the thread stands still: it may stand inside the heap, with the heap's lock.
     constexpr std::size_t kMostFrames = 48;
-    std::vector<void*> frames;
+    void* frames[kMostFrames];
+    std::size_t count = 0;
     alignas(16) CONTEXT context{};
     context.ContextFlags = CONTEXT_FULL;
     if (::SuspendThread(thread) == static_cast<DWORD>(-1) || !::GetThreadContext(thread, &context)) {
-        return frames;
+        return {};
     }
-    while (context.Rip != 0 && frames.size() < kMostFrames) {
-        frames.push_back(reinterpret_cast<void*>(context.Rip));
+    while (context.Rip != 0 && count < kMostFrames) {
+        frames[count++] = reinterpret_cast<void*>(context.Rip);
         DWORD64 base = 0;
         PRUNTIME_FUNCTION function = ::RtlLookupFunctionEntry(context.Rip, &base, nullptr);
         if (function == nullptr) { // a leaf: the return address is on top
@@ -51,7 +53,8 @@ std::vector<void*> StackOfThread(void* thread) {
         DWORD64 frame = 0;
         ::RtlVirtualUnwind(UNW_FLAG_NHANDLER, base, context.Rip, function, &context, &handler, &frame, nullptr);
     }
-    return frames;
+    ::ResumeThread(thread);
+    return {frames, frames + count};
 }
 
 } // namespace faults

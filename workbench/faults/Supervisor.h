@@ -27,6 +27,7 @@ private:
         std::string round = "clean";
         std::uint64_t number = 0;
         std::string function;
+        bool struck = false; // a call failed at the last number
         bool ended = false;
     };
 
@@ -36,6 +37,7 @@ private:
     Place Watch(const Scene& scene, const std::vector<std::wstring>& arguments);
     void Take(const Scene& scene, const std::string& line, Place& place);
     void CompareHeld(const Scene& scene, const Place& place);
+    bool HasDoneItsWork() const;
     bool Wanted(const Scene& scene) const;
     std::vector<std::wstring> Arguments(const Scene& scene) const;
     void Progress(const Scene& scene, const Place& place);

@@ -8,6 +8,7 @@ namespace gauges {
 namespace {
 
 constexpr DWORD kEndLimit = 10'000; // ms from the end of the output to the end of the process
+constexpr DWORD kLook = 2;          // ms
 
 } // namespace
 
@@ -43,21 +44,38 @@ ChildProcess::ChildProcess(const std::vector<std::wstring>& arguments) : job_(Ma
     ::ResumeThread(thread.Get());
 }
 
-bool ChildProcess::ReadLine(std::string& line) {
+bool ChildProcess::ReadLine(std::string& line, DWORD milliseconds) {
     std::size_t end = 0;
     while ((end = pending_.find('\n')) == std::string::npos) {
-        char block[4096];
-        DWORD size = 0;
-        if (!::ReadFile(output_.Get(), block, sizeof block, &size, nullptr) || size == 0) {
+        if (!Read(milliseconds)) {
             return false;
         }
-        pending_.append(block, size);
     }
     line = pending_.substr(0, end);
     pending_.erase(0, end + 1);
     if (!line.empty() && line.back() == '\r') {
         line.pop_back();
     }
+    return true;
+}
+
+bool ChildProcess::Read(DWORD milliseconds) {
+    const ULONGLONG begin = ::GetTickCount64();
+    char block[4096];
+    DWORD size = 0;
+    // A pipe's end cannot be waited for.
+    while (milliseconds != INFINITE && ::PeekNamedPipe(output_.Get(), nullptr, 0, nullptr, &size, nullptr) &&
+           size == 0) {
+        if (::GetTickCount64() - begin > milliseconds) {
+            ::TerminateProcess(process_.Get(), WAIT_TIMEOUT);
+            return false;
+        }
+        ::Sleep(kLook);
+    }
+    if (!::ReadFile(output_.Get(), block, sizeof block, &size, nullptr) || size == 0) {
+        return false;
+    }
+    pending_.append(block, size);
     return true;
 }
 

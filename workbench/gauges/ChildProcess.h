@@ -18,12 +18,15 @@ public:
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     /// Waits for the next line. @return false at the end of the output.
-    bool ReadLine(std::string& line);
+    /// @param milliseconds how long the process may be silent; one that is longer so is ended.
+    bool ReadLine(std::string& line, DWORD milliseconds = INFINITE);
     /// Waits for its end, which must come soon after that of its output. @return its exit code, never 0 when it had to
     /// be ended.
     DWORD Wait();
 
 private:
+    bool Read(DWORD milliseconds);
+
     UniqueHandle job_;
     UniqueHandle process_;
     UniqueHandle output_;

@@ -9,6 +9,7 @@ namespace {
 
 // Between two ends of sessions nothing of Outlook or the client is left. A leak grows with every session; these absorb
 // what the system and the C library keep for later.
+constexpr std::size_t kFewestUsages = 3; // else the middle is the start or the end
 constexpr DWORD kHandleSlack = 16;
 constexpr DWORD kObjectSlack = 8;
 constexpr std::size_t kByteSlack = 16U << 20;
@@ -51,6 +52,10 @@ void Soak::TakeUsage() {
 /// From the middle to the end, so that what is made once and kept does not count. The add-in keeps the parts of
 /// messages without an end for good; they grow by doubling.
 void Soak::CheckUsage() {
+    if (usages_.size() < kFewestUsages) {
+        std::printf("resources are not judged: too few runs of Outlook\n");
+        return;
+    }
     const gauges::Usage& middle = usages_[(usages_.size() - 1) / 2];
     const gauges::Usage& end = usages_.back();
     const auto check = [this](const char* what, std::size_t before, std::size_t after, std::size_t slack) {
