@@ -3,6 +3,13 @@
 step() { printf '==> %s\n' "$*" >&2; }
 die() { printf '%s\n' "$*" >&2; exit 1; }
 
+# show_help "$@": prints the comment at the head of the calling script when that is all it is asked for.
+show_help() {
+    case ${1:-} in
+        -h|--help) sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"; exit 0 ;;
+    esac
+}
+
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
