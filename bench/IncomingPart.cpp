@@ -112,6 +112,18 @@ void MeasureJoining(const LongMessage& size, int samples, Linearity& linearity) 
                             4, join, append, Aim::AtMostTimes(1.5));
     Report(row);
     linearity.Add(size.bytes, row);
+
+    // What of it is the platform's: fresh pages for a string that grows.
+    std::string kept;
+    kept.reserve(message.size() + message.size() / 2);
+    const auto appendInPlace = [&] {
+        kept.clear();
+        for (const std::string& body : bodies) {
+            kept.append(body);
+        }
+    };
+    Report(Compare(std::string("  the floor: ") + size.name + " appended to one string", "the same, memory there",
+                   samples, 4, append, appendInPlace));
 }
 
 /// From the first piece until the channel has the message whole; its tick, which hands it on, is not waited for.
