@@ -19,6 +19,22 @@ using workbench::kClosePrompt;
 /// The same object through different pointers, the same item in different windows.
 class Identity : public LifeFixture {
 protected:
+    /// As when they are new.
+    void Announce(const InspectorPtr& inspector, const workbench::ExplorerPtr& explorer) {
+        Host().InspectorsEvents().Fire(0xF001, {_variant_t(inspector->Dispatch().GetInterfacePtr())});
+        Host().ExplorersEvents().Fire(0xF001, {_variant_t(explorer->Dispatch().GetInterfacePtr())});
+    }
+
+    void ExpectOneSinkUntilTheClose(const ItemPtr& item, const InspectorPtr& inspector,
+                                    const workbench::ExplorerPtr& explorer) {
+        EXPECT_EQ(inspector->Events().SinkCount(), 1u);
+        EXPECT_EQ(item->Events().SinkCount(), 1u);
+        EXPECT_EQ(explorer->Events().SinkCount(), 1u);
+        inspector->CloseWithoutAsking();
+        explorer->Close();
+        EXPECT_THAT(Host().AdvisedSinks(), UnorderedElementsAreArray(RestingSinks()));
+    }
+
     /// Runs the body under each way of handing out objects.
     void ForEachWay(const std::function<void()>& body) {
         for (const bool ownIdentity : {false, true}) {
@@ -96,15 +112,9 @@ TEST_F(Identity, WindowAnnouncedTwiceHasOneSink) {
     const InspectorPtr inspector = item->OpenedInspector();
     const workbench::ExplorerPtr explorer = Host().ActiveExplorer();
     for (int i = 0; i < 2; ++i) {
-        Host().InspectorsEvents().Fire(0xF001, {_variant_t(inspector->Dispatch().GetInterfacePtr())});
-        Host().ExplorersEvents().Fire(0xF001, {_variant_t(explorer->Dispatch().GetInterfacePtr())});
+        Announce(inspector, explorer);
     }
-    EXPECT_EQ(inspector->Events().SinkCount(), 1u);
-    EXPECT_EQ(item->Events().SinkCount(), 1u);
-    EXPECT_EQ(explorer->Events().SinkCount(), 1u);
-    inspector->CloseWithoutAsking();
-    explorer->Close();
-    EXPECT_THAT(Host().AdvisedSinks(), UnorderedElementsAreArray(RestingSinks()));
+    ExpectOneSinkUntilTheClose(item, inspector, explorer);
 }
 
 TEST_F(Identity, WindowWhoseEventsCouldNotBeHadGetsThemWhenItIsAnnouncedAgain) {
@@ -120,14 +130,8 @@ TEST_F(Identity, WindowWhoseEventsCouldNotBeHadGetsThemWhenItIsAnnouncedAgain) {
     const workbench::ExplorerPtr explorer = Host().OpenExplorer();
     Host().ClearFailures();
     ASSERT_EQ(inspector->Events().SinkCount() + item->Events().SinkCount() + explorer->Events().SinkCount(), 0u);
-    Host().InspectorsEvents().Fire(0xF001, {_variant_t(inspector->Dispatch().GetInterfacePtr())});
-    Host().ExplorersEvents().Fire(0xF001, {_variant_t(explorer->Dispatch().GetInterfacePtr())});
-    EXPECT_EQ(inspector->Events().SinkCount(), 1u);
-    EXPECT_EQ(item->Events().SinkCount(), 1u);
-    EXPECT_EQ(explorer->Events().SinkCount(), 1u);
-    inspector->CloseWithoutAsking();
-    explorer->Close();
-    EXPECT_THAT(Host().AdvisedSinks(), UnorderedElementsAreArray(RestingSinks()));
+    Announce(inspector, explorer);
+    ExpectOneSinkUntilTheClose(item, inspector, explorer);
 }
 
 TEST_F(Identity, CloseInsideAReleaseIsHandled) {

@@ -91,7 +91,8 @@ TEST(FaultsProgram, FindsEachFaultAtItsPointAndNoOther) {
 
 TEST(FaultsProgram, GoesOnBehindACrashAndCountsEveryPoint) {
     const Played played = Play("crashes --kind allocation");
-    EXPECT_THAT(played.output, HasSubstr("| allocation                   |       3 |       3 |      0 |       1 |     0 |"))
+    EXPECT_THAT(played.output,
+                HasSubstr("| allocation                   |       3 |       3 |      0 |       1 |     0 |"))
         << played.output;
 }
 
