@@ -1,8 +1,8 @@
 #include "bench/AddInSession.h"
 
-#include "workbench/gauges/OwnProgram.h"
 #include "bench/Measure.h"
 #include "resources/Connect.h"
+#include "workbench/gauges/OwnProgram.h"
 
 #include <filesystem>
 

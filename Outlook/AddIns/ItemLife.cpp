@@ -61,9 +61,8 @@ void AddIn::OnNewInspector(Outlook::_InspectorPtr inspector) {
     if (FAILED(GetAppointment(L"AddIn::OnNewInspector", inspector, item))) {
         return;
     }
-    const IEventSinkPtr knownItem = sinks_.FindItem(item);
-    if (knownItem != nullptr) {
-        knownItem->Advise(item); // as for an explorer
+    if (const IEventSinkPtr known = sinks_.FindItem(item); known != nullptr) {
+        known->Advise(item); // as for an explorer
     }
     if (const IEventSinkPtr known = sinks_.FindInspector(inspector); known != nullptr) {
         known->Advise(inspector);
@@ -72,7 +71,8 @@ void AddIn::OnNewInspector(Outlook::_InspectorPtr inspector) {
     const IEventSinkPtr inspectorSink = MakeSink<InspectorEventsSink>(this, inspector);
     UnkeptSink unkept(inspectorSink); // the other sink may find no memory
     // An appointment that stands in a second window has its sink already; another would double its events.
-    const IEventSinkPtr itemSink = knownItem != nullptr ? nullptr : MakeSink<ItemEventsSink>(this, item);
+    // Looked for again: connecting a sink pumps messages, and that other window may have closed meanwhile.
+    const IEventSinkPtr itemSink = sinks_.FindItem(item) != nullptr ? nullptr : MakeSink<ItemEventsSink>(this, item);
     unkept.Keep(); // the table sees to both now
     sinks_.AddInspector(inspector, inspectorSink, item, itemSink);
 }

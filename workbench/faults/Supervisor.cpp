@@ -1,8 +1,8 @@
 #include "workbench/faults/Supervisor.h"
 
-#include "workbench/gauges/ChildProcess.h"
 #include "workbench/faults/Hooks.h"
 #include "workbench/faults/Worker.h"
+#include "workbench/gauges/ChildProcess.h"
 
 #include "support/Text.h"
 

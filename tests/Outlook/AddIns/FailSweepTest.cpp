@@ -270,4 +270,5 @@ TEST_F(FailSweep, AnUpdateOfTheSchedulingAppointment) {
             Notify(R"({"notify":102,"code":0})");
             EXPECT_TRUE(PumpUntil([] { return workbench::FindDialogs().empty(); }, kDeadline));
         });
+    EXPECT_GT(user.Seen().size(), 0u);
 }

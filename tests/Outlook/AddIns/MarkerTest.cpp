@@ -35,7 +35,9 @@ TEST(MarkerText, OnlyAnObjectWithTheFlagMakesAMeetingItem) {
         Json::Value marker = "left over";
         std::string error;
         EXPECT_EQ(Marker::Parse(each.text, marker, error), each.isRead);
-        EXPECT_TRUE(marker.isNull() || (each.isRead && marker.isObject()));
+        const bool isObject = each.isRead && each.text[0] == '{';
+        EXPECT_EQ(marker.isObject(), isObject);
+        EXPECT_EQ(marker.isNull(), !isObject);
         EXPECT_EQ(Marker::HasFlag(marker), each.hasFlag);
         if (!each.isRead) {
             EXPECT_THAT(error, Not(IsEmpty()));
