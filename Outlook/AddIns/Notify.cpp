@@ -123,7 +123,9 @@ LRESULT CALLBACK AddIn::MessageWindowProc(HWND window, UINT message, WPARAM wPar
 
 INT_PTR CALLBACK AddIn::DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM /*lParam*/) noexcept {
     if (message == WM_INITDIALOG) {
-        HICON icon = ::LoadIconW(ModuleState::module, MAKEINTRESOURCEW(IDI_ADDIN));
+        // Shared: the system keeps the icon for all dialogs and frees it.
+        const HANDLE icon = ::LoadImageW(ModuleState::module, MAKEINTRESOURCEW(IDI_ADDIN), IMAGE_ICON,
+                                         ::GetSystemMetrics(SM_CXSMICON), ::GetSystemMetrics(SM_CYSMICON), LR_SHARED);
         ::SendMessageW(dialog, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
     } else if (message == WM_COMMAND && HIWORD(wParam) == 0) {
         ::EndDialog(dialog, LOWORD(wParam));

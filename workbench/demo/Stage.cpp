@@ -359,8 +359,8 @@ void Stage::AwaitDialog(const ExpectedDialog& expected, HWND owner, const std::f
     ++dialogs;
     const workbench::DialogSeen seen = responder.Last();
     const std::wstring all = TellDialog(seen);
-    const bool right =
-        all.find(expected.text) != std::wstring::npos && seen.owner == owner && seen.ownerDisabled && seen.hasSmallIcon;
+    const bool right = all.find(expected.text) != std::wstring::npos && seen.owner == owner && seen.ownerDisabled &&
+                       seen.smallIconWidth != 0;
     if (!right) {
         throw StepFailed("it is not the dialog that should come here (text, owner, modality or icon)");
     }

@@ -54,6 +54,7 @@ std::vector<HookInfo*> WindowHooks() {
         FAULT_HOOK(FindWindowExW)(kWindows, NoneWith(ERROR_NOT_ENOUGH_MEMORY), {.hostThreadOnly = true}),
         FAULT_HOOK(IsWindow)(kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE), {.hostThreadOnly = true}),
         FAULT_HOOK(GetWindowRect)(kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE)),
+        FAULT_HOOK(GetSystemMetrics)(kWindows, {0}),
         FAULT_HOOK(SetPropW)(kWindows, NoneWith(ERROR_NOT_ENOUGH_MEMORY)),
         FAULT_HOOK(GetPropW)(kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE)),
         FAULT_HOOK(RemovePropW)(kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE), {.failsAfterwards = true}),
@@ -62,7 +63,7 @@ std::vector<HookInfo*> WindowHooks() {
         FAULT_HOOK(PostMessageW)(kMessages, NoneWith(ERROR_NOT_ENOUGH_QUOTA)),
         FAULT_HOOK(PostThreadMessageW)(kMessages, NoneWith(ERROR_INVALID_THREAD_ID)),
         FAULT_HOOK(SendMessageTimeoutW)(kMessages, NoneWith(ERROR_TIMEOUT)),
-        FAULT_HOOK(LoadIconW)(kResources, NoneWith(ERROR_RESOURCE_NAME_NOT_FOUND)),
+        FAULT_HOOK(LoadImageW)(kResources, NoneWith(ERROR_RESOURCE_NAME_NOT_FOUND)),
         FAULT_HOOK(LoadStringW)(kResources, NoneWith(ERROR_RESOURCE_NAME_NOT_FOUND)),
     };
 }

@@ -1,5 +1,7 @@
 #include "workbench/host/DialogResponder.h"
 
+#include "support/UniqueResource.h"
+
 #include <algorithm>
 #include <cwchar>
 #include <map>
@@ -25,6 +27,20 @@ std::wstring TextOf(HWND window) {
     DWORD_PTR length = 0;
     ::SendMessageTimeoutW(window, WM_GETTEXT, 1024, reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG, 1000, &length);
     return text;
+}
+
+int SmallIconWidth(HWND window) {
+    DWORD_PTR icon = 0;
+    ICONINFO parts = {};
+    if (!::SendMessageTimeoutW(window, WM_GETICON, ICON_SMALL, 0, SMTO_ABORTIFHUNG, 1000, &icon) ||
+        !::GetIconInfo(reinterpret_cast<HICON>(icon), &parts)) {
+        return 0;
+    }
+    const UniqueGdiObject colours(parts.hbmColor);
+    const UniqueGdiObject mask(parts.hbmMask);
+    BITMAP size = {};
+    ::GetObjectW(mask.Get(), sizeof(size), &size);
+    return size.bmWidth;
 }
 
 BOOL CALLBACK AddControl(HWND control, LPARAM parameter) noexcept {
@@ -73,9 +89,7 @@ DialogSeen Read(HWND window) {
     seen.owner = ::GetWindow(window, GW_OWNER);
     seen.ownerDisabled = seen.owner && !::IsWindowEnabled(seen.owner);
     seen.caption = TextOf(window);
-    DWORD_PTR icon = 0;
-    ::SendMessageTimeoutW(window, WM_GETICON, ICON_SMALL, 0, SMTO_ABORTIFHUNG, 1000, &icon);
-    seen.hasSmallIcon = icon != 0;
+    seen.smallIconWidth = SmallIconWidth(window);
     ::EnumChildWindows(window, &AddControl, reinterpret_cast<LPARAM>(&seen));
     return seen;
 }

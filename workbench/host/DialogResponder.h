@@ -27,8 +27,8 @@ struct DialogSeen {
     std::wstring caption;
     std::vector<std::wstring> texts; // of its static controls, top to bottom in the template's order
     std::vector<DialogButton> buttons;
-    bool hasSmallIcon = false;
-    int answer = 0; // the command it was answered with
+    int smallIconWidth = 0; // pixels; 0 without one
+    int answer = 0;         // the command it was answered with
 
     std::vector<int> VisibleButtons() const; // their ids
 };

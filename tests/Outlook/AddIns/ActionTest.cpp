@@ -259,7 +259,7 @@ TEST_F(RibbonPress, WithoutAClientTheUserIsAskedToLogIn) {
             const auto dialog = user.Last();
             EXPECT_EQ(dialog.owner, owner);
             EXPECT_TRUE(dialog.ownerDisabled);
-            EXPECT_TRUE(dialog.hasSmallIcon);
+            EXPECT_EQ(dialog.smallIconWidth, ::GetSystemMetrics(SM_CXSMICON));
             EXPECT_THAT(dialog.VisibleButtons(), IsEmpty());
             EXPECT_EQ(ToNarrow(dialog.caption), language == 2052 ? "Nembra云会议" : "NEMBRA CLOUD Meeting");
             ASSERT_EQ(dialog.texts.size(), 1u);

@@ -55,7 +55,7 @@ protected:
         const bool chinese = Host().language == 2052;
         EXPECT_EQ(seen[0].owner, owner);
         EXPECT_TRUE(seen[0].ownerDisabled);
-        EXPECT_TRUE(seen[0].hasSmallIcon);
+        EXPECT_EQ(seen[0].smallIconWidth, ::GetSystemMetrics(SM_CXSMICON));
         EXPECT_THAT(seen[0].VisibleButtons(), IsEmpty());
         EXPECT_EQ(ToNarrow(seen[0].caption), chinese ? "Nembra云会议" : "NEMBRA CLOUD Meeting");
         ASSERT_EQ(seen[0].texts.size(), 1u);
