@@ -130,8 +130,9 @@ INT_PTR CALLBACK AddIn::DialogProc(HWND dialog, UINT message, WPARAM wParam, LPA
     } else if (message == WM_COMMAND && HIWORD(wParam) == 0) {
         ::EndDialog(dialog, LOWORD(wParam));
     }
-    // Deliberate: FALSE for the two above as well. Nothing needs a message to be kept from the dialog manager, and no
-    // control is to take the focus at the start: most of these dialogs show none.
+    // Deliberate: FALSE for the two above as well. Nothing needs a message to be kept from the dialog manager. It then
+    // sets no focus when it makes the dialog, but the dialog passes the focus of its activation on to its first button
+    // that can be seen, or keeps it and takes the keys itself.
     return FALSE;
 }
 

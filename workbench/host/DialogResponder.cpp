@@ -5,12 +5,16 @@
 #include <algorithm>
 #include <cwchar>
 #include <map>
+#include <utility>
 
 namespace workbench {
 namespace {
 
 constexpr UINT kLookEvery = 15; // milliseconds
 constexpr const wchar_t* kDialogClass = L"#32770";
+// A key message's count, and for the release the two bits that say that the key was down and goes up.
+constexpr LPARAM kKeyGoesDown = 1;
+constexpr LPARAM kKeyGoesUp = 0xC0000001;
 
 // Timer procedures get no pointer. Each thread has its own responders.
 thread_local std::map<UINT_PTR, DialogResponder*> t_responders;
@@ -154,6 +158,10 @@ void CALLBACK DialogResponder::OnTimer(HWND, UINT, UINT_PTR timer, DWORD) noexce
 
 void DialogResponder::Look() {
     std::erase_if(handled_, [](HWND window) { return !::IsWindow(window); });
+    if (::IsWindow(open_)) {
+        PressOrAnswer();
+        return;
+    }
     if (answers_.empty()) {
         return;
     }
@@ -170,19 +178,37 @@ void DialogResponder::Look() {
         }
         handled_.push_back(dialog.window);
         waitingFor_ = nullptr;
-        dialog.answer = answers_.front();
-        answers_.pop_front();
         seen_.push_back(dialog);
         if (whileOpen) {
             whileOpen(dialog);
         }
-        if (observer) {
-            observer(
-                Step{StepKind::Dialog, L"\"" + dialog.caption + L"\" answered with " + std::to_wstring(dialog.answer)});
-        }
-        ::PostMessageW(dialog.window, WM_COMMAND, MAKEWPARAM(dialog.answer, BN_CLICKED), 0);
+        open_ = dialog.window;
+        keysLeft_.assign(keys.begin(), keys.end());
+        PressOrAnswer();
         return; // one dialog a look: an outer one is answered after the inner one has gone
     }
+}
+
+void DialogResponder::PressOrAnswer() {
+    if (!keysLeft_.empty()) {
+        // One key a look: the next one goes to the control that has the focus after it.
+        const WPARAM key = keysLeft_.front();
+        keysLeft_.pop_front();
+        const HWND focus = ::GetFocus();
+        if (focus == open_ || ::IsChild(open_, focus)) {
+            ::PostMessageW(focus, WM_KEYDOWN, key, kKeyGoesDown);
+            ::PostMessageW(focus, WM_KEYUP, key, kKeyGoesUp);
+        }
+        return;
+    }
+    DialogSeen& dialog = seen_.back();
+    dialog.answer = answers_.front();
+    answers_.pop_front();
+    if (observer) {
+        observer(
+            Step{StepKind::Dialog, L"\"" + dialog.caption + L"\" answered with " + std::to_wstring(dialog.answer)});
+    }
+    ::PostMessageW(std::exchange(open_, nullptr), WM_COMMAND, MAKEWPARAM(dialog.answer, BN_CLICKED), 0);
 }
 
 } // namespace workbench

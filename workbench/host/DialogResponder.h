@@ -28,7 +28,7 @@ struct DialogSeen {
     std::vector<std::wstring> texts; // of its static controls, top to bottom in the template's order
     std::vector<DialogButton> buttons;
     int smallIconWidth = 0; // pixels; 0 without one
-    int answer = 0;         // the command it was answered with
+    int answer = 0;         // the command it was answered with; 0 when a key closed it
 
     std::vector<int> VisibleButtons() const; // their ids
 };
@@ -55,6 +55,9 @@ public:
 
     /// Called while the dialog is open, just before it is answered; may call into the add-in or the host.
     std::function<void(const DialogSeen&)> whileOpen;
+    /// Virtual-key codes, pressed one after the other in each dialog before it is answered. A dialog that a key closes
+    /// leaves its answer to the next one.
+    std::vector<WPARAM> keys;
     /// How long a dialog stays open before it is answered, for a human to see it.
     unsigned showMilliseconds = 0;
     /// Told of every dialog answered.
@@ -68,12 +71,15 @@ public:
 private:
     static void CALLBACK OnTimer(HWND, UINT, UINT_PTR timer, DWORD) noexcept;
     void Look();
+    void PressOrAnswer();
 
     std::deque<int> answers_;
     DialogFilter filter_;
     std::vector<DialogSeen> seen_;
     std::vector<HWND> handled_;
     HWND waitingFor_ = nullptr;
+    HWND open_ = nullptr; // gets the keys that are left; the last one of seen_
+    std::deque<WPARAM> keysLeft_;
     ULONGLONG firstSeenAt_ = 0;
     bool looking_ = false;
     UINT_PTR timer_ = 0;
