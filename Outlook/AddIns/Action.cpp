@@ -1,6 +1,7 @@
 #include "Outlook/AddIns/AddIn.h"
 
 #include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/OwnerWindow.h"
 #include "Outlook/Business/Meeting.h"
 #include "resources/resource.h"
 #include "support/LogLine.h"
@@ -51,34 +52,15 @@ bool FillAction(ActionType type, const MeetingInfo& info, ActionData& action) {
 
 } // namespace
 
-HWND AddIn::FindHostWindow(Outlook::_AppointmentItem* item) {
-    IDispatchPtr shown;
-    if (item != nullptr) {
-        Outlook::_InspectorPtr inspector;
-        Outlook::GetInspector(item, inspector);
-        shown = inspector;
-    } else {
-        Outlook::_ExplorerPtr explorer;
-        Outlook::ActiveExplorer(application_, explorer);
-        shown = explorer;
-    }
-    IOleWindowPtr oleWindow;
-    HWND window = nullptr;
-    if (shown != nullptr && SUCCEEDED(shown->QueryInterface(&oleWindow))) {
-        oleWindow->GetWindow(&window);
-    }
-    return ::IsWindow(window) ? window : nullptr;
-}
-
 HRESULT AddIn::ActionTask(ActionType type, Outlook::_AppointmentItemPtr item) {
     MeetingInfo info;
-    if (item != nullptr) {
+    if (item) {
         GetMeetingInfo(item, info);
     }
     ActionData action;
     action.cmd = static_cast<int32_t>(type);
-    const HWND hostWindow = FindHostWindow(item);
-    PutCentre(hostWindow, action);
+    const OwnerWindow owner(sinks_, application_, item);
+    PutCentre(owner.Get(), action);
     if (type == ActionType::BookMeeting && !info.confOutlookId.empty()) {
         // The appointment exists in a store already: the client schedules a new meeting, and its answer goes into a
         // new appointment.
@@ -95,7 +77,7 @@ HRESULT AddIn::ActionTask(ActionType type, Outlook::_AppointmentItemPtr item) {
     const HRESULT result = eventHandler_->OnAction(action);
     LogLine(kSource, L"AddIn::ActionTask").Info() << L"action result: 0x" << Hex(result);
     if (result == Meeting::kClientStarting) {
-        ShowDialog(IDD_LOGIN_ZH, IDD_LOGIN_EN, hostWindow);
+        ShowDialog(IDD_LOGIN_ZH, IDD_LOGIN_EN, owner);
     }
     return result;
 }

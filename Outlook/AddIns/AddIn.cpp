@@ -16,18 +16,13 @@ namespace {
 constexpr const wchar_t* kSource = L"AddIns/AddIn";
 constexpr long kOldestHostVersion = 15; // Outlook 2013
 
-void DropSink(const IEventSinkPtr& sink) {
-    if (sink != nullptr) {
-        sink->Unadvise();
-    }
-}
-
 /// Connects a collection's sink, made on first use. A sink that cannot be connected stays and hears nothing.
 template <class Sink>
 void Follow(IEventSinkPtr& sink, AddIn* handler, IUnknown* collection) {
-    if (sink == nullptr) {
+    if (!sink) {
         sink = MakeSink<Sink>(handler, collection);
     } else {
+        sink->SetHandler(handler);
         sink->Advise(collection);
     }
 }
@@ -45,13 +40,13 @@ AddIn::~AddIn() {
     sinks_.Mute();
     DestroyMessageWindow();
     sinks_.Clear();
-    DropSink(explorersSink_);
-    DropSink(inspectorsSink_);
+    DisconnectSink(explorersSink_);
+    DisconnectSink(inspectorsSink_);
     StopGdiplus();
 }
 
 HRESULT AddIn::Init() {
-    if (typeInfo_ != nullptr) {
+    if (typeInfo_) {
         return S_OK;
     }
     ITypeLibPtr library;
@@ -138,7 +133,7 @@ HRESULT AddIn::GetTypeInfo(UINT index, LCID /*lcid*/, ITypeInfo** ppTInfo) noexc
     if (ppTInfo == nullptr) {
         return E_POINTER;
     }
-    if (typeInfo_ == nullptr) {
+    if (!typeInfo_) {
         return E_FAIL;
     }
     typeInfo_.AddRef();
@@ -184,7 +179,7 @@ HRESULT AddIn::Connect(IDispatch* application) {
     // until Outlook loads it again, this time with a window.
     Outlook::_ExplorerPtr explorer;
     status = FindActiveExplorer(explorer);
-    if (explorer == nullptr) {
+    if (!explorer) {
         return status;
     }
     if (!IsHostSupported()) {
@@ -219,7 +214,7 @@ HRESULT AddIn::TakeApplication(IDispatch* application) {
 
 HRESULT AddIn::FindActiveExplorer(Outlook::_ExplorerPtr& explorer) {
     const HRESULT status = Outlook::ActiveExplorer(application_, explorer);
-    if (explorer == nullptr) {
+    if (!explorer) {
         LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Explorer interface fail.";
     }
     return status;
@@ -237,7 +232,7 @@ HRESULT AddIn::FollowExplorers() {
     const HRESULT status = Outlook::GetExplorers(application_, explorers);
     if (FAILED(status)) {
         LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Explorers fail.";
-    } else if (explorers != nullptr) {
+    } else if (explorers) {
         Follow<ExplorersEventsSink>(explorersSink_, this, explorers);
     }
     return status;
@@ -248,7 +243,7 @@ HRESULT AddIn::FollowInspectors() {
     const HRESULT status = Outlook::GetInspectors(application_, inspectors);
     if (FAILED(status)) {
         LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Inspectors fail.";
-    } else if (inspectors != nullptr) {
+    } else if (inspectors) {
         Follow<InspectorsEventsSink>(inspectorsSink_, this, inspectors);
     }
     return status;
@@ -257,7 +252,7 @@ HRESULT AddIn::FollowInspectors() {
 void AddIn::ReadLanguage() {
     languageId_ = kChinese;
     Outlook::LanguageSettingsPtr settings;
-    if (FAILED(Outlook::GetLanguageSettings(application_, settings)) || settings == nullptr) {
+    if (FAILED(Outlook::GetLanguageSettings(application_, settings)) || !settings) {
         return;
     }
     long language = 0;
@@ -295,11 +290,8 @@ void AddIn::StopGdiplus() {
 
 HRESULT AddIn::OnDisconnection(ext_DisconnectMode /*removeMode*/, SAFEARRAY** /*custom*/) noexcept {
     return GuardComCall(kSource, L"AddIn::OnDisconnection", [this] {
-        for (const IEventSinkPtr& sink : {explorersSink_, inspectorsSink_}) {
-            if (sink != nullptr) {
-                sink->Unadvise();
-            }
-        }
+        DisconnectSink(explorersSink_);
+        DisconnectSink(inspectorsSink_);
         DestroyMessageWindow();
         StopGdiplus();
         return S_OK;

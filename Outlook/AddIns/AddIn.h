@@ -25,6 +25,8 @@ using std::min;
 #include <memory>
 #include <utility>
 
+class OwnerWindow;
+
 /// The COM object that Outlook creates: connection to the host, ribbon, appointments and the client's notifications.
 /// Every member is for the host's user-interface thread, but for the reference count and `NotifyCallback`.
 /// The order of the bases fixes the interface pointers that are handed out: `IConnect` is the object's identity.
@@ -130,22 +132,20 @@ private:
     HRESULT GetAppointItemForInspector(Outlook::_Inspector* inspector, Outlook::_AppointmentItemPtr& item);
     HRESULT GetAppointItemFromEntryId(const std::wstring& entryId, Outlook::_AppointmentItemPtr& item);
     HRESULT CreateMeetingItem(Outlook::_AppointmentItemPtr& item);
-
-    // Actions (Action.cpp)
-    HWND FindHostWindow(Outlook::_AppointmentItem* item);
+    void PutMeeting(Outlook::_AppointmentItem* item, const NotifyData& data);
 
     // Notifications and dialogs (Notify.cpp)
     void CreateMessageWindow();
     void DestroyMessageWindow();
+    void LoseMessageWindow(HWND window) noexcept;
     static LRESULT CALLBACK MessageWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
     static INT_PTR CALLBACK DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
-    INT_PTR ShowDialog(int chineseId, int englishId, HWND owner);
+    INT_PTR ShowDialog(int chineseId, int englishId, const OwnerWindow& owner);
     void NotifyProc(const NotifyData& data);
     void OnMeetingScheduled(const NotifyData& data);
     void OnMeetingModified(const NotifyData& data);
     void OnMeetingCancelled(const NotifyData& data);
     void OnMeetingChanged(const NotifyData& data);
-    void PutMeeting(Outlook::_AppointmentItem* item, const NotifyData& data);
 
     bool IsChinese() const noexcept { return languageId_ == kChinese; }
 

@@ -29,7 +29,7 @@ _bstr_t MakeBstr(const std::wstring& text) {
 bool AddIn::GetAppointmentItemComment(Outlook::_AppointmentItem* item, Json::Value& json) {
     json = Json::Value();
     Outlook::FormDescriptionPtr form;
-    if (FAILED(Outlook::GetFormDescription(item, form)) || form == nullptr) {
+    if (FAILED(Outlook::GetFormDescription(item, form)) || !form) {
         return false;
     }
     _bstr_t comment;
@@ -46,7 +46,7 @@ bool AddIn::GetAppointmentItemComment(Outlook::_AppointmentItem* item, Json::Val
 
 void AddIn::SetAppointmentItemComment(Outlook::_AppointmentItem* item, const Json::Value& json) {
     Outlook::FormDescriptionPtr form;
-    if (FAILED(Outlook::GetFormDescription(item, form)) || form == nullptr) {
+    if (FAILED(Outlook::GetFormDescription(item, form)) || !form) {
         return;
     }
     Outlook::PutComment(form, MakeBstr(ToWide(Marker::Write(json))));
@@ -123,7 +123,7 @@ HRESULT AddIn::GetAppointItemForInspector(Outlook::_Inspector* inspector, Outloo
     item = nullptr;
     IDispatchPtr current;
     const HRESULT status = Outlook::GetCurrentItem(inspector, current);
-    if (FAILED(status) || current == nullptr) {
+    if (FAILED(status) || !current) {
         LogLine(kSource, L"AddIn::GetAppointItemForInspector").Error() << L"get current item fail: 0x" << Hex(status);
         return status;
     }
@@ -135,13 +135,13 @@ HRESULT AddIn::GetAppointItemFromEntryId(const std::wstring& entryId, Outlook::_
     item = nullptr;
     Outlook::_NameSpacePtr session;
     HRESULT status = Outlook::GetSession(application_, session);
-    if (FAILED(status) || session == nullptr) {
+    if (FAILED(status) || !session) {
         LogLine(kSource, kMethod).Error() << L"get session fail: 0x" << Hex(status);
         return status;
     }
     Outlook::_FoldersPtr folders;
     status = Outlook::GetFolders(session, folders);
-    if (FAILED(status) || folders == nullptr) {
+    if (FAILED(status) || !folders) {
         // Deliberate: the same text as for an inspector's item; the method's name tells them apart.
         LogLine(kSource, kMethod).Error() << L"get current item fail: 0x" << Hex(status);
         return status;
@@ -150,14 +150,15 @@ HRESULT AddIn::GetAppointItemFromEntryId(const std::wstring& entryId, Outlook::_
     Outlook::GetCount(folders, count);
     const _bstr_t id = MakeBstr(entryId);
     for (int index = 1; index <= count; ++index) {
+        // Deliberate: a store that hands out no folder is passed over like one that fails. Another may know the item.
         Outlook::MAPIFolderPtr folder;
         _bstr_t storeId;
-        if (FAILED(Outlook::GetItem(folders, index, folder)) || folder == nullptr ||
+        if (FAILED(Outlook::GetItem(folders, index, folder)) || !folder ||
             FAILED(Outlook::GetStoreID(folder, storeId)) || storeId.length() == 0) {
             continue;
         }
         IDispatchPtr found;
-        if (SUCCEEDED(Outlook::GetItemFromID(session, id, storeId, found)) && found != nullptr) {
+        if (SUCCEEDED(Outlook::GetItemFromID(session, id, storeId, found)) && found) {
             return found->QueryInterface(&item);
         }
     }
@@ -170,7 +171,8 @@ HRESULT AddIn::CreateMeetingItem(Outlook::_AppointmentItemPtr& item) {
     IDispatchPtr created;
     HRESULT status = Outlook::CreateItem(application_, Outlook::olAppointmentItem, created);
     if (SUCCEEDED(status)) {
-        status = created != nullptr ? created->QueryInterface(&item) : E_POINTER;
+        // Deliberate: a success without an item is logged and answered like a failure.
+        status = created ? created->QueryInterface(&item) : E_POINTER;
     }
     if (FAILED(status)) {
         LogLine(kSource, L"AddIn::CreateMeetingItem").Error() << L"create item fail: 0x" << Hex(status);

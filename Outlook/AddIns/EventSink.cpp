@@ -65,7 +65,7 @@ public:
     AddInPtr& operator=(const AddInPtr&) = delete;
 
     AddIn* operator->() const noexcept { return addIn_; }
-    bool operator==(std::nullptr_t) const noexcept { return addIn_ == nullptr; }
+    explicit operator bool() const noexcept { return addIn_ != nullptr; }
 
 private:
     AddIn* addIn_;
@@ -86,14 +86,18 @@ bool Ask(const wchar_t* method, Handle&& handle) {
 
 HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& point) {
     IConnectionPointContainerPtr container;
-    const HRESULT status = source->QueryInterface(&container);
+    HRESULT status = source->QueryInterface(&container);
+    if (SUCCEEDED(status) && !container) {
+        status = E_POINTER;
+    }
     if (FAILED(status)) {
         // Deliberate: one text for every kind of source; the log line's function tells nothing else apart either.
         LogLine(kSource, L"EventSinkImpl::Advise").Error()
             << L"Query IConnectionPointContainer interface from _Explorer fail: 0x" << Hex(status);
         return status;
     }
-    return container->FindConnectionPoint(events, &point);
+    const HRESULT found = container->FindConnectionPoint(events, &point);
+    return SUCCEEDED(found) && !point ? E_POINTER : found;
 }
 
 HRESULT ExplorersEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments) {
@@ -106,7 +110,7 @@ HRESULT ExplorersEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments) 
         return E_INVALIDARG;
     }
     const AddInPtr handler(Handler());
-    if (handler != nullptr) {
+    if (handler) {
         handler->OnNewExplorer(explorer);
     }
     return S_OK;
@@ -118,7 +122,7 @@ HRESULT ExplorerEventsSink::OnEvent(DISPID event, const DISPPARAMS& /*arguments*
     }
     LogEvent(Name(), event);
     const AddInPtr handler(Handler());
-    if (handler != nullptr) {
+    if (handler) {
         handler->OnExplorerClose(SourceObject());
     }
     return S_OK;
@@ -134,7 +138,7 @@ HRESULT InspectorsEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments)
         return E_INVALIDARG;
     }
     const AddInPtr handler(Handler());
-    if (handler != nullptr && inspector != nullptr) {
+    if (handler && inspector) {
         handler->OnNewInspector(inspector);
     }
     return S_OK;
@@ -146,7 +150,7 @@ HRESULT InspectorEventsSink::OnEvent(DISPID event, const DISPPARAMS& /*arguments
     }
     LogEvent(Name(), event);
     const AddInPtr handler(Handler());
-    if (handler != nullptr) {
+    if (handler) {
         handler->OnInspectorClose(SourceObject());
     }
     return S_OK;
@@ -171,7 +175,7 @@ HRESULT ItemEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments) {
 HRESULT ItemEventsSink::OnWrite(const DISPPARAMS& arguments) {
     const AddInPtr handler(Handler());
     const Outlook::_AppointmentItemPtr item = SourceObject(); // The handler may disconnect this sink.
-    if (handler == nullptr || item == nullptr) {
+    if (!handler || !item) {
         return S_OK;
     }
     if (writeArmed_ && !Ask(Name(), [&] { return handler->OnAppointmentItemWrite(item); })) {
@@ -188,7 +192,7 @@ HRESULT ItemEventsSink::OnWrite(const DISPPARAMS& arguments) {
 HRESULT ItemEventsSink::OnSend() {
     const AddInPtr handler(Handler());
     const Outlook::_AppointmentItemPtr item = SourceObject();
-    if (handler != nullptr && item != nullptr) {
+    if (handler && item) {
         Ask(Name(), [&] { return handler->OnAppointmentItemSend(item, savedStatus_); });
     }
     writeArmed_ = false;
@@ -198,7 +202,7 @@ HRESULT ItemEventsSink::OnSend() {
 HRESULT ItemEventsSink::OnBeforeDelete(const DISPPARAMS& arguments) {
     const AddInPtr handler(Handler());
     const Outlook::_AppointmentItemPtr item = SourceObject();
-    if (handler != nullptr && item != nullptr && !Ask(Name(), [&] { return handler->OnAppointmentItemDelete(item); })) {
+    if (handler && item && !Ask(Name(), [&] { return handler->OnAppointmentItemDelete(item); })) {
         Cancel(arguments);
     }
     return S_OK;

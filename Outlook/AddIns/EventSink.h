@@ -27,8 +27,17 @@ _COM_SMARTPTR_TYPEDEF(IConnectionPointContainer, __uuidof(IConnectionPointContai
 
 /// Drops the sink's events from now on; null is harmless.
 inline void MuteSink(const IEventSinkPtr& sink) {
-    if (sink != nullptr) {
+    if (sink) {
         sink->SetHandler(nullptr);
+    }
+}
+
+/// Mutes a sink and disconnects it; null is harmless. The order matters: the host may fire an event while it
+/// disconnects, when the sink has let go of its source already.
+inline void DisconnectSink(const IEventSinkPtr& sink) {
+    MuteSink(sink);
+    if (sink) {
+        sink->Unadvise();
     }
 }
 
@@ -37,12 +46,7 @@ inline void MuteSink(const IEventSinkPtr& sink) {
 class UnkeptSink {
 public:
     explicit UnkeptSink(const IEventSinkPtr& sink) : sink_(sink) {}
-    ~UnkeptSink() {
-        if (sink_ != nullptr) {
-            sink_->Unadvise();
-            MuteSink(sink_);
-        }
-    }
+    ~UnkeptSink() { DisconnectSink(sink_); }
     UnkeptSink(const UnkeptSink&) = delete;
     UnkeptSink& operator=(const UnkeptSink&) = delete;
 
@@ -52,7 +56,8 @@ private:
     IEventSinkPtr sink_;
 };
 
-/// Finds the source's connection point for an event interface. A failure to get at any is logged.
+/// Finds the source's connection point for an event interface. A source without connection points is logged.
+/// @return never a success without a point.
 HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& point);
 
 /// What every sink has in common. `Events` is the host's event interface, `SourcePtr` the pointer to the object that

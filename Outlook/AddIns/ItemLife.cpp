@@ -4,6 +4,7 @@
 #include "Outlook/AddIns/EventSinks.h"
 #include "Outlook/AddIns/LogText.h"
 #include "Outlook/AddIns/Marker.h"
+#include "Outlook/AddIns/OwnerWindow.h"
 #include "resources/resource.h"
 #include "support/LogLine.h"
 
@@ -32,7 +33,8 @@ HRESULT GetAppointment(const wchar_t* method, Outlook::_Inspector* inspector, Ou
         LogLine(kSource, method).Warning() << L"get cureent item fail: 0x" << Hex(status);
         return status;
     }
-    if (current == nullptr || FAILED(current->QueryInterface(&item))) {
+    // Deliberate: a window without an item is none of ours, and no error.
+    if (!current || FAILED(current->QueryInterface(&item))) {
         LogLine(kSource, method).Info() << L"Not appointment item.";
         return E_NOINTERFACE;
     }
@@ -45,8 +47,8 @@ void AddIn::OnNewExplorer(Outlook::_Explorer* explorer) {
     if (explorer == nullptr) {
         return;
     }
-    if (const IEventSinkPtr known = sinks_.FindExplorer(explorer); known != nullptr) {
-        known->Advise(explorer); // one that could not be connected is tried again
+    if (const IEventSinkPtr known = sinks_.FindExplorer(explorer)) {
+        known->Advise(explorer); // A sink that could not be connected is tried again.
         return;
     }
     sinks_.AddExplorer(explorer, MakeSink<ExplorerEventsSink>(this, explorer));
@@ -61,20 +63,19 @@ void AddIn::OnNewInspector(Outlook::_InspectorPtr inspector) {
     if (FAILED(GetAppointment(L"AddIn::OnNewInspector", inspector, item))) {
         return;
     }
-    if (const IEventSinkPtr known = sinks_.FindItem(item); known != nullptr) {
-        known->Advise(item); // as for an explorer
+    // Connecting a sink can pump messages, and another window of the item may close meanwhile. So this window is
+    // counted for the item before the item's own sink is looked for: from then on that sink stays as long as this
+    // window.
+    if (const IEventSinkPtr known = sinks_.FindInspector(inspector)) {
+        known->Advise(inspector); // A sink that could not be connected is tried again.
+    } else {
+        sinks_.AddInspector(inspector, MakeSink<InspectorEventsSink>(this, inspector), item);
     }
-    if (const IEventSinkPtr known = sinks_.FindInspector(inspector); known != nullptr) {
-        known->Advise(inspector);
-        return;
+    if (const IEventSinkPtr known = sinks_.FindItem(item)) {
+        known->Advise(item);
+    } else {
+        sinks_.AddItem(item, MakeSink<ItemEventsSink>(this, item));
     }
-    const IEventSinkPtr inspectorSink = MakeSink<InspectorEventsSink>(this, inspector);
-    UnkeptSink unkept(inspectorSink); // the other sink may find no memory
-    // An appointment that stands in a second window has its sink already; another would double its events.
-    // Looked for again: connecting a sink pumps messages, and that other window may have closed meanwhile.
-    const IEventSinkPtr itemSink = sinks_.FindItem(item) != nullptr ? nullptr : MakeSink<ItemEventsSink>(this, item);
-    unkept.Keep(); // the table sees to both now
-    sinks_.AddInspector(inspector, inspectorSink, item, itemSink);
 }
 
 void AddIn::OnInspectorClose(Outlook::_InspectorPtr inspector) {
@@ -135,7 +136,7 @@ bool AddIn::OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item) {
     if (!info.isMeetingItem || connected) {
         return true;
     }
-    const INT_PTR id = ShowDialog(IDD_SYNC_ZH, IDD_SYNC_EN, FindHostWindow(item));
+    const INT_PTR id = ShowDialog(IDD_SYNC_ZH, IDD_SYNC_EN, OwnerWindow(sinks_, application_, item));
     LogLine(kSource, kMethod).Info() << L"id = " << id;
     if (id == IDC_SYNC_NOW) {
         // Guarded by itself: however it ends, this save does not go ahead.
@@ -147,7 +148,7 @@ bool AddIn::OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item) {
 
 bool AddIn::OnAppointmentItemDelete(Outlook::_AppointmentItemPtr /*item*/) {
     // Office asks the callbacks again during the call and may hand over another ribbon then.
-    if (const Outlook::IRibbonUIPtr ribbon = ribbonUI_; ribbon != nullptr) {
+    if (const Outlook::IRibbonUIPtr ribbon = ribbonUI_) {
         Outlook::InvalidateControl(ribbon, ControlIds::kCancelAppointment);
     }
     return true;

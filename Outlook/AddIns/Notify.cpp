@@ -3,6 +3,7 @@
 #include "Outlook/AddIns/LogText.h"
 #include "Outlook/AddIns/Marker.h"
 #include "Outlook/AddIns/ModuleState.h"
+#include "Outlook/AddIns/OwnerWindow.h"
 #include "resources/resource.h"
 #include "support/LogLine.h"
 
@@ -39,6 +40,10 @@ void DropTasks(HWND window) noexcept {
         }
         delete reinterpret_cast<Task*>(message.lParam);
     }
+}
+
+void* CreationParameter(LPARAM creation) noexcept {
+    return creation != 0 ? reinterpret_cast<CREATESTRUCTW*>(creation)->lpCreateParams : nullptr;
 }
 
 } // namespace
@@ -83,31 +88,43 @@ void AddIn::CreateMessageWindow() {
 }
 
 void AddIn::DestroyMessageWindow() {
-    const HWND window = messageWindow_.exchange(nullptr);
+    const HWND window = messageWindow_;
     if (window == nullptr) {
         return;
     }
-    gate_->Wait(); // A notification that has already read the handle still posts.
-    DropTasks(window);
     ::DestroyWindow(window);
     // The class would otherwise outlive the module with a dangling procedure. It stays while another add-in object
     // of this process has a window of it.
     ::UnregisterClassW(kWindowClass, ::GetModuleHandleW(nullptr));
 }
 
+/// The window goes, at the add-in's wish or because another program has closed it: its number may soon be another
+/// window's.
+void AddIn::LoseMessageWindow(HWND window) noexcept {
+    if (!messageWindow_.compare_exchange_strong(window, nullptr)) {
+        return;
+    }
+    gate_->Wait(); // A notification that has already read the handle still posts.
+    DropTasks(window);
+}
+
 LRESULT CALLBACK AddIn::MessageWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
+    auto* owner = static_cast<AddIn*>(::GetPropW(window, kOwnerProperty));
     switch (message) {
     case WM_NCCREATE:
-        if (!::SetPropW(window, kOwnerProperty, reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams)) {
+        // A window has its owner from its creation on: this message can be sent to it by anybody.
+        if (owner == nullptr && !::SetPropW(window, kOwnerProperty, CreationParameter(lParam))) {
             return FALSE; // No window: a task would run on an add-in that nothing keeps alive.
         }
         break;
     case WM_NCDESTROY:
+        if (owner != nullptr) {
+            owner->LoseMessageWindow(window);
+        }
         ::RemovePropW(window, kOwnerProperty);
         break;
     case kRunTask: {
         const std::unique_ptr<Task> task(reinterpret_cast<Task*>(lParam));
-        auto* owner = static_cast<AddIn*>(::GetPropW(window, kOwnerProperty));
         if (task != nullptr && *task && owner != nullptr) {
             // A task can pump messages, and the host may let go of the add-in meanwhile.
             const IUnknownPtr alive(static_cast<IConnect*>(owner));
@@ -136,9 +153,10 @@ INT_PTR CALLBACK AddIn::DialogProc(HWND dialog, UINT message, WPARAM wParam, LPA
     return FALSE;
 }
 
-INT_PTR AddIn::ShowDialog(int chineseId, int englishId, HWND owner) {
+INT_PTR AddIn::ShowDialog(int chineseId, int englishId, const OwnerWindow& owner) {
     const int id = IsChinese() ? chineseId : englishId;
-    return ::DialogBoxParamW(ModuleState::module, MAKEINTRESOURCEW(id), owner, &AddIn::DialogProc, 0);
+    // The owner is asked now: it may have closed since it was found, and a dialog of a closed owner would not appear.
+    return ::DialogBoxParamW(ModuleState::module, MAKEINTRESOURCEW(id), owner.Get(), &AddIn::DialogProc, 0);
 }
 
 void AddIn::NotifyProc(const NotifyData& data) {
@@ -159,11 +177,11 @@ void AddIn::NotifyProc(const NotifyData& data) {
 void AddIn::OnMeetingScheduled(const NotifyData& data) {
     Outlook::_AppointmentItemPtr item;
     // Taken first: the calls below can pump messages, and the next notification must not find this inspector again.
-    if (Outlook::_InspectorPtr inspector = std::exchange(currentInspector_, nullptr); inspector != nullptr) {
+    if (Outlook::_InspectorPtr inspector = std::exchange(currentInspector_, nullptr); inspector) {
         GetAppointItemForInspector(inspector, item);
         Outlook::Close(inspector, Outlook::olDiscard);
     }
-    if (item == nullptr) {
+    if (!item) {
         const HRESULT status = CreateMeetingItem(item);
         if (FAILED(status)) {
             LogLine(kSource, L"AddIn::NotifyProc").Error() << L"Create meeting item fail: 0x" << Hex(status);
@@ -182,8 +200,8 @@ void AddIn::OnMeetingModified(const NotifyData& data) {
     if (data.code != 0) {
         LogLine(kSource, L"AddIn::NotifyProc").Error() << L"Modify meeting fail: " << data.code;
     }
-    if (currentInspector_ != nullptr) {
-        ShowDialog(IDD_UPDATED_ZH, IDD_UPDATED_EN, FindHostWindow(nullptr));
+    if (currentInspector_) {
+        ShowDialog(IDD_UPDATED_ZH, IDD_UPDATED_EN, OwnerWindow(sinks_, application_, nullptr));
     }
 }
 
@@ -195,10 +213,10 @@ void AddIn::OnMeetingCancelled(const NotifyData& data) {
 
 void AddIn::OnMeetingChanged(const NotifyData& data) {
     Outlook::_AppointmentItemPtr item;
-    if (FAILED(GetAppointItemFromEntryId(data.confOutlookId, item)) || item == nullptr) {
+    if (FAILED(GetAppointItemFromEntryId(data.confOutlookId, item)) || !item) {
         return; // The lookup has logged it.
     }
     PutMeeting(item, data);
     // The user saves it.
-    ShowDialog(IDD_UPDATED_ZH, IDD_UPDATED_EN, FindHostWindow(item));
+    ShowDialog(IDD_UPDATED_ZH, IDD_UPDATED_EN, OwnerWindow(sinks_, application_, item));
 }

@@ -58,7 +58,7 @@ HRESULT GetModulePath(std::wstring& path) {
     }
 }
 
-/// Deletes a tree or a key; one that is not there counts as deleted.
+/// The status of a deletion's result; a key that was not there counts as deleted.
 HRESULT ToDeletionStatus(LSTATUS result) {
     return result == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(result);
 }

@@ -128,6 +128,7 @@ HRSRC AddIn::GetRscByRibbonID(const std::wstring& ribbonId) {
 }
 
 std::wstring AddIn::GetControlId(IDispatch* control) {
+    // Deliberate: an object that is no ribbon control ends the callback with E_POINTER, as any null object does.
     Outlook::IRibbonControlPtr ribbonControl;
     control->QueryInterface(&ribbonControl);
     _bstr_t id;
@@ -154,7 +155,7 @@ HRESULT AddIn::GetInspectorForRibbon(IDispatch* control, Outlook::_InspectorPtr&
         LogLine(kSource, kMethod).Error() << L"get context fail: 0x" << Hex(status);
         return status;
     }
-    if (context == nullptr) {
+    if (!context) {
         return status;
     }
     // On the explorer's ribbon the context is an explorer, so this fails there by design.
@@ -168,10 +169,10 @@ HRESULT AddIn::GetInspectorForRibbon(IDispatch* control, Outlook::_InspectorPtr&
 /// @return true when the control stands in the window of an appointment; `inspector` may be set without.
 bool AddIn::GetAppointItemForRibbon(IDispatch* control, Outlook::_InspectorPtr& inspector,
                                     Outlook::_AppointmentItemPtr& item) {
-    if (FAILED(GetInspectorForRibbon(control, inspector)) || inspector == nullptr) {
+    if (FAILED(GetInspectorForRibbon(control, inspector)) || !inspector) {
         return false;
     }
-    return SUCCEEDED(GetAppointItemForInspector(inspector, item)) && item != nullptr;
+    return SUCCEEDED(GetAppointItemForInspector(inspector, item)) && item;
 }
 
 HRESULT AddIn::GetLabel(IDispatch* control, BSTR* label) noexcept {
@@ -282,10 +283,10 @@ HRESULT AddIn::Act(IDispatch* control) {
     if (GetAppointItemForRibbon(control, inspector, item)) {
         GetMeetingInfo(item, info);
     }
-    if (id == ControlIds::kBookAppointment && item != nullptr && info.confOutlookId.empty()) {
+    if (id == ControlIds::kBookAppointment && item && info.confOutlookId.empty()) {
         SetAppointmentItemFlag(item, Marker::kFlag, true); // the add-in's own before the schedule runs
     }
-    if (id == ControlIds::kCancelAppointment && item != nullptr) {
+    if (id == ControlIds::kCancelAppointment && item) {
         Outlook::Delete(item); // What follows is the item's before-delete event.
         return S_OK;
     }

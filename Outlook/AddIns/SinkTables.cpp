@@ -13,13 +13,6 @@ IUnknown* Identity(IUnknown* object) {
     return identity;
 }
 
-void Disconnect(const IEventSinkPtr& sink) {
-    if (sink != nullptr) {
-        sink->Unadvise();
-        MuteSink(sink); // An event that is under way further up the stack must not reach the add-in later.
-    }
-}
-
 } // namespace
 
 IEventSinkPtr SinkTables::FindExplorer(IUnknown* explorer) const {
@@ -46,32 +39,34 @@ void SinkTables::AddExplorer(IUnknown* explorer, const IEventSinkPtr& sink) {
 
 void SinkTables::RemoveExplorer(IUnknown* explorer) {
     if (const auto entry = explorers_.extract(Identity(explorer)); !entry.empty()) {
-        Disconnect(entry.mapped());
+        DisconnectSink(entry.mapped());
     }
 }
 
-void SinkTables::AddInspector(IUnknown* inspector, const IEventSinkPtr& inspectorSink, IUnknown* item,
-                              const IEventSinkPtr& itemSink) {
-    UnkeptSink unkeptItem(itemSink);
-    UnkeptSink unkeptInspector(inspectorSink);
-    IUnknown* itemIdentity = Identity(item);
-    const auto [window, isNewWindow] =
-        inspectors_.try_emplace(Identity(inspector), InspectorEntry{inspectorSink, itemIdentity});
-    if (!isNewWindow) {
+void SinkTables::AddInspector(IUnknown* inspector, const IEventSinkPtr& sink, IUnknown* item) {
+    UnkeptSink unkept(sink);
+    // Both first: asking for an identity calls the host, and the tables must not change between the steps below.
+    const IUnknownPtr itemIdentity = Identity(item);
+    IUnknown* const inspectorIdentity = Identity(inspector);
+    const auto [window, isNew] = inspectors_.try_emplace(inspectorIdentity, InspectorEntry{sink, itemIdentity});
+    if (!isNew) {
         return;
     }
-    bool isNewItem = false;
     try {
-        const auto [entry, isNew] = items_.try_emplace(itemIdentity, ItemEntry{itemSink, 0});
-        ++entry->second.inspectors;
-        isNewItem = isNew;
+        ++items_.try_emplace(itemIdentity, ItemEntry{itemIdentity, nullptr, 0}).first->second.inspectors;
     } catch (...) {
         inspectors_.erase(window); // half an entry would later count against another window of the item
         throw;
     }
-    unkeptInspector.Keep();
-    if (isNewItem) {
-        unkeptItem.Keep();
+    unkept.Keep();
+}
+
+void SinkTables::AddItem(IUnknown* item, const IEventSinkPtr& sink) {
+    UnkeptSink unkept(sink);
+    const auto found = items_.find(Identity(item));
+    if (found != items_.end() && !found->second.sink) {
+        found->second.sink = sink;
+        unkept.Keep();
     }
 }
 
@@ -81,7 +76,7 @@ IUnknown* SinkTables::RemoveInspector(IUnknown* inspector) {
         return nullptr;
     }
     IUnknown* const item = entry.mapped().item;
-    Disconnect(entry.mapped().sink);
+    DisconnectSink(entry.mapped().sink);
     return item;
 }
 
@@ -91,7 +86,7 @@ void SinkTables::RemoveItem(IUnknown* itemIdentity) {
         return;
     }
     const auto entry = items_.extract(found);
-    Disconnect(entry.mapped().sink);
+    DisconnectSink(entry.mapped().sink);
 }
 
 void SinkTables::Mute() {
@@ -111,12 +106,12 @@ void SinkTables::Clear() {
     const auto inspectors = std::exchange(inspectors_, {});
     const auto items = std::exchange(items_, {});
     for (const auto& [explorer, sink] : explorers) {
-        Disconnect(sink);
+        DisconnectSink(sink);
     }
     for (const auto& [inspector, entry] : inspectors) {
-        Disconnect(entry.sink);
+        DisconnectSink(entry.sink);
     }
     for (const auto& [item, entry] : items) {
-        Disconnect(entry.sink);
+        DisconnectSink(entry.sink);
     }
 }

@@ -20,10 +20,11 @@ public:
     /// Disconnects the explorer's sink and forgets it.
     void RemoveExplorer(IUnknown* explorer);
 
-    /// Keeps the sinks of an inspector and of the item in it. An item that another inspector shows as well keeps the
-    /// sink it has; `itemSink` may be null then. As with explorers, what is known already stays.
-    void AddInspector(IUnknown* inspector, const IEventSinkPtr& inspectorSink, IUnknown* item,
-                      const IEventSinkPtr& itemSink);
+    /// Keeps an inspector's sink and counts the inspector for the item that it shows. As with explorers, a sink that is
+    /// known already stays.
+    void AddInspector(IUnknown* inspector, const IEventSinkPtr& sink, IUnknown* item);
+    /// Keeps an item's sink, unless the item has one or its last inspector has gone.
+    void AddItem(IUnknown* item, const IEventSinkPtr& sink);
     /// Disconnects the inspector's sink and forgets it. @return the identity of its item for `RemoveItem`, null when
     /// the inspector is not known; not a counted reference, and only to be compared.
     IUnknown* RemoveInspector(IUnknown* inspector);
@@ -38,13 +39,15 @@ public:
     size_t Size() const noexcept { return explorers_.size() + inspectors_.size() + items_.size(); }
 
 private:
-    // Keys are identities. A sink keeps its source, and so the key, alive while the entry exists.
+    // Keys are identities. A sink keeps its source, and so the key, alive while the entry exists; an item's entry does
+    // so itself, as its sink comes later than the entry.
     struct InspectorEntry {
         IEventSinkPtr sink;
         IUnknown* item;
     };
     struct ItemEntry {
-        IEventSinkPtr sink;
+        IUnknownPtr item;
+        IEventSinkPtr sink; // null until it is connected
         size_t inspectors;
     };
     std::map<IUnknown*, IEventSinkPtr> explorers_;

@@ -124,6 +124,9 @@ HRESULT DispatchObject::Counted(const wchar_t* member, REFIID iid, Body&& body) 
     const auto failure = core_->calls.Begin(record);
     record.result = failure ? failure->status : body();
     core_->calls.End(record);
+    if (core_->observer) {
+        core_->Tell(StepKind::Call, record.Text());
+    }
     return record.result;
 }
 

@@ -59,6 +59,24 @@ void Inspector::Activate() {
     window_->Show(true);
 }
 
+bool Inspector::EndUnseen() {
+    if (displayed_ || closed_ || closing_ || host_.habits().distinctPointers) {
+        return false;
+    }
+    {
+        const std::lock_guard hold(host_.Core()->livingLock);
+        if (host_.Core()->living.contains(this)) {
+            return false;
+        }
+    }
+    const InspectorPtr self = shared_from_this();
+    closed_ = true;
+    item_->LetGoOfInspector(*this);
+    window_.reset();
+    host_.Remove(*this);
+    return true;
+}
+
 bool Inspector::Close(OlInspectorClose mode) {
     if (closed_ || closing_ || closePending_) {
         return true;

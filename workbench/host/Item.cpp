@@ -98,7 +98,7 @@ bool Item::Close(OlInspectorClose mode) {
 
 InspectorPtr Item::GetInspector() {
     InspectorPtr inspector = inspector_.lock();
-    if (!inspector) {
+    if (!inspector || inspector->EndUnseen()) {
         inspector = host_.MakeInspector(shared_from_this());
     }
     return inspector;

@@ -81,6 +81,9 @@ public:
     bool Close(OlInspectorClose mode);
     /// After a send or delete: no Close(Cancel) of the item, no question.
     void CloseWithoutAsking();
+    /// Ends an inspector that was never displayed and that nobody holds, without events. @return whether it did. Not
+    /// with Habits::distinctPointers, which leaves no way to know who holds it.
+    bool EndUnseen();
     /// For Habits::closeInsideRelease: delivers a Close that is due. @return whether one was.
     bool DeliverPendingClose();
 

@@ -1,4 +1,5 @@
 #include "tests/Outlook/AddIns/AddInFixture.h"
+#include "workbench/gauges/ImportPatch.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -273,6 +274,32 @@ TEST_F(RibbonPress, WithoutAClientTheUserIsAskedToLogIn) {
                                        Contains("Inf AddIn::ActionTask action result: 0xa0080001")));
         }
     }
+}
+
+namespace {
+InspectorPtr g_closedByLaunch;
+
+HINSTANCE WINAPI CloseInsteadOfLaunch(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, INT) {
+    std::exchange(g_closedByLaunch, nullptr)->CloseWithoutAsking();
+    return nullptr;
+}
+} // namespace
+
+TEST_F(RibbonPress, TheUserIsAskedToLogInAlthoughTheWindowHasClosed) {
+    Load();
+    // The link to the client takes the function's address when it starts.
+    ASSERT_NE(gauges::PatchImport(::GetModuleHandleW(L"OutlookAddIn.dll"), "ShellExecuteW",
+                                  reinterpret_cast<void*>(&CloseInsteadOfLaunch)),
+              nullptr);
+    Host().OpenExplorer();
+    ASSERT_THAT(AddIn().Connect(), IsStatus(S_OK));
+    g_closedByLaunch = OpenAppointment(false)->OpenedInspector();
+    const HWND owner = g_closedByLaunch->Window();
+    DialogResponder user(IDCANCEL);
+    AppointmentRibbon().Press(L"BookMeetingAppointment");
+    EXPECT_TRUE(PumpUntil([&] { return user.Done(); }, kDeadline));
+    EXPECT_FALSE(::IsWindow(owner));
+    EXPECT_NE(user.Last().owner, owner);
 }
 
 TEST_F(RibbonPress, OnceTheClientIsUpTheNextPressReachesIt) {

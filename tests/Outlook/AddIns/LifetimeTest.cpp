@@ -139,6 +139,29 @@ TEST_F(Lifetime, TasksThatWaitAreDroppedWithTheConnection) {
     EXPECT_THAT(Client().Messages(), IsEmpty());
 }
 
+TEST_F(Lifetime, AMessageWindowThatAnotherProgramClosesIsForgotten) {
+    Connect();
+    StartClient();
+    const HWND window = MessageWindow();
+    // A stranger's creation message does not change the owner.
+    CREATESTRUCTW forged = {};
+    ::SendMessageW(window, WM_NCCREATE, 0, 0);
+    ::SendMessageW(window, WM_NCCREATE, 0, reinterpret_cast<LPARAM>(&forged));
+    EXPECT_EQ(::GetPropW(window, L"nbm_addin_inst"), AddIn().Object());
+    ExpectAlive();
+    OpenAppointment(true, kOurs);
+    AppointmentRibbon().Press(L"ModifyMeeetingAppointment"); // a task that holds the item; the fixture looks for it
+    ::SendMessageW(window, WM_CLOSE, 0, 0);
+    EXPECT_FALSE(::IsWindow(window));
+    EXPECT_THAT(AppointmentRibbon().Press(L"ModifyMeeetingAppointment"), IsStatus(S_OK))
+        << "lost, as nobody can run it";
+    NotifyNobody();
+    // The next connection makes a window of its own, which the last one's end leaves alone.
+    EXPECT_EQ(AddIn().Connect(workbench::kExternal), S_OK);
+    EXPECT_NE(MessageWindow(), nullptr);
+    EXPECT_TRUE(NothingWasSent());
+}
+
 TEST_F(Lifetime, ATaskThatWaitsIsNotRunByAnObjectThatEnds) {
     HostOptions options;
     options.habits.fastShutdown = true;

@@ -284,6 +284,41 @@ TEST_F(ChangedMeeting, AnAppointmentThatIsNotOpenIsUpdatedToo) {
     EXPECT_FALSE(item->Displayed());
 }
 
+TEST_F(ChangedMeeting, AnAppointmentThatIsNotOpenIsNotFollowedAfterwards) {
+    Connect();
+    StartClient();
+    std::vector<ItemPtr> items;
+    for (int i = 0; i < 10; ++i) {
+        items.push_back(OpenAppointment(true, kOurs));
+        items.back()->Close(workbench::kCloseDiscard);
+    }
+    const auto sinks = Host().AdvisedSinks();
+    const auto held = Host().Objects().Outstanding();
+    DialogResponder user(std::vector<int>(100, IDCANCEL));
+    for (int i = 0; i < 100; ++i) {
+        Notify(Changed(items[i % items.size()]->EntryId()));
+    }
+    EXPECT_TRUE(PumpUntil([&] { return user.Done() && workbench::FindDialogs().empty(); }, kDeadline));
+    PumpFor(30);
+    EXPECT_EQ(Host().AdvisedSinks(), sinks);
+    EXPECT_EQ(Host().Objects().Outstanding(), held);
+    EXPECT_EQ(items[0]->Display()->Events().SinkCount(), 1u) << "opened by the user, it is followed again";
+}
+
+TEST_F(ChangedMeeting, AWindowThatTheUserOpensMeanwhileIsFollowed) {
+    Connect();
+    StartClient();
+    const ItemPtr item = OpenAppointment(true, kOurs);
+    item->Close(workbench::kCloseDiscard);
+    DialogResponder user(IDCANCEL);
+    user.whileOpen = [&](const workbench::DialogSeen&) { item->Display(); };
+    Notify(Changed(item->EntryId()));
+    EXPECT_TRUE(PumpUntil([&] { return user.Done() && workbench::FindDialogs().empty(); }, kDeadline));
+    PumpFor(30);
+    EXPECT_EQ(item->Events().SinkCount(), 1u);
+    EXPECT_EQ(item->OpenedInspector()->Events().SinkCount(), 1u);
+}
+
 TEST_F(ChangedMeeting, WhatNoStoreKnowsChangesNothing) {
     struct Case {
         const char* name;

@@ -106,6 +106,33 @@ TEST_F(Identity, NewMeetingInTwoWindowsIsSettledAtTheFirstClose) {
     EXPECT_EQ(item->Events().SinkCount(), 0u);
 }
 
+TEST_F(Identity, ItemWhoseOtherWindowClosesWhileItsNewOneIsConnectedKeepsASink) {
+    HostOptions options;
+    options.habits.countQueryInterface = true; // so that the queries are told
+    Connect(options);
+    const ItemPtr item = OpenAppointment(true, kKnownMeeting);
+    const InspectorPtr first = item->OpenedInspector();
+    for (size_t step = 1;; ++step) { // it closes at each call of the connection in turn
+        SCOPED_TRACE(step);
+        const InspectorPtr closing = item->OpenedInspector();
+        size_t seen = 0;
+        Host().Observe([&](const workbench::Step& told) {
+            if (told.kind == workbench::StepKind::Call && ++seen == step) {
+                closing->CloseWithoutAsking();
+            }
+        });
+        const InspectorPtr second = Host().MakeInspector(item);
+        Host().Observe(nullptr);
+        second->Display();
+        EXPECT_EQ(item->Events().SinkCount(), 1u);
+        if (!closing->Closed()) {
+            EXPECT_GT(step, 5u);
+            break;
+        }
+    }
+    EXPECT_TRUE(first->Closed());
+}
+
 TEST_F(Identity, WindowAnnouncedTwiceHasOneSink) {
     Connect();
     const ItemPtr item = OpenAppointment(true, kKnownMeeting);

@@ -58,6 +58,50 @@ const std::vector<Kind>& Kinds() {
     return kinds;
 }
 
+/// A source of events with two bad habits: it may have no connection point, and it fires while a sink disconnects.
+class OddSource final : public IConnectionPointContainer, public IConnectionPoint {
+public:
+    bool hasPoint = true; // without one FindConnectionPoint succeeds all the same, with null
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) noexcept override {
+        // It passes for each of the host's objects: nothing but their identity is asked for here.
+        *object = riid == IID_IConnectionPoint ? static_cast<IUnknown*>(static_cast<IConnectionPoint*>(this))
+                                               : static_cast<IConnectionPointContainer*>(this);
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return ++references; }
+    ULONG STDMETHODCALLTYPE Release() noexcept override { return --references; }
+    HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID, IConnectionPoint** point) noexcept override {
+        *point = hasPoint ? this : nullptr;
+        references += hasPoint ? 1 : 0;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Advise(IUnknown* sink, DWORD* cookie) noexcept override {
+        sink_ = DispatchPtr(sink);
+        *cookie = 1;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Unadvise(DWORD) noexcept override {
+        constexpr DISPID kClose = 0xF008;
+        DISPPARAMS none = {};
+        sink_->Invoke(kClose, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr);
+        sink_ = nullptr;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints**) noexcept override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetConnectionInterface(IID*) noexcept override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetConnectionPointContainer(IConnectionPointContainer**) noexcept override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections**) noexcept override { return E_NOTIMPL; }
+
+    ULONG references = 0;
+
+private:
+    DispatchPtr sink_;
+};
+
 class Sinks : public SinkFixture {};
 
 } // namespace
@@ -153,6 +197,29 @@ TEST_F(Sinks, SourceThatRefusesTheConnectionCanBeTriedAgain) {
         }
     }
     host_->ClearFailures();
+}
+
+TEST_F(Sinks, SuccessWithoutAConnectionPointIsAFailedConnection) {
+    OddSource source;
+    source.hasPoint = false;
+    for (const Kind& kind : Kinds()) {
+        SCOPED_TRACE(kind.name);
+        IEventSinkPtr sink = kind.make(addIn_, static_cast<IConnectionPoint*>(&source));
+        EXPECT_TRUE(FAILED(sink->Advise(static_cast<IConnectionPoint*>(&source))));
+        EXPECT_THAT(sink->Unadvise(), IsStatus(S_OK));
+        sink = nullptr;
+        EXPECT_EQ(source.references, 0u);
+    }
+}
+
+TEST_F(Sinks, EventInsideTheDisconnectionReachesNobody) {
+    OddSource source;
+    IEventSinkPtr sink = MakeSink<InspectorEventsSink>(addIn_, static_cast<IConnectionPoint*>(&source));
+    DisconnectSink(sink);
+    sink = nullptr;
+    EXPECT_EQ(source.references, 0u);
+    EXPECT_THAT(LogTexts(L"InspectorEventsSink::Invoke"), ElementsAre(L"2 DispId: 61448"))
+        << "the add-in would ask for the item of a window that is null";
 }
 
 TEST_F(Sinks, EventsThatDoNotMatterAreNotImplementedAndNotLogged) {
