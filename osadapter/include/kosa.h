@@ -156,7 +156,8 @@ int KOSA_MkDir(const char* path, int mode);
 
 /** Makes every missing level of a path. A path without "/" and "\" is taken for a level that exists. A leading "/" is
  *  kept. A leading "\" is not, nor is the "//" of a network path: what follows is made below the current directory.
- *  @param mode ignored. @return 0, also when a level could not be made; -1 for an empty path or exhausted memory. */
+ *  @param mode ignored. @return 0, also when the system refuses a level; -1 for an empty path and when a level's path
+ *  is unconvertible, also for lack of memory. The levels before it may have been made. */
 int KOSA_MkDir_P(const char* path, int mode);
 
 /** Removes an empty directory. @return 0 or -1. */
@@ -206,11 +207,12 @@ typedef struct KosaDirEntry {
  *  @return the handle, closed with KOSA_CloseDir; null when the directory cannot be listed. */
 KosaDir* KOSA_OpenDir(const char* path);
 
-/** Steps to the next entry, "." and ".." included. @return the entry; null at the end or for a null handle. */
+/** Steps to the next entry, "." and ".." included. @return the entry; null at the end, when the step fails and for a
+ *  null handle. KOSA_ScanDir tells the end from a failure. */
 KosaDirEntry* KOSA_ReadDir(KosaDir* directory);
 
-/** The same in the shape of readdir_r. @param storage not used, may be null. @param entry gets the entry, null at the
- *  end. @return 0, also at the end; -1 for a null handle or a null entry pointer. */
+/** The same in the shape of readdir_r. @param storage not used, may be null. @param entry gets what KOSA_ReadDir
+ *  returns. @return 0, also without an entry; -1 for a null handle or a null entry pointer. */
 int KOSA_ReadDir_S(KosaDir* directory, KosaDirEntry* storage, KosaDirEntry** entry);
 
 /** Ends the listing and frees the handle. @return 0; -1 for a null handle or when the system's handle did not close. */
@@ -237,7 +239,8 @@ typedef int (*KosaDirCompare)(const void* a, const void* b);
 /** Lists a directory at once, "." and ".." included, up to 1024 kept entries.
  *  @param list gets an array of pointers to entries, freed with KOSA_DestoryNameList; null when none was kept,
  *  untouched on failure. A name is a copy of 256 bytes: a longer one is cut there, also within a character.
- *  @param filter null keeps all. @param compare null leaves the system's order. @return the count or -1. */
+ *  @param filter null keeps all. @param compare null leaves the system's order, and so do entries that compare equal.
+ *  @return the count; -1 for null, when the directory cannot be listed to its end and when memory is exhausted. */
 int KOSA_ScanDir(const char* path, KosaDirEntry*** list, KosaDirFilter filter, KosaDirCompare compare);
 
 /** Frees a list of KOSA_ScanDir with its names. @param count what KOSA_ScanDir returned. Nothing for null. */
@@ -246,7 +249,7 @@ void KOSA_DestoryNameList(KosaDirEntry** list, int count);
 /** For KOSA_ScanDir: by name in the runtime's locale. @return -1 when a is null, 1 when b is, else strcoll's answer. */
 int KOSA_Alphasort(const void* a, const void* b);
 
-/** For KOSA_ScanDir: every order is equal. @return -1 when a is null, 1 when b is, else 0. */
+/** For KOSA_ScanDir: leaves the system's order. @return -1 when a is null, 1 when b is, else 0. */
 int KOSA_Versionsort(const void* a, const void* b);
 
 /* ---- Devices ---- */

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <direct.h>
 #include <stdlib.h>
 
 #include <cerrno>
@@ -57,6 +58,19 @@ bool TakeName(KosaDir& directory) noexcept {
     return directory.name != nullptr;
 }
 
+enum class Step { Entry, End, Error };
+
+Step NextEntry(KosaDir& directory) noexcept {
+    if (directory.firstPending) {
+        directory.firstPending = false;
+        return Step::Entry;
+    }
+    if (!::FindNextFileW(directory.find.Get(), &directory.data)) {
+        return ::GetLastError() == ERROR_NO_MORE_FILES ? Step::End : Step::Error;
+    }
+    return TakeName(directory) ? Step::Entry : Step::Error;
+}
+
 constexpr int kMaxEntries = 1024;
 constexpr size_t kNameBytes = 256;
 
@@ -68,6 +82,39 @@ struct DirClose {
     }
 };
 using UniqueListing = std::unique_ptr<KosaDir, DirClose>;
+
+/// A list element while it is sorted. The entry comes first: the comparison is given pointers to it.
+struct SortedRow {
+    KosaDirEntry* entry;
+    KosaDirCompare compare;
+    int place; // in the list so far
+};
+
+/// The runtime's qsort may swap elements that compare equal, so the place decides between those.
+int CompareRows(const void* a, const void* b) noexcept {
+    const SortedRow& first = *static_cast<const SortedRow*>(a);
+    const SortedRow& second = *static_cast<const SortedRow*>(b);
+    const int order = first.compare(&first.entry, &second.entry);
+    return order != 0 ? order : first.place - second.place;
+}
+
+/// @return false when memory is exhausted.
+bool Sort(KosaDirEntry** list, int count, KosaDirCompare compare) noexcept {
+    const size_t used = static_cast<size_t>(count);
+    const std::unique_ptr<SortedRow[], AdapterFree> rows(
+        static_cast<SortedRow*>(KOSA_MemMallocD(static_cast<uint32_t>(used * sizeof(SortedRow)), __LINE__, kUnit)));
+    if (rows == nullptr) {
+        return false;
+    }
+    for (int place = 0; place < count; ++place) {
+        rows[place] = {list[place], compare, place};
+    }
+    qsort(rows.get(), used, sizeof(SortedRow), CompareRows);
+    for (int place = 0; place < count; ++place) {
+        list[place] = rows[place].entry;
+    }
+    return true;
+}
 
 /// The list while it grows. What it holds is freed unless it is handed over.
 class NameTable {
@@ -99,25 +146,22 @@ public:
         return true;
     }
 
-    /// Gives what is not used back and hands the list over. @return false when memory is exhausted.
-    bool HandOver(KosaDirCompare compare, KosaDirEntry**& list, int& count) noexcept {
-        const size_t used = static_cast<size_t>(count_);
-        if (used == 0) {
+    /// Sorts the list, frees the unused slots and hands the list over. @return the count; -1 when memory is exhausted.
+    int HandOver(KosaDirCompare compare, KosaDirEntry**& list) noexcept {
+        if (count_ == 0) {
             list = nullptr;
-            count = 0;
-            return true;
+            return 0;
         }
-        void* const reduced = realloc(slots_, used * sizeof(KosaDirEntry*));
+        if (compare != nullptr && !Sort(slots_, count_, compare)) {
+            return -1;
+        }
+        void* const reduced = realloc(slots_, static_cast<size_t>(count_) * sizeof(KosaDirEntry*));
         if (reduced == nullptr) {
-            return false;
+            return -1;
         }
         slots_ = nullptr;
         list = static_cast<KosaDirEntry**>(reduced);
-        count = count_;
-        if (compare != nullptr) {
-            qsort(list, used, sizeof(KosaDirEntry*), compare);
-        }
-        return true;
+        return count_;
     }
 
 private:
@@ -133,7 +177,8 @@ const char* NameOf(const void* element) noexcept {
 constexpr char kSeparators[] = "/\\";
 
 /// Makes every level below what `prefix` holds already. @param prefix room for the path and two bytes more.
-void MakeLevels(const char* path, char* prefix, size_t length, int mode) noexcept {
+/// @return false when a level's path cannot be converted.
+bool MakeLevels(const char* path, char* prefix, size_t length) noexcept {
     for (const char* part = path; *part != '\0';) {
         const size_t partLength = strcspn(part, kSeparators);
         if (partLength > 0) {
@@ -141,11 +186,16 @@ void MakeLevels(const char* path, char* prefix, size_t length, int mode) noexcep
             length += partLength;
             prefix[length++] = '/';
             prefix[length] = '\0';
-            KOSA_MkDir(prefix, mode); // fails for every level that is there already
+            const UniqueText<wchar_t> level = ToWidePath(prefix);
+            if (level == nullptr) {
+                return false;
+            }
+            _wmkdir(level.get()); // fails for every level that exists already
         }
         part += partLength;
         part += *part != '\0' ? 1 : 0;
     }
+    return true;
 }
 
 } // namespace
@@ -168,17 +218,7 @@ KosaDir* KOSA_OpenDir(const char* path) {
 }
 
 KosaDirEntry* KOSA_ReadDir(KosaDir* directory) {
-    if (directory == nullptr) {
-        return nullptr;
-    }
-    if (directory->firstPending) {
-        directory->firstPending = false;
-        return &directory->entry;
-    }
-    if (!::FindNextFileW(directory->find.Get(), &directory->data) || !TakeName(*directory)) {
-        return nullptr;
-    }
-    return &directory->entry;
+    return directory != nullptr && NextEntry(*directory) == Step::Entry ? &directory->entry : nullptr;
 }
 
 int KOSA_ReadDir_S(KosaDir* directory, KosaDirEntry* /*storage*/, KosaDirEntry** entry) {
@@ -219,20 +259,17 @@ int KOSA_ScanDir(const char* path, KosaDirEntry*** list, KosaDirFilter filter, K
     if (listing == nullptr || !table) {
         return -1;
     }
-    while (!table.IsFull()) {
-        const KosaDirEntry* const entry = KOSA_ReadDir(listing.get());
-        if (entry == nullptr) {
-            break;
-        }
-        if (filter != nullptr && filter(entry) == 0) {
-            continue;
-        }
-        if (!table.Add(entry->name)) {
+    Step step = Step::Entry;
+    while (!table.IsFull() && (step = NextEntry(*listing)) == Step::Entry) {
+        const KosaDirEntry& entry = listing->entry;
+        if ((filter == nullptr || filter(&entry) != 0) && !table.Add(entry.name)) {
             return -1;
         }
     }
-    int count = -1;
-    return table.HandOver(compare, *list, count) ? count : -1;
+    if (step == Step::Error) {
+        return -1;
+    }
+    return table.HandOver(compare, *list);
 }
 
 void KOSA_DestoryNameList(KosaDirEntry** list, int count) {
@@ -265,7 +302,7 @@ int KOSA_Versionsort(const void* a, const void* b) {
     return NameOf(b) == nullptr ? 1 : 0;
 }
 
-int KOSA_MkDir_P(const char* path, int mode) {
+int KOSA_MkDir_P(const char* path, int /*mode*/) {
     if (IsEmptyText(path)) {
         return -1;
     }
@@ -286,7 +323,6 @@ int KOSA_MkDir_P(const char* path, int mode) {
     // directory; and only a leading "/" is kept, a leading "\" is not.
     const bool keepsRoot = *path == '/' && strstr(path, "//") == nullptr;
     prefix[0] = keepsRoot ? '/' : '\0';
-    MakeLevels(path, prefix.get(), keepsRoot ? 1 : 0, mode);
-    // Deliberate: success whatever the last level came to; callers find out when they use the directory.
-    return 0;
+    // Deliberate: success also when the last level could not be made; callers see it when they use the directory.
+    return MakeLevels(path, prefix.get(), keepsRoot ? 1 : 0) ? 0 : -1;
 }
