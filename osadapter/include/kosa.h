@@ -4,8 +4,7 @@
  * Conventions, unless a function says otherwise:
  *  - Texts and paths are narrow, zero-terminated UTF-8; sizes are in bytes and count the terminator.
  *  - 0 is success and -1 is failure. Null arguments are accepted and answered with the failure value. Nothing throws.
- *  - "Empty" is null or "". A path is unconvertible when it is "" or when memory is exhausted; some functions answer
- *    that with 1 instead of -1.
+ *  - "Empty" is null or "". Some functions answer 1 instead of -1 for an unconvertible path, see below.
  *  - `errno` is what the wrapped runtime call left; giving converted paths back does not change it. Read it with
  *    KOSA_GetLastErr: a program may be built with a runtime other than the library's.
  *  - Streams, descriptors and memory belong to the library's runtime: hand them to functions of this family only.
@@ -23,6 +22,15 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/*
+ * Paths
+ *
+ * A path goes to the system in UTF-16. Each UTF-8 sequence becomes one 16-bit unit, so a character above U+FFFF loses
+ * its high bits: U+12345 names the file U+2345. Sequences are not validated. A path is unconvertible when it is "",
+ * when a character in it has 16 zero bits at its low end (U+20000, or the bytes C0 80), and when memory is exhausted.
+ * A path may have up to 259 units. The system and the runtime decide about longer ones; usually the call fails.
+ */
 
 /* ---- Descriptors ---- */
 

@@ -17,7 +17,8 @@ struct AdapterFree {
 template <class Unit>
 using UniqueText = std::unique_ptr<Unit[], AdapterFree>;
 
-/// Converts a UTF-8 path. @return zero-terminated; null for a null or empty path and when memory is exhausted.
+/// Converts a UTF-8 path. @return zero-terminated; null for a null or empty path, for a path with a character that
+/// becomes a zero unit, and when memory is exhausted.
 UniqueText<wchar_t> ToWidePath(const char* path) noexcept;
 
 /// Converts a name or path of the system. @return zero-terminated; null for null and when memory is exhausted.

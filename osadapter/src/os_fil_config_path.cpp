@@ -13,6 +13,7 @@
 #include <wchar.h>
 
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -42,10 +43,13 @@ UniqueText<wchar_t> ToWidePath(const char* path) noexcept {
     }
     const size_t units = path_encoding::CountUnits(path);
     UniqueText<wchar_t> wide = NewText<wchar_t>(units);
-    if (wide != nullptr) {
-        path_encoding::DecodeUtf8(path, wide.get(), units);
+    if (wide == nullptr) {
+        return nullptr;
     }
-    return wide;
+    // U+20000, cut to 16 bits, is the terminator. The system would take what stands before it for the whole path, and
+    // KOSA_Remove would remove another file.
+    const size_t stored = path_encoding::DecodeUtf8(path, wide.get(), units);
+    return wmemchr(wide.get(), L'\0', stored) == nullptr ? std::move(wide) : nullptr;
 }
 
 UniqueText<char> ToNarrowPath(const wchar_t* path) noexcept {

@@ -184,6 +184,48 @@ TEST(AdapterAnswers, TextsAndConversions) {
     EXPECT_EQ(KOSA_GetLastSocketErr(), 10035);
 }
 
+// A sequence whose value has 16 zero bits at its low end would end the path there: another file would be meant.
+TEST(AdapterAnswers, RefuseAPathWithAZeroUnit) {
+    const TempFolder folder;
+    folder.Write("keep", "1");
+    std::filesystem::create_directory(folder.Path() / "folder");
+    const std::string other = folder.Utf8("other");
+    KosaStat status;
+    uint32_t size = 0;
+    KosaDirEntry** list = nullptr;
+    for (const char* end : {"\xF0\xA0\x80\x80.txt", "\xC0\x80", "\xE0\x80\x80x", "\xFC"}) { // the first is U+20000
+        SCOPED_TRACE(testing::PrintToString(end));
+        const std::string zeroFile = folder.Utf8("keep") + end;
+        const std::string zeroFolder = folder.Utf8("folder") + end;
+        const char* const file = zeroFile.c_str();
+        const char* const directory = zeroFolder.c_str();
+        ExpectAnswers({
+            {"Access", [&] { return KOSA_Access(file, 0); }, 1},
+            {"Creat", [&] { return KOSA_Creat(file, 0); }, 1},
+            {"Open", [&] { return KOSA_Open(file, 0, 0); }, 1},
+            {"Fopen", [&] { return AsNumber(KOSA_Fopen(file, "w")); }, 0},
+            {"Fopen mode", [&] { return AsNumber(KOSA_Fopen(other.c_str(), ("w" + std::string(end)).c_str())); }, 0},
+            {"Rename", [&] { return KOSA_Rename(file, other.c_str()); }, 1},
+            {"Rename to", [&] { return KOSA_Rename(folder.Utf8("keep").c_str(), file); }, 1},
+            {"CopyFile", [&] { return KOSA_CopyFile(file, other.c_str()); }, 1},
+            {"CopyFile to", [&] { return KOSA_CopyFile(other.c_str(), file); }, 1},
+            {"Stat", [&] { return KOSA_Stat(file, &status); }, 1},
+            {"GetFileSize", [&] { return KOSA_GetFileSize(file, &size); }, 1},
+            {"Remove", [&] { return KOSA_Remove(file); }, 1},
+            {"ChDir", [&] { return KOSA_ChDir(directory); }, -1},
+            {"MkDir", [&] { return KOSA_MkDir((other + end).c_str(), 0); }, -1},
+            {"MkDir_P", [&] { return KOSA_MkDir_P((other + end + "/a").c_str(), 0); }, -1},
+            {"RmDir", [&] { return KOSA_RmDir(directory); }, -1},
+            {"OpenDir", [&] { return AsNumber(KOSA_OpenDir((zeroFolder + "\\a").c_str())); }, 0},
+            {"ScanDir", [&] { return KOSA_ScanDir((zeroFolder + "\\a").c_str(), &list, nullptr, nullptr); }, -1},
+        });
+        EXPECT_EQ(folder.Read("keep"), "1");
+        EXPECT_EQ(folder.Read("other"), "(missing)");
+        EXPECT_FALSE(std::filesystem::exists(folder.Path() / "other"));
+        EXPECT_TRUE(std::filesystem::exists(folder.Path() / "folder"));
+    }
+}
+
 TEST(AdapterAnswers, LeaveTheErrorOfTheWrappedCall) {
     const TempFolder folder;
     folder.Write("file", "1");
