@@ -52,8 +52,8 @@ int KOSA_Read(int descriptor, void* buffer, uint32_t count);
 /** Writes count bytes. @return bytes written; -1 on failure or for a null buffer. */
 int KOSA_Write(int descriptor, const void* buffer, uint32_t count);
 
-/** Moves the position. @param offset bytes. @param origin SEEK_SET, SEEK_CUR or SEEK_END. @return new position or -1.
- */
+/** Moves the position, also beyond 2 GiB. @param offset bytes. @param origin SEEK_SET, SEEK_CUR or SEEK_END.
+ *  @return the low 32 bits of the new position, as a signed number; -1 on failure. */
 long KOSA_LSeek(int descriptor, long offset, int origin);
 
 /** Cuts a file, or lengthens it with zeros, to size bytes. @return 0 or -1. */
@@ -100,16 +100,19 @@ int KOSA_Fputs(const char* text, FILE* stream);
  *  @return buffer; null at the end, on failure and when buffer or stream is null. */
 char* KOSA_Fgets(char* buffer, int size, FILE* stream);
 
-/** Reads count items of itemSize bytes. @return whole items read; 0 also when buffer or stream is null. */
+/** Reads count items of itemSize bytes. @return whole items read; 0 also when buffer or stream is null or the bytes of
+ *  all items are more than SIZE_MAX. */
 size_t KOSA_Fread(void* buffer, size_t itemSize, size_t count, FILE* stream);
 
-/** Writes count items of itemSize bytes. @return whole items written; 0 also when buffer or stream is null. */
+/** Writes count items of itemSize bytes. @return whole items written; 0 also when buffer or stream is null or the bytes
+ *  of all items are more than SIZE_MAX. */
 size_t KOSA_Fwrite(const void* buffer, size_t itemSize, size_t count, FILE* stream);
 
-/** Moves the position. @param offset bytes. @param origin SEEK_SET, SEEK_CUR or SEEK_END. @return 0 or -1. */
+/** Moves the position, also beyond 2 GiB. @param offset bytes. @param origin SEEK_SET, SEEK_CUR or SEEK_END.
+ *  @return 0 or -1. */
 int KOSA_Fseek(FILE* stream, long offset, int origin);
 
-/** @return the position in bytes; -1 (all 32 bits set) on failure and for a null stream. */
+/** @return the low 32 bits of the position in bytes, as a signed number; -1 on failure and for a null stream. */
 long KOSA_Ftell(FILE* stream);
 
 /** Stores the position for KOSA_Fsetpos. @return 0; -1 on failure or when either is null. */
@@ -284,7 +287,7 @@ int KOSA_StrNCmp(const char* a, const char* b, size_t count);
 /** KOSA_StrCmp without regard to the case of ASCII letters. @return negative, 0 or positive; -1 for null. */
 int KOSA_StriCmp(const char* a, const char* b);
 
-/** The same for at most count bytes. */
+/** The same for at most count bytes, and never for more than INT_MAX. */
 int KOSA_StriNCmp(const char* a, const char* b, size_t count);
 
 /** @return the first place of the character in text (its end for 0); null when there is none or for null. */

@@ -11,7 +11,7 @@
 
 namespace {
 
-using RuntimeStat = struct _stat64i32; // 64-bit times, 32-bit size
+using RuntimeStat = struct _stat64; // with a 32-bit size the call fails for large files in some runtimes
 
 void CopyStat(const RuntimeStat& from, KosaStat& to) noexcept {
     to.device = from.st_dev;
@@ -21,7 +21,7 @@ void CopyStat(const RuntimeStat& from, KosaStat& to) noexcept {
     to.userId = from.st_uid;
     to.groupId = from.st_gid;
     to.specialDevice = from.st_rdev;
-    to.size = static_cast<uint32_t>(from.st_size);
+    to.size = static_cast<uint32_t>(from.st_size); // the low 32 bits
     to.accessTime = from.st_atime;
     to.modificationTime = from.st_mtime;
     to.changeTime = from.st_ctime;
@@ -71,7 +71,7 @@ int KOSA_Write(int descriptor, const void* buffer, uint32_t count) {
 
 long KOSA_LSeek(int descriptor, long offset, int origin) {
     const RuntimeGuard guard;
-    return _lseek(descriptor, offset, origin);
+    return static_cast<long>(_lseeki64(descriptor, offset, origin)); // the low 32 bits
 }
 
 int KOSA_Ftruncate(int descriptor, long size) {
@@ -94,7 +94,7 @@ int KOSA_Stat(const char* path, KosaStat* status) {
         return kUnconvertible;
     }
     RuntimeStat raw = {};
-    return ReportStat(_wstat64i32(wide.get(), &raw), raw, *status);
+    return ReportStat(_wstat64(wide.get(), &raw), raw, *status);
 }
 
 int KOSA_FStat(int descriptor, KosaStat* status) {
@@ -104,7 +104,7 @@ int KOSA_FStat(int descriptor, KosaStat* status) {
     *status = {};
     RuntimeStat raw = {};
     const RuntimeGuard guard;
-    return ReportStat(_fstat64i32(descriptor, &raw), raw, *status);
+    return ReportStat(_fstat64(descriptor, &raw), raw, *status);
 }
 
 int KOSA_GetFileSize(const char* path, uint32_t* size) {

@@ -50,6 +50,17 @@ int PrintToStream(FILE* stream, const char* format, va_list arguments) noexcept 
     return result < 0 ? -1 : result;
 }
 
+/// Calls a function of the runtime that takes only the stream. @return its result; -1 for a null stream.
+int CallFor(FILE* stream, int (*function)(FILE*)) noexcept {
+    const RuntimeGuard guard;
+    return stream == nullptr ? -1 : function(stream);
+}
+
+// Some runtimes multiply with overflow and move fewer bytes, others take it for an invalid argument.
+bool AreCountable(size_t itemSize, size_t count) noexcept {
+    return itemSize == 0 || count <= SIZE_MAX / itemSize;
+}
+
 } // namespace
 
 FILE* KOSA_Fopen(const char* path, const char* mode) {
@@ -71,34 +82,36 @@ FILE* KOSA_Fopen_w(const wchar_t* path, const wchar_t* mode) {
 }
 
 int KOSA_Fclose(FILE* stream) {
-    return stream == nullptr ? -1 : fclose(stream);
+    return CallFor(stream, fclose);
 }
 
 int KOSA_Feof(FILE* stream) {
-    return stream == nullptr ? -1 : feof(stream);
+    return CallFor(stream, feof);
 }
 
 int KOSA_Ferror(FILE* stream) {
-    return stream == nullptr ? -1 : ferror(stream);
+    return CallFor(stream, ferror);
 }
 
 int KOSA_Fflush(FILE* stream) {
-    return stream == nullptr ? -1 : fflush(stream);
+    return CallFor(stream, fflush);
 }
 
 int KOSA_Fgetc(FILE* stream) {
-    return stream == nullptr ? -1 : fgetc(stream);
+    return CallFor(stream, fgetc);
 }
 
 int KOSA_Fileno(FILE* stream) {
-    return stream == nullptr ? -1 : _fileno(stream);
+    return CallFor(stream, _fileno);
 }
 
 int KOSA_Fputc(int character, FILE* stream) {
+    const RuntimeGuard guard;
     return stream == nullptr ? -1 : fputc(character, stream);
 }
 
 int KOSA_Fputs(const char* text, FILE* stream) {
+    const RuntimeGuard guard;
     return text == nullptr || stream == nullptr ? -1 : fputs(text, stream);
 }
 
@@ -108,22 +121,33 @@ char* KOSA_Fgets(char* buffer, int size, FILE* stream) {
 }
 
 size_t KOSA_Fread(void* buffer, size_t itemSize, size_t count, FILE* stream) {
-    return buffer == nullptr || stream == nullptr ? 0 : fread(buffer, itemSize, count, stream);
+    if (buffer == nullptr || stream == nullptr || !AreCountable(itemSize, count)) {
+        return 0;
+    }
+    const RuntimeGuard guard;
+    return fread(buffer, itemSize, count, stream);
 }
 
 size_t KOSA_Fwrite(const void* buffer, size_t itemSize, size_t count, FILE* stream) {
-    return buffer == nullptr || stream == nullptr ? 0 : fwrite(buffer, itemSize, count, stream);
+    if (buffer == nullptr || stream == nullptr || !AreCountable(itemSize, count)) {
+        return 0;
+    }
+    const RuntimeGuard guard;
+    return fwrite(buffer, itemSize, count, stream);
 }
 
 int KOSA_Fgetpos(FILE* stream, fpos_t* position) {
+    const RuntimeGuard guard;
     return stream == nullptr || position == nullptr || fgetpos(stream, position) != 0 ? -1 : 0;
 }
 
 int KOSA_Fsetpos(FILE* stream, const fpos_t* position) {
+    const RuntimeGuard guard;
     return stream == nullptr || position == nullptr || fsetpos(stream, position) != 0 ? -1 : 0;
 }
 
 void KOSA_Rewind(FILE* stream) {
+    const RuntimeGuard guard;
     if (stream != nullptr) {
         rewind(stream);
     }
@@ -141,11 +165,12 @@ FILE* KOSA_TmpFile(void) {
 
 int KOSA_Fseek(FILE* stream, long offset, int origin) {
     const RuntimeGuard guard;
-    return stream == nullptr ? -1 : fseek(stream, offset, origin);
+    return stream == nullptr ? -1 : _fseeki64(stream, offset, origin);
 }
 
 long KOSA_Ftell(FILE* stream) {
-    return stream == nullptr ? -1L : ftell(stream);
+    const RuntimeGuard guard;
+    return stream == nullptr ? -1L : static_cast<long>(_ftelli64(stream)); // the low 32 bits
 }
 
 int KOSA_Fprintf(FILE* stream, const char* format, ...) {

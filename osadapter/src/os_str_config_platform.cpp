@@ -3,7 +3,10 @@
 
 #include <windows.h>
 
+#include <limits.h>
 #include <string.h>
+
+#include <algorithm>
 
 namespace {
 
@@ -24,7 +27,8 @@ int KOSA_StriCmp(const char* a, const char* b) {
 }
 
 int KOSA_StriNCmp(const char* a, const char* b, size_t count) {
-    return a == nullptr || b == nullptr ? -1 : _strnicmp(a, b, count);
+    // The universal runtime takes a larger count for an invalid argument.
+    return a == nullptr || b == nullptr ? -1 : _strnicmp(a, b, std::min<size_t>(count, INT_MAX));
 }
 
 char* KOSA_StrDup(const char* text) {

@@ -138,6 +138,42 @@ TEST(AdapterStreams, KeepPositionEndAndError) {
     EXPECT_EQ(KOSA_Fclose(temporary), 0);
 }
 
+TEST(AdapterStreams, RefuseAnItemCountWhoseBytesOverflow) {
+    const TempFolder folder;
+    FILE* const stream = KOSA_Fopen(folder.Utf8("items").c_str(), "w+b");
+    ASSERT_NE(stream, nullptr);
+    constexpr size_t kHalf = SIZE_MAX / 2 + 2; // twice this is 2 in 64 bits
+    char items[8] = {};
+    EXPECT_EQ(KOSA_Fwrite(items, kHalf, 2, stream), 0u);
+    EXPECT_EQ(KOSA_Fwrite(items, 2, kHalf, stream), 0u);
+    EXPECT_EQ(KOSA_Ftell(stream), 0);
+    EXPECT_EQ(KOSA_Fwrite("abcd", 4, 1, stream), 1u);
+    KOSA_Rewind(stream);
+    EXPECT_EQ(KOSA_Fread(items, kHalf, 2, stream), 0u);
+    EXPECT_EQ(KOSA_Fread(items, 2, kHalf, stream), 0u);
+    EXPECT_EQ(KOSA_Ftell(stream), 0);
+    EXPECT_EQ(KOSA_Fread(items, 0, SIZE_MAX, stream), 0u);
+    EXPECT_EQ(KOSA_Fclose(stream), 0);
+}
+
+// Runtimes differ in what they do with bytes on such a stream; it must be a result, not the end of the process.
+TEST(AdapterStreams, OfUnicodeModeGiveAResultForEveryCall) {
+    const TempFolder folder;
+    FILE* const stream = KOSA_Fopen(folder.Utf8("unicode.txt").c_str(), "w+, ccs=UTF-16LE");
+    ASSERT_NE(stream, nullptr);
+    char text[8] = {};
+    KOSA_Fputc('a', stream);
+    KOSA_Fputs("abc", stream);
+    KOSA_Fwrite("abc", 1, 3, stream);
+    KOSA_Fprintf(stream, "%s", "abc");
+    KOSA_Fflush(stream);
+    KOSA_Rewind(stream);
+    KOSA_Fgetc(stream);
+    KOSA_Fgets(text, sizeof(text), stream);
+    KOSA_Fread(text, 1, 3, stream);
+    KOSA_Fclose(stream);
+}
+
 TEST(AdapterDevices, AreControlledThroughA32BitHandle) {
     constexpr uint32_t kPeekPipe = 0x0011400C; // the pipe driver's own "what is there to read"
     HANDLE reader = nullptr, writer = nullptr;

@@ -47,7 +47,6 @@ std::vector<HookInfo*> StreamHooks() {
         FAULT_HOOK(ungetc)(kFileKinds, kEnd),
         FAULT_HOOK(ungetwc)(kFileKinds, {WEOF, Reason::Errno}),
         FAULT_HOOK(fseek)(kFileKinds, kMinusOne),
-        FAULT_HOOK(fgetpos)(kFileKinds, kMinusOne),
         FAULT_HOOK(fsetpos)(kFileKinds, kMinusOne),
         FAULT_HOOK(setvbuf)(kFileKinds, kMinusOne),
         FAULT_HOOK(_fdopen)(kFileKinds, kZero, {.opens = "streams"}),

@@ -42,7 +42,7 @@ HookInfo g_globalAlloc{"GlobalAlloc"};
 HookInfo g_sleep{"Sleep"};
 HookInfo g_counter{"QueryPerformanceCounter"};
 HookInfo g_shellExecute{"ShellExecuteW"};
-HookInfo g_ftell{"ftell"};
+HookInfo g_fgetpos{"fgetpos"};
 HookInfo g_fprintf{"fprintf"};
 HookInfo g_fwprintf{"fwprintf"};
 HookInfo g_printf{"printf"};
@@ -123,15 +123,17 @@ HINSTANCE WINAPI Launch(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, INT) {
     return reinterpret_cast<HINSTANCE>(kLaunched);
 }
 
-long Tell(FILE* file) {
-    if (Strikes(g_ftell)) {
+// The toolchain's 64-bit position functions call it.
+int GetPosition(FILE* file, std::fpos_t* position) {
+    if (Strikes(g_fgetpos)) {
         return -1;
     }
     if (g_fullAnswers > 0) {
         --g_fullAnswers;
-        return kFullLog;
+        *position = kFullLog;
+        return 0;
     }
-    return Original<decltype(std::ftell)>(g_ftell)(file);
+    return Original<decltype(std::fgetpos)>(g_fgetpos)(file, position);
 }
 
 // The lists of arguments go on to the same runtime.
@@ -222,7 +224,7 @@ std::vector<HookInfo*> SpecialHooks() {
         Special(g_sleep, &SleepLess),
         Special(g_counter, &FasterCounter),
         Special(g_shellExecute, &Launch, Mask(Kind::Shell)),
-        Special(g_ftell, &Tell, kFileKinds, kUnwritten),
+        Special(g_fgetpos, &GetPosition, kFileKinds, kUnwritten),
         Special(g_fprintf, &Fprintf, kFileKinds, kUnwritten),
         Special(g_fwprintf, &Fwprintf, kFileKinds, kUnwritten),
         Special(g_printf, &Printf, kFileKinds, kUnwritten),

@@ -1,8 +1,14 @@
 #include "osadapter/include/kosa.h"
+#include "support/UniqueResource.h"
 #include "tests/support/TempFolder.h"
 #include "workbench/gauges/ImportPatch.h"
 
 #include <gtest/gtest.h>
+
+#include <winioctl.h>
+
+#include <fcntl.h>
+#include <io.h>
 
 #include <climits>
 #include <cstdlib>
@@ -103,6 +109,81 @@ TEST(FailedWalk, IsNotTheEndOfAScannedDirectory) {
     g_findNext = Replace("FindNextFileW", &FailingFindNext);
     ASSERT_NE(g_findNext, nullptr);
     ExpectFailureForEachCall([&] { return Scan(path.c_str()); }, 3);
+}
+
+decltype(&_strnicmp) g_compare = nullptr;
+
+// Windows' universal runtime ends the process over a count above INT_MAX.
+int StrictCompare(const char* a, const char* b, size_t count) {
+    EXPECT_LE(count, size_t{INT_MAX});
+    return g_compare(a, b, count);
+}
+
+TEST(TextsOfAnyCount, AreComparedWithinTheRuntimesLimit) {
+    g_compare = Replace("_strnicmp", &StrictCompare);
+    if (g_compare == nullptr) {
+        g_compare = &_strnicmp; // the runtime is linked in, and checks the count itself
+    }
+    EXPECT_EQ(KOSA_StriNCmp("aBc", "AbC", SIZE_MAX), 0);
+    EXPECT_LT(KOSA_StriNCmp("a", "B", SIZE_MAX), 0);
+}
+
+constexpr int64_t kLarge = 0x1'0000'0000 + 10; // bytes: the family gives the low 32 bits
+
+// A file of this size that takes no room on the disk.
+void MakeLarge(const std::filesystem::path& path) {
+    const UniqueHandle file(
+        ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    DWORD done = 0;
+    ::DeviceIoControl(file.Get(), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &done, nullptr);
+    LARGE_INTEGER size;
+    size.QuadPart = kLarge;
+    ASSERT_TRUE(::SetFilePointerEx(file.Get(), size, nullptr, FILE_BEGIN) && ::SetEndOfFile(file.Get()));
+}
+
+// Windows' universal runtime refuses a position that does not fit into its 32-bit functions.
+long StrictSeek(int descriptor, long offset, int origin) {
+    const int64_t position = _lseeki64(descriptor, offset, origin);
+    return position > INT32_MAX ? -1 : static_cast<long>(position);
+}
+
+long StrictTell(FILE* stream) {
+    const int64_t position = _ftelli64(stream);
+    return position > INT32_MAX ? -1 : static_cast<long>(position);
+}
+
+TEST(LargeFiles, GiveTheLow32BitsOfSizesAndPositions) {
+    const TempFolder folder;
+    MakeLarge(folder.Path() / "large");
+    Replace("_lseek", &StrictSeek);
+    Replace("ftell", &StrictTell);
+    const std::string path = folder.Utf8("large");
+    KosaStat status;
+    EXPECT_EQ(KOSA_Stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.size, 10u);
+    uint32_t size = 0;
+    EXPECT_EQ(KOSA_GetFileSize(path.c_str(), &size), 0);
+    EXPECT_EQ(size, 10u);
+
+    const int descriptor = KOSA_Open(path.c_str(), _O_RDWR | _O_BINARY, 0);
+    EXPECT_EQ(KOSA_FStat(descriptor, &status), 0);
+    EXPECT_EQ(status.size, 10u);
+    EXPECT_EQ(KOSA_LSeek(descriptor, -4, SEEK_END), 6);
+    EXPECT_EQ(KOSA_Write(descriptor, "abcd", 4), 4);
+    EXPECT_EQ(KOSA_LSeek(descriptor, -0x7FFFFFFF, SEEK_CUR), static_cast<int32_t>(kLarge - 0x7FFFFFFF));
+    EXPECT_EQ(KOSA_Close(descriptor), 0);
+
+    FILE* const stream = KOSA_Fopen(path.c_str(), "r+b");
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(KOSA_Fseek(stream, -4, SEEK_END), 0);
+    EXPECT_EQ(KOSA_Ftell(stream), 6);
+    EXPECT_EQ(KOSA_Fgetc(stream), 'a');
+    EXPECT_EQ(KOSA_Fseek(stream, 1, SEEK_CUR), 0);
+    EXPECT_EQ(KOSA_Fgetc(stream), 'c');
+    EXPECT_EQ(KOSA_Fseek(stream, 0x7FFFFFFF, SEEK_SET), 0);
+    EXPECT_EQ(KOSA_Fseek(stream, 2, SEEK_CUR), 0);
+    EXPECT_EQ(KOSA_Ftell(stream), INT32_MIN + 1);
+    EXPECT_EQ(KOSA_Fclose(stream), 0);
 }
 
 } // namespace
