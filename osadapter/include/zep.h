@@ -8,6 +8,8 @@
 #ifndef OSADAPTER_ZEP_H
 #define OSADAPTER_ZEP_H
 
+#include "adapter_api.h"
+
 #include <stdint.h>
 #include <wchar.h>
 
@@ -16,34 +18,34 @@ extern "C" {
 #endif
 
 /** ANSI to UTF-16, precomposed characters. @return new text, see above. */
-wchar_t* ZEP_LocaleToUnicodeW(const char* text);
+OSADAPTER_API wchar_t* OSADAPTER_CALL ZEP_LocaleToUnicodeW(const char* text);
 
 /** UTF-16 to ANSI; what the code page lacks becomes its replacement character. @return new text, see above. */
-char* ZEP_UnicodeToLocale(const wchar_t* text);
+OSADAPTER_API char* OSADAPTER_CALL ZEP_UnicodeToLocale(const wchar_t* text);
 
 /** UTF-16 to UTF-8. @return new text, see above. */
-char* ZEP_UnicodeToUtf8(const wchar_t* text);
+OSADAPTER_API char* OSADAPTER_CALL ZEP_UnicodeToUtf8(const wchar_t* text);
 
 /** UTF-8 to UTF-16; characters above U+FFFF become surrogate pairs. @return new text, see above. */
-wchar_t* ZEP_Utf8ToUnicodeW(const char* text);
+OSADAPTER_API wchar_t* OSADAPTER_CALL ZEP_Utf8ToUnicodeW(const char* text);
 
 /** The same in a byte-typed buffer: two bytes per unit, low byte first, two zero bytes at the end. */
-char* ZEP_Utf8ToUnicodeA(const char* text);
+OSADAPTER_API char* OSADAPTER_CALL ZEP_Utf8ToUnicodeA(const char* text);
 
 /** ANSI to UTF-8. @return new text, see above. */
-char* ZEP_LocaleToUtf8(const char* text);
+OSADAPTER_API char* OSADAPTER_CALL ZEP_LocaleToUtf8(const char* text);
 
 /** UTF-8 to ANSI; what the code page lacks becomes its replacement character. @return new text, see above. */
-char* ZEP_Utf8ToLocale(const char* text);
+OSADAPTER_API char* OSADAPTER_CALL ZEP_Utf8ToLocale(const char* text);
 
 /** Frees a text of this family; null is allowed. */
-void ZEP_StrMemFree(void* text);
+OSADAPTER_API void OSADAPTER_CALL ZEP_StrMemFree(void* text);
 
 /** Ends a UTF-8 text that fills its buffer on a character boundary, with the terminator inside the buffer: the last
  *  character is dropped. Changes nothing when the text already ends within the buffer.
  *  @param size of the buffer in bytes. @return 1 when the text was ended, for null and for a size that is not positive;
  *  0 when it was terminated already. */
-int ZEP_Utf8Check(char* buffer, int32_t size);
+OSADAPTER_API int OSADAPTER_CALL ZEP_Utf8Check(char* buffer, int32_t size);
 
 #ifdef __cplusplus
 }

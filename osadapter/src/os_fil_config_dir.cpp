@@ -71,9 +71,6 @@ Step NextEntry(KosaDir& directory) noexcept {
     return TakeName(directory) ? Step::Entry : Step::Error;
 }
 
-constexpr int kMaxEntries = 1024;
-constexpr size_t kNameBytes = 256;
-
 struct DirClose {
     void operator()(KosaDir* directory) const noexcept {
         const int kept = errno;
@@ -120,14 +117,14 @@ bool Sort(KosaDirEntry** list, int count, KosaDirCompare compare) noexcept {
 class NameTable {
 public:
     NameTable() noexcept
-        : slots_(
-              static_cast<KosaDirEntry**>(KOSA_MemMallocS(kMaxEntries * sizeof(KosaDirEntry*), 0, __LINE__, kUnit))) {}
+        : slots_(static_cast<KosaDirEntry**>(
+              KOSA_MemMallocS(KOSA_SCAN_MAX_ENTRIES * sizeof(KosaDirEntry*), 0, __LINE__, kUnit))) {}
     ~NameTable() { KOSA_DestoryNameList(slots_, count_); }
     NameTable(const NameTable&) = delete;
     NameTable& operator=(const NameTable&) = delete;
 
     explicit operator bool() const noexcept { return slots_ != nullptr; }
-    bool IsFull() const noexcept { return count_ == kMaxEntries; }
+    bool IsFull() const noexcept { return count_ == KOSA_SCAN_MAX_ENTRIES; }
 
     bool Add(const char* name) noexcept {
         void* const memory = KOSA_MemMallocS(sizeof(KosaDirEntry), 0, __LINE__, kUnit);
@@ -136,12 +133,12 @@ public:
         }
         KosaDirEntry* const record = static_cast<KosaDirEntry*>(memory);
         slots_[count_++] = record;
-        // 256 bytes of the name, and one more that terminates those that are longer.
-        char* const copy = static_cast<char*>(KOSA_MemMallocS(kNameBytes + 1, 0, __LINE__, kUnit));
+        // One byte more than a name may have, for its terminator.
+        char* const copy = static_cast<char*>(KOSA_MemMallocS(KOSA_SCAN_NAME_SIZE + 1, 0, __LINE__, kUnit));
         if (copy == nullptr) {
             return false;
         }
-        memcpy(copy, name, strnlen(name, kNameBytes));
+        memcpy(copy, name, strnlen(name, KOSA_SCAN_NAME_SIZE));
         record->name = copy;
         return true;
     }

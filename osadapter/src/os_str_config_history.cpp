@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr uint32_t kSlots = 512;
+constexpr uint32_t kSlots = KOSA_HISTORY_SLOTS;
 
 struct OperateHistory {
     OperateRec slots[kSlots];

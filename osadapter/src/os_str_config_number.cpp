@@ -15,9 +15,6 @@ constexpr uint64_t kMaxSize = 0x7FFFFFFF;
 constexpr int64_t kToFit = -1;
 constexpr int64_t kMaxCount = 0x7FFFFFFE;
 
-constexpr size_t kNumberBytes = 11;
-constexpr uint32_t kUltostrBytes = 12; // 11 octal digits and the terminator
-
 } // namespace
 
 int32_t SecureFormatList(char* destination, uint64_t size, int64_t count, const char* format,
@@ -103,20 +100,20 @@ int KOSA_StrToInt32(const char* text, int32_t* value) {
 char* KOSA_IntToStr(int value, char* buffer) {
     if (buffer != nullptr) {
         // Deliberate: one byte less than the longest number needs. Callers hold buffers of exactly 11 bytes.
-        SecureFormat(buffer, kNumberBytes, kNumberBytes - 1, "%d", value);
+        SecureFormat(buffer, KOSA_NUMBER_TEXT_SIZE, KOSA_NUMBER_TEXT_SIZE - 1, "%d", value);
     }
     return buffer;
 }
 
 char* KOSA_FloatToStr(double value, char* buffer) {
     if (buffer != nullptr) {
-        SecureFormat(buffer, kNumberBytes, kNumberBytes - 1, "%f", value);
+        SecureFormat(buffer, KOSA_NUMBER_TEXT_SIZE, KOSA_NUMBER_TEXT_SIZE - 1, "%f", value);
     }
     return buffer;
 }
 
 int KOSA_Ultostr(char* buffer, uint32_t size, uint32_t value, int base) {
-    const uint32_t used = std::min(size, kUltostrBytes);
+    const uint32_t used = std::min<uint32_t>(size, KOSA_ULTOSTR_SIZE);
     const char* const format = base == 8 ? "%o" : base == 16 ? "%x" : "%u";
     return SecureFormat(buffer, used, static_cast<int64_t>(used) - 1, format, value);
 }

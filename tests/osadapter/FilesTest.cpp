@@ -24,11 +24,14 @@ TEST(AdapterFiles, AreWrittenRenamedCopiedAndRemovedUnderUtf8Names) {
     FILE* const file = KOSA_Fopen(first.c_str(), "wb");
     ASSERT_NE(file, nullptr);
     const std::string longText(5000, 'y');
-    EXPECT_EQ(KOSA_Fprintf(file, "%d %s|%I64u|", 7, "ab", 18446744073709551615ULL), 26);
+    EXPECT_EQ(KOSA_Fprintf(file, "%d %s|%llu|", 7, "ab", 18446744073709551615ULL), 26);
+    EXPECT_EQ(
+        KOSA_Fprintf(file, "%zu %hhd %+jd %05td %F %.*E|", size_t{8}, 9, intmax_t{10}, ptrdiff_t{11}, 1.5, 1, 0.25),
+        31);
     EXPECT_EQ(KOSA_Fprintf(file, "%s", longText.c_str()), 5000);
-    EXPECT_EQ(KOSA_Ftell(file), 5026);
+    EXPECT_EQ(KOSA_Ftell(file), 5057);
     EXPECT_EQ(KOSA_Fclose(file), 0);
-    const std::string content = "7 ab|18446744073709551615|" + longText;
+    const std::string content = "7 ab|18446744073709551615|8 9 +10 00011 1.500000 2.5E-01|" + longText;
     EXPECT_EQ(folder.Read(L"\u7eaa\u8981.txt"), content);
 
     EXPECT_EQ(KOSA_Rename(first.c_str(), second.c_str()), 0);

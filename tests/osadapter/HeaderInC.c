@@ -1,4 +1,5 @@
-/* The public headers are for C code as well: this file only has to compile and link. */
+/* The public headers are for C code as well: this file only has to compile and link. With one of the TEST_ definitions
+ * it holds a mistake, and the compiler must see it. */
 #include "osadapter/include/kosa.h"
 #include "osadapter/include/zep.h"
 
@@ -7,6 +8,20 @@
 #endif
 
 _Static_assert(sizeof(OperateRec) == 52, "the history's record as C sees it");
+
+#if defined(TEST_FORMAT)
+int Misuse(void) {
+    return KOSA_Printf("%d", "text");
+}
+#elif defined(TEST_STREAM_FORMAT)
+int Misuse(FILE* stream) {
+    return KOSA_Fprintf(stream, "%s");
+}
+#elif defined(TEST_END)
+char* Misuse(void) {
+    return KOSA_StrConcat("a", "b");
+}
+#endif
 
 size_t HeaderInC(void);
 
