@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <memory>
 
-/// Gives memory of the family back and keeps `errno`: callers read what the wrapped runtime call left there.
+/// Frees memory of the family and keeps `errno`, which callers read after the wrapped runtime call.
 struct AdapterFree {
     void operator()(void* memory) const noexcept {
         const int kept = errno;
@@ -24,7 +24,7 @@ UniqueText<wchar_t> ToWidePath(const char* path) noexcept;
 /// Converts a name or path of the system. @return zero-terminated; null for null and when memory is exhausted.
 UniqueText<char> ToNarrowPath(const wchar_t* path) noexcept;
 
-/// What the functions with a path and a three-way answer say when it cannot be converted.
+/// The result of some functions when the path cannot be converted.
 constexpr int kUnconvertible = 1;
 
 inline bool IsEmptyText(const char* text) noexcept {

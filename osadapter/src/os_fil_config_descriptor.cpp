@@ -79,7 +79,7 @@ int KOSA_Ftruncate(int descriptor, long size) {
     return _chsize(descriptor, size);
 }
 
-// Deliberate: success without effect. Portable callers set flags here that Windows descriptors do not have.
+// Deliberate: success without effect. Descriptors of Windows have no such flags.
 int KOSA_Fcntl(int /*descriptor*/, int /*command*/, int /*argument*/) {
     return 0;
 }
@@ -121,7 +121,7 @@ int KOSA_GetFileSize(const char* path, uint32_t* size) {
 
 int KOSA_Ioctl(int32_t device, uint32_t code, void* input, uint32_t inputSize, void* output, uint32_t outputSize,
                uint32_t* returned) {
-    // Handles carry 32 significant bits and are widened with their sign, which keeps INVALID_HANDLE_VALUE what it is.
+    // A handle has 32 significant bits. Widening with the sign keeps INVALID_HANDLE_VALUE (-1).
     const HANDLE handle = reinterpret_cast<HANDLE>(static_cast<intptr_t>(device));
     DWORD written = 0;
     const BOOL done = ::DeviceIoControl(handle, code, input, inputSize, output, outputSize, &written, nullptr);

@@ -1,22 +1,19 @@
 #include "osadapter/include/kosa.h"
 #include "osadapter/src/adapter_memory.h"
-#include "support/UniqueResource.h"
 
 #include <windows.h>
 
 #include <direct.h>
 #include <stdlib.h>
 
-#include <cerrno>
 #include <cstring>
-#include <new>
 
+// Zeroed memory of the family; KOSA_CloseDir frees everything.
 struct KosaDir {
-    UniqueFind find;
-    bool firstPending = false;
-    WIN32_FIND_DATAW data = {};
-    UniqueText<char> name;
-    KosaDirEntry entry = {};
+    HANDLE find;
+    bool firstPending; // KOSA_OpenDir found the first entry, and it has not been read yet
+    WIN32_FIND_DATAW data;
+    KosaDirEntry entry; // owns its name
 };
 
 namespace {
@@ -24,17 +21,14 @@ namespace {
 constexpr char kUnit[] = "os_fil_config";
 constexpr char kEveryEntry[] = "\\*";
 
-struct DirFree {
-    void operator()(KosaDir* directory) const noexcept {
-        directory->~KosaDir();
-        AdapterFree()(directory);
-    }
+struct DirClose {
+    void operator()(KosaDir* directory) const noexcept { KOSA_CloseDir(directory); }
 };
-using UniqueDir = std::unique_ptr<KosaDir, DirFree>;
+using UniqueDir = std::unique_ptr<KosaDir, DirClose>;
 
-UniqueDir NewDir() noexcept {
-    void* const memory = KOSA_MemMallocS(sizeof(KosaDir), 0, __LINE__, kUnit);
-    return UniqueDir(memory == nullptr ? nullptr : new (memory) KosaDir);
+void FreeName(KosaDirEntry& entry) noexcept {
+    AdapterFree()(const_cast<char*>(entry.name));
+    entry.name = nullptr;
 }
 
 UniqueText<wchar_t> SearchPattern(const char* path) noexcept {
@@ -52,10 +46,11 @@ UniqueText<wchar_t> SearchPattern(const char* path) noexcept {
     return ToWidePath(pattern.get());
 }
 
+/// @return false when memory is exhausted.
 bool TakeName(KosaDir& directory) noexcept {
-    directory.name = ToNarrowPath(directory.data.cFileName);
-    directory.entry.name = directory.name.get();
-    return directory.name != nullptr;
+    FreeName(directory.entry);
+    directory.entry.name = ToNarrowPath(directory.data.cFileName).release();
+    return directory.entry.name != nullptr;
 }
 
 enum class Step { Entry, End, Error };
@@ -65,20 +60,11 @@ Step NextEntry(KosaDir& directory) noexcept {
         directory.firstPending = false;
         return Step::Entry;
     }
-    if (!::FindNextFileW(directory.find.Get(), &directory.data)) {
+    if (!::FindNextFileW(directory.find, &directory.data)) {
         return ::GetLastError() == ERROR_NO_MORE_FILES ? Step::End : Step::Error;
     }
     return TakeName(directory) ? Step::Entry : Step::Error;
 }
-
-struct DirClose {
-    void operator()(KosaDir* directory) const noexcept {
-        const int kept = errno;
-        KOSA_CloseDir(directory);
-        errno = kept;
-    }
-};
-using UniqueListing = std::unique_ptr<KosaDir, DirClose>;
 
 /// A list element while it is sorted. The entry comes first: the comparison is given pointers to it.
 struct SortedRow {
@@ -113,7 +99,7 @@ bool Sort(KosaDirEntry** list, int count, KosaDirCompare compare) noexcept {
     return true;
 }
 
-/// The list while it grows. What it holds is freed unless it is handed over.
+/// The list while it grows. Its destructor frees what was not handed over.
 class NameTable {
 public:
     NameTable() noexcept
@@ -201,13 +187,16 @@ KosaDir* KOSA_OpenDir(const char* path) {
     if (path == nullptr) {
         return nullptr;
     }
-    UniqueDir directory = NewDir();
     const UniqueText<wchar_t> pattern = SearchPattern(path);
-    if (directory == nullptr || pattern == nullptr) {
+    if (pattern == nullptr) {
         return nullptr;
     }
-    directory->find.Reset(::FindFirstFileW(pattern.get(), &directory->data));
-    if (!directory->find || !TakeName(*directory)) {
+    UniqueDir directory(static_cast<KosaDir*>(KOSA_MemMallocS(sizeof(KosaDir), 0, __LINE__, kUnit)));
+    if (directory == nullptr) {
+        return nullptr;
+    }
+    directory->find = ::FindFirstFileW(pattern.get(), &directory->data);
+    if (directory->find == INVALID_HANDLE_VALUE || !TakeName(*directory)) {
         return nullptr;
     }
     directory->firstPending = true;
@@ -230,11 +219,13 @@ int KOSA_CloseDir(KosaDir* directory) {
     if (directory == nullptr) {
         return -1;
     }
-    const UniqueDir owned(directory);
-    return ::FindClose(owned->find.Detach()) ? 0 : -1;
+    const bool closed = directory->find != INVALID_HANDLE_VALUE && ::FindClose(directory->find);
+    FreeName(directory->entry);
+    AdapterFree()(directory);
+    return closed ? 0 : -1;
 }
 
-// Deliberate: the system's find goes forward only, so positions are accepted and mean nothing.
+// Deliberate: these have no effect. The system lists a directory forwards only, without positions.
 void KOSA_RewindDir(KosaDir* /*directory*/) {}
 
 void KOSA_SeekDir(KosaDir* /*directory*/, long /*position*/) {}
@@ -251,7 +242,7 @@ int KOSA_ScanDir(const char* path, KosaDirEntry*** list, KosaDirFilter filter, K
     if (path == nullptr || list == nullptr) {
         return -1;
     }
-    const UniqueListing listing(KOSA_OpenDir(path));
+    const UniqueDir listing(KOSA_OpenDir(path));
     NameTable table;
     if (listing == nullptr || !table) {
         return -1;
@@ -291,7 +282,7 @@ int KOSA_Alphasort(const void* a, const void* b) {
     return second == nullptr ? 1 : strcoll(first, second);
 }
 
-// Deliberate: no version order is offered; all entries are equal.
+// Deliberate: all entries compare equal. The family has no order of version numbers.
 int KOSA_Versionsort(const void* a, const void* b) {
     if (NameOf(a) == nullptr) {
         return -1;
@@ -303,7 +294,7 @@ int KOSA_MkDir_P(const char* path, int /*mode*/) {
     if (IsEmptyText(path)) {
         return -1;
     }
-    // Deliberate: a path of one level is taken for a directory that is there; callers pass plain file names' folders.
+    // Deliberate: nothing is made. A path of one level counts as a directory that exists.
     if (strpbrk(path, kSeparators) == nullptr) {
         return 0;
     }
@@ -316,10 +307,10 @@ int KOSA_MkDir_P(const char* path, int /*mode*/) {
     if (prefix == nullptr) {
         return -1;
     }
-    // Deliberate: doubled slashes are dropped together with a leading one, so "/a//b" is made below the current
-    // directory; and only a leading "/" is kept, a leading "\" is not.
+    // Deliberate: a path with "//" loses its leading "/" as well, so "/a//b" is made below the current directory. A
+    // leading "\" is always lost.
     const bool keepsRoot = *path == '/' && strstr(path, "//") == nullptr;
     prefix[0] = keepsRoot ? '/' : '\0';
-    // Deliberate: success also when the last level could not be made; callers see it when they use the directory.
+    // Deliberate: 0 also when the system refuses a level. The caller notices when it uses the directory.
     return MakeLevels(path, prefix.get(), keepsRoot ? 1 : 0) ? 0 : -1;
 }

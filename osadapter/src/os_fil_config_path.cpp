@@ -19,7 +19,7 @@ namespace {
 
 constexpr char kUnit[] = "os_fil_config";
 
-// Zeroed, so that the text is terminated wherever the conversion ends.
+// The memory is zeroed, so the text is terminated wherever the conversion ends.
 template <class Unit>
 UniqueText<Unit> NewText(size_t length) noexcept {
     const size_t bytes = (length + 1) * sizeof(Unit);
@@ -46,8 +46,7 @@ UniqueText<wchar_t> ToWidePath(const char* path) noexcept {
     if (wide == nullptr) {
         return nullptr;
     }
-    // U+20000, cut to 16 bits, is the terminator. The system would take what stands before it for the whole path, and
-    // KOSA_Remove would remove another file.
+    // U+20000, cut to 16 bits, is zero. It would end the path early, and KOSA_Remove would remove another file.
     const size_t stored = path_encoding::DecodeUtf8(path, wide.get(), units);
     return wmemchr(wide.get(), L'\0', stored) == nullptr ? std::move(wide) : nullptr;
 }
@@ -140,8 +139,8 @@ int KOSA_RelPath(const char* path, char* buffer, uint32_t size) {
     if (path == nullptr || buffer == nullptr) {
         return 1;
     }
-    // The system's narrow form reads the path in the ANSI code page, where a byte of a UTF-8 character can swallow the
-    // separator behind it. One unit for each byte keeps every byte and leaves separators and dots what they are.
+    // The system's narrow function reads the path in the ANSI code page, where a byte of a UTF-8 character can form one
+    // character with the separator after it. Here each byte becomes one unit, so separators and dots stay visible.
     wchar_t wide[kCanonicalBytes];
     size_t given = 0;
     for (; path[given] != '\0' && given + 1 < kCanonicalBytes; ++given) {
@@ -159,7 +158,7 @@ int KOSA_RelPath(const char* path, char* buffer, uint32_t size) {
     if (length > size) {
         return 1;
     }
-    // Deliberate: a result of exactly `size` bytes is accepted and fills the buffer, which then has no terminator.
+    // Deliberate: a result of exactly `size` bytes is accepted. It fills the buffer, which then has no terminator.
     for (size_t index = 0; index < length + (length < size ? 1 : 0); ++index) {
         buffer[index] = static_cast<char>(canonical[index]);
     }

@@ -8,8 +8,6 @@
 #include <wchar.h>
 
 #include <cstdarg>
-#include <memory>
-#include <new>
 
 namespace {
 
@@ -19,13 +17,11 @@ int WriteText(FILE* stream, const char* text, size_t bytes) noexcept {
     return bytes <= INT_MAX && fwrite(text, 1, bytes, stream) == bytes ? static_cast<int>(bytes) : -1;
 }
 
-// The toolchain's own stream formatter stores character by character, each under the stream's lock. A text is therefore
-// formatted first, on the stack if it is short, which is nearly every log line, and written in one piece. (Windows' own
-// runtime gives the last byte of an odd number to the system by itself when a stream has no buffer; of a log line that
-// is the line feed.)
+// The toolchain's stream formatter locks the stream for every character. The text is therefore formatted first, on the
+// stack when it is short, and written in one piece.
 int PrintToStream(FILE* stream, const char* format, va_list arguments) noexcept {
     const RuntimeGuard guard;
-    if (strcmp(format, "%s") == 0) { // a finished text, every line of the log
+    if (strcmp(format, "%s") == 0) { // a finished text needs no formatting; the log writes its lines so
         va_list again;
         va_copy(again, arguments);
         const char* const finished = va_arg(again, const char*);
@@ -42,12 +38,14 @@ int PrintToStream(FILE* stream, const char* format, va_list arguments) noexcept 
     int result = -1;
     if (length >= 0 && bytes < sizeof(text)) {
         result = WriteText(stream, text, bytes);
-    } else if (const std::unique_ptr<char[]> whole(length < 0 ? nullptr : new (std::nothrow) char[bytes + 1]); whole) {
-        const bool same = vsnprintf(whole.get(), bytes + 1, format, again) == length;
+    } else if (length >= 0) {
+        const uint32_t size = static_cast<uint32_t>(length) + 1;
+        const UniqueText<char> whole(static_cast<char*>(KOSA_MemMallocD(size, __LINE__, "os_fil_config")));
+        const bool same = whole != nullptr && vsnprintf(whole.get(), size, format, again) == length;
         result = same ? WriteText(stream, whole.get(), bytes) : -1;
     }
     va_end(again);
-    return result < 0 ? -1 : result;
+    return result;
 }
 
 /// Calls a function of the runtime that takes only the stream. @return its result; -1 for a null stream.
@@ -56,7 +54,7 @@ int CallFor(FILE* stream, int (*function)(FILE*)) noexcept {
     return stream == nullptr ? -1 : function(stream);
 }
 
-// Some runtimes multiply with overflow and move fewer bytes, others take it for an invalid argument.
+// When size times count overflows, some runtimes move fewer bytes and others treat it as an invalid argument.
 bool AreCountable(size_t itemSize, size_t count) noexcept {
     return itemSize == 0 || count <= SIZE_MAX / itemSize;
 }
@@ -137,7 +135,6 @@ size_t KOSA_Fwrite(const void* buffer, size_t itemSize, size_t count, FILE* stre
 }
 
 int KOSA_Fgetpos(FILE* stream, fpos_t* position) {
-    const RuntimeGuard guard;
     return stream == nullptr || position == nullptr || fgetpos(stream, position) != 0 ? -1 : 0;
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kUnit[] = "os_str_config";
 
-// The platform's own converters count in int; longer texts are answered like exhausted memory.
+// The system's converters count in int. A longer text gives null, as exhausted memory does.
 int CheckedLength(size_t length) noexcept {
     return length > INT_MAX ? -1 : static_cast<int>(length);
 }
@@ -25,15 +25,15 @@ UniqueText<Unit> NewUnits(size_t count) noexcept {
     return UniqueText<Unit>(static_cast<Unit*>(KOSA_MemMallocD(static_cast<uint32_t>(bytes), __LINE__, kUnit)));
 }
 
-/// A result and its length, so that nobody measures it again.
+/// A result with its length, which the second step of a two-step conversion needs.
 template <class Unit>
 struct Converted {
     UniqueText<Unit> text; // null when there is none
     int length = 0;        // in units
 };
 
-/// Asks for the length, allocates and converts. @param convert takes an output (null to ask) and its room and answers
-/// the units written, 0 on failure. The result is wholly zero when the conversion fails.
+/// Asks for the length, allocates and converts. @param convert takes an output (null to ask for the length) and its
+/// size, and returns the units written, 0 on failure. When the conversion fails, the result is filled with zeros.
 template <class Unit, class Convert>
 Converted<Unit> ConvertToNew(Convert convert) noexcept {
     const int units = convert(nullptr, 0);
@@ -77,7 +77,7 @@ UniqueText<char> Narrow(const Converted<wchar_t>& wide, UINT codePage) noexcept 
     return Narrow(wide.text.get(), wide.length, codePage);
 }
 
-/// A system may have UTF-8 for its ANSI code page, and that takes no such flag.
+/// The ANSI code page of a system may be UTF-8, and the system refuses the flag for UTF-8.
 DWORD LocaleFlags() noexcept {
     return ::GetACP() == CP_UTF8 ? 0 : MB_PRECOMPOSED;
 }

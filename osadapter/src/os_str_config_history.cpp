@@ -1,5 +1,4 @@
 #include "osadapter/include/kosa.h"
-#include "osadapter/src/runtime_guard.h"
 #include "osadapter/src/secure_format.h"
 
 #include <string.h>
@@ -16,7 +15,7 @@ struct OperateHistory {
     int32_t next; // slot after the last one written, 0 to kSlots
 };
 
-// Programs that watch the add-in from outside read the table by these offsets.
+// Other programs fill and read records of this layout.
 static_assert(sizeof(OperateRec) == 52);
 static_assert(offsetof(OperateRec, operation) == 0);
 static_assert(offsetof(OperateRec, time) == 4);
@@ -28,14 +27,12 @@ static_assert(sizeof(OperateHistory) == 26628);
 
 OperateHistory g_history;
 
-// "#" means nothing to the text conversion; every runtime passes over it.
+// The flag "#" has no effect on the conversion "s" in any supported runtime.
 constexpr char kHeader[] = "Trellis Operate History: \n  %#14s  %#10s %#10s %#10s %#5s %s\n";
 constexpr char kRow[] = "  %04d:%02d:%02d(%03d) %#10s 0x%08x 0x%08x %5d %s\n";
 
 const char* OperationName(uint32_t operation) noexcept {
     switch (operation) {
-    case 0:
-        return "None";
     case 1:
         return "CreateTm";
     case 2:
@@ -45,24 +42,8 @@ const char* OperationName(uint32_t operation) noexcept {
     }
 }
 
-/// Stores the record. Null goes to the runtime: its checked copy clears the slot and takes the runtime's path for
-/// invalid parameters, which sets `errno` to EINVAL.
-void StoreRecord(OperateRec& slot, const OperateRec* record) noexcept {
-    if (record != nullptr) {
-        slot = *record;
-        return;
-    }
-#ifdef _WIN32
-    const RuntimeGuard guard;
-    memcpy_s(&slot, sizeof(slot), record, sizeof(slot));
-#else
-    slot = {};
-    errno = EINVAL;
-#endif
-}
-
 int32_t AppendRow(char* end, uint64_t room, const OperateRec& record) noexcept {
-    // Callers fill the name; one without a terminator ends with its field.
+    // The caller may have filled the name to its last byte, without a terminator.
     char name[sizeof(record.threadName) + 1] = {};
     memcpy(name, record.threadName, sizeof(record.threadName));
     const uint32_t seconds = record.time / 100;
@@ -80,10 +61,16 @@ int32_t KOSA_InitOperateHistory(void) {
 }
 
 int32_t KOSA_AddOperateRec(const OperateRec* record) {
-    // The remainder lies in the table whatever the counter is: callers that do not take turns may lose records, but
-    // must not store beyond the last slot, where comparing and then reading once more could lead.
+    // The counter is read once and reduced to the table's size. Callers that do not serialise themselves may lose
+    // records, but cannot make this function write outside the table.
     const uint32_t slot = static_cast<uint32_t>(g_history.next) % kSlots;
-    StoreRecord(g_history.slots[slot], record);
+    if (record != nullptr) {
+        g_history.slots[slot] = *record;
+    } else {
+        // Deliberate: a null record empties the slot, as the runtime's checked copy of a null pointer does.
+        g_history.slots[slot] = {};
+        errno = EINVAL;
+    }
     const int32_t next = static_cast<int32_t>(slot + 1);
     g_history.next = next;
     return next;
@@ -108,7 +95,7 @@ int32_t KOSA_DumpOperateHistory(char* buffer, uint32_t size) {
             return static_cast<int32_t>(length);
         }
         result = AppendRow(buffer + length, size - length, g_history.slots[at]);
-        // The result of a row that was cut does not tell its length.
+        // For a row that was cut the result is -1, not a length.
         length += result >= 0 ? static_cast<size_t>(result) : strlen(buffer + length);
     }
     return result;

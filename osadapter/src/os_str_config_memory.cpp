@@ -32,7 +32,7 @@ int KOSA_MemCmp(const void* a, const void* b, size_t length) {
     return a == nullptr || b == nullptr ? -1 : memcmp(a, b, length);
 }
 
-// Deliberate: memory of the family has one way back, KOSA_MemFreeD, and the runtime's aligned memory needs another.
+// Deliberate: always null. KOSA_MemFreeD frees all memory of the family, and it could not free aligned memory.
 void* KOSA_MemAlignD(uint32_t /*size*/, uint32_t /*alignment*/, int /*line*/, const char* /*unit*/) {
     return nullptr;
 }

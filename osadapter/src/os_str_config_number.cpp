@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 
 namespace {
@@ -17,8 +18,7 @@ constexpr int64_t kMaxCount = 0x7FFFFFFE;
 
 } // namespace
 
-int32_t SecureFormatList(char* destination, uint64_t size, int64_t count, const char* format,
-                         va_list arguments) noexcept {
+int32_t SecureFormat(char* destination, uint64_t size, int64_t count, const char* format, ...) noexcept {
     if (destination == nullptr || size == 0) {
         return kFailed;
     }
@@ -29,7 +29,10 @@ int32_t SecureFormatList(char* destination, uint64_t size, int64_t count, const 
     const bool wholeDestination = count == kToFit || static_cast<uint64_t>(count) >= size;
     const size_t room = static_cast<size_t>(wholeDestination ? size : static_cast<uint64_t>(count) + 1);
     const RuntimeGuard guard;
+    va_list arguments;
+    va_start(arguments, format);
     const int length = vsnprintf(destination, room, format, arguments);
+    va_end(arguments);
     if (length < 0) {
         *destination = '\0';
         return kFailed;
@@ -41,14 +44,6 @@ int32_t SecureFormatList(char* destination, uint64_t size, int64_t count, const 
         *destination = '\0';
     }
     return kFailed;
-}
-
-int32_t SecureFormat(char* destination, uint64_t size, int64_t count, const char* format, ...) noexcept {
-    va_list arguments;
-    va_start(arguments, format);
-    const int32_t result = SecureFormatList(destination, size, count, format, arguments);
-    va_end(arguments);
-    return result;
 }
 
 int KOSA_StrToInt(const char* text) {
@@ -87,7 +82,7 @@ int KOSA_StrToInt32(const char* text, int32_t* value) {
         char* end = nullptr;
         const long long number = strtoll(text, &end, 0);
         errno = kept;
-        // The wider type takes in its own range error: the limits it answers with lie outside as well.
+        // Out of its own range, strtoll returns a limit of the wider type, which is outside this range as well.
         if (end != text && number >= INT32_MIN && number <= INT32_MAX) {
             *value = static_cast<int32_t>(number);
             return 0;
@@ -99,7 +94,7 @@ int KOSA_StrToInt32(const char* text, int32_t* value) {
 
 char* KOSA_IntToStr(int value, char* buffer) {
     if (buffer != nullptr) {
-        // Deliberate: one byte less than the longest number needs. Callers hold buffers of exactly 11 bytes.
+        // Deliberate: one byte less than the longest number needs. Callers have buffers of exactly this size.
         SecureFormat(buffer, KOSA_NUMBER_TEXT_SIZE, KOSA_NUMBER_TEXT_SIZE - 1, "%d", value);
     }
     return buffer;

@@ -12,8 +12,8 @@ namespace {
 
 using SocketErrorFunction = int(WINAPI*)();
 
-/// The socket library's own function. It is looked for at the first call: nothing else here needs the library, and an
-/// import would load it into every host at the start.
+/// Loads the socket library at the first call. An import would load it into every host at the start, and nothing else
+/// here needs it. @return null when the system has no such library.
 SocketErrorFunction FindSocketError() noexcept {
     const HMODULE library = ::LoadLibraryExW(L"ws2_32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     const auto found = library == nullptr ? nullptr : ::GetProcAddress(library, "WSAGetLastError");
@@ -27,7 +27,7 @@ int KOSA_StriCmp(const char* a, const char* b) {
 }
 
 int KOSA_StriNCmp(const char* a, const char* b, size_t count) {
-    // The universal runtime takes a larger count for an invalid argument.
+    // The universal runtime treats a larger count as an invalid argument.
     return a == nullptr || b == nullptr ? -1 : _strnicmp(a, b, std::min<size_t>(count, INT_MAX));
 }
 
@@ -39,7 +39,6 @@ char* KOSA_StrTok_S(char* text, const char* delimiters, char** context) {
     if (delimiters == nullptr || context == nullptr || (text == nullptr && *context == nullptr)) {
         return nullptr;
     }
-    const RuntimeGuard guard;
     return strtok_s(text, delimiters, context);
 }
 
@@ -52,9 +51,9 @@ char* KOSA_StrToUper(char* text) {
 }
 
 int KOSA_GetLastSocketErr(void) {
-    const DWORD error = ::GetLastError(); // also what a program without that library is told
+    const DWORD error = ::GetLastError();
     static const SocketErrorFunction socketError = FindSocketError();
-    ::SetLastError(error); // the thread's error is the sockets' error, and the look-up may have changed it
+    ::SetLastError(error); // the socket library keeps its error in the same place, and the lookup may have changed it
     return socketError != nullptr ? socketError() : static_cast<int>(error);
 }
 

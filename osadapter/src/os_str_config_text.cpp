@@ -13,7 +13,7 @@ namespace {
 constexpr char kUnit[] = "os_str_config";
 constexpr int kMaxByte = 0xFF;
 
-// Deliberate: an empty text ends the list like a null pointer. Callers rely on it to leave optional parts off.
+// Deliberate: an empty text ends the list as a null pointer does.
 const char* NextText(va_list* texts) noexcept {
     const char* const text = va_arg(*texts, const char*);
     return IsEmptyText(text) ? nullptr : text;
@@ -60,7 +60,7 @@ char* KOSA_StrStr(const char* text, const char* pattern) {
     return const_cast<char*>(strstr(text, pattern));
 }
 
-// The runtime's tables hold bytes; a sign-extended char lies outside them and has no case.
+// The runtime's tables cover the values of a byte. A sign-extended char lies outside them and has no case.
 int KOSA_CharToLower(int character) {
     return character < 0 || character > kMaxByte ? character : tolower(character);
 }
@@ -111,7 +111,7 @@ int ZEP_Utf8Check(char* buffer, int32_t size) {
         lastStart = covered;
         covered += path_encoding::SequenceLength(static_cast<uint8_t>(buffer[covered]));
     }
-    // The walk ends at the size or beyond it, so the last character always makes room for the terminator.
+    // The walk ends at the size or beyond it, so the last character is dropped to make room for the terminator.
     buffer[lastStart] = '\0';
     return 1;
 }

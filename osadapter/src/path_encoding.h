@@ -3,13 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The family's own converter between UTF-8 and UTF-16 paths. It validates nothing, so that every name the system gives
-/// can be handed back to it byte for byte. `Unit` is a 16-bit unit type: wchar_t on Windows, char16_t elsewhere.
-/// Nothing is read beyond a text's terminator, also after a cut sequence. Any thread.
+/// The family's own converter between UTF-8 and UTF-16 paths. It validates nothing, so every name that the system
+/// returns can be passed back unchanged, also one with single surrogates. `Unit` is a 16-bit unit type: wchar_t on
+/// Windows, char16_t elsewhere. Nothing is read beyond a text's terminator, also after a cut sequence. Any thread.
 
 namespace path_encoding {
 
-/// Bytes of the sequence that a lead byte begins; the lead byte alone decides.
+/// Bytes of a sequence. The lead byte alone decides.
 constexpr size_t SequenceLength(uint8_t lead) noexcept {
     if (lead < 0xC0) {
         return 1;
@@ -42,8 +42,8 @@ inline size_t CountUnits(const char* text) noexcept {
 }
 
 /// Decodes into `capacity` units at most, terminator not included and not written.
-/// Deliberate: each sequence becomes one unit, a value above U+FFFF loses its high bits. Files that the family wrote
-/// under such names are found again only by the same cut.
+/// Deliberate: each sequence becomes one unit, so a value above U+FFFF loses its high bits. Files that were written
+/// under a name cut in this way are found only by the same cut.
 /// @return units stored.
 template <class Unit>
 size_t DecodeUtf8(const char* text, Unit* units, size_t capacity) noexcept {

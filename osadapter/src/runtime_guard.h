@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// While it lives, a runtime that would end the process over an invalid argument (a closed descriptor, say) reports the
-/// error instead: the library is a guest, and its callers are promised a result. This thread only; runtimes that
-/// report anyway are left alone.
+/// Windows' universal runtime ends the process when a function is given an invalid argument, for example a closed
+/// descriptor. While a guard exists, the function returns its error instead, in this thread. Other runtimes always do
+/// so, and the guard is empty there.
 class RuntimeGuard {
 public:
 #ifdef _MSC_VER
