@@ -3,13 +3,13 @@
  *
  * Conventions, unless a function says otherwise:
  *  - Texts and paths are narrow, zero-terminated UTF-8; sizes are in bytes and count the terminator.
- *  - 0 is success and -1 is failure. Null arguments are accepted and answered with the failure value. Nothing throws.
- *  - "Empty" is null or "". Some functions answer 1 instead of -1 for an unconvertible path, see below.
- *  - `errno` is what the wrapped runtime call left; giving converted paths back does not change it. Read it with
- *    KOSA_GetLastErr: a program may be built with a runtime other than the library's.
- *  - Streams, descriptors and memory belong to the library's runtime. Hand them to functions of this family only, and
- *    hand these functions no others: a program's own `stdout` or descriptor 1 may be another runtime's.
- *  - Any thread may call. One stream position, directory handle or text that is changed in place is used by one
+ *  - 0 is success and -1 is failure. For a null argument a function returns its failure value. Nothing throws.
+ *  - "Empty" is null or "". Some functions return 1 instead of -1 for an unconvertible path, see below.
+ *  - The wrapped runtime call sets `errno`, and nothing changes it afterwards. Read it with KOSA_GetLastErr: a program
+ *    may be built with a runtime other than the library's.
+ *  - Streams, descriptors and memory belong to the library's runtime. Pass them to functions of this family only, and
+ *    pass these functions no others: a program's own `stdout` or descriptor 1 may belong to another runtime.
+ *  - Any thread may call any function. Use a stream, a directory handle or a text that is changed in place in one
  *    thread at a time.
  */
 #ifndef OSADAPTER_KOSA_H
@@ -42,7 +42,7 @@ extern "C" {
 OSADAPTER_API int OSADAPTER_CALL KOSA_Creat(const char* path, int permission);
 
 /** Opens a file. @param flags the runtime's _O_RDONLY, _O_CREAT, ... @param permission as for KOSA_Creat, of a new
- * file.
+ *  file.
  *  @return the descriptor, closed with KOSA_Close; -1 on failure or null; 1 when the path is unconvertible. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Open(const char* path, int flags, int permission);
 
@@ -68,14 +68,15 @@ OSADAPTER_API int OSADAPTER_CALL KOSA_Fcntl(int descriptor, int command, int arg
 /* ---- Streams ---- */
 
 /** Opens a file. Sharing and translation are those of the runtime's fopen.
- *  @return the stream, closed with KOSA_Fclose; null when it cannot be opened or when path or mode is null or empty
- * (the file system is not touched then). */
+ *  @return the stream, closed with KOSA_Fclose; null when it cannot be opened and when path or mode is empty or
+ *  unconvertible; the file system is not touched then. */
 OSADAPTER_API FILE* OSADAPTER_CALL KOSA_Fopen(const char* path, const char* mode);
 
-/** The same with UTF-16 texts, which go to the system as they are. @return the stream; null on failure or for null. */
+/** The same with UTF-16 texts, which are not converted. @return the stream; null on failure or for null. */
 OSADAPTER_API FILE* OSADAPTER_CALL KOSA_Fopen_w(const wchar_t* path, const wchar_t* mode);
 
-/** Closes the stream; it is gone whatever the answer. @return 0, or -1 on a write error or for a null stream. */
+/** Closes the stream, which is invalid afterwards, also after a failure. @return 0; -1 on a write error and for a null
+ *  stream. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Fclose(FILE* stream);
 
 /** @return nonzero when a read met the end, else 0; -1 for a null stream. */
@@ -84,7 +85,8 @@ OSADAPTER_API int OSADAPTER_CALL KOSA_Feof(FILE* stream);
 /** @return nonzero when a read or write failed since KOSA_Clearerr, else 0; -1 for a null stream. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Ferror(FILE* stream);
 
-/** Hands buffered bytes to the system. @return 0, or -1 on a write error or for a null stream (never "all streams"). */
+/** Passes buffered bytes to the system. @return 0; -1 on a write error and for a null stream, which does not mean "all
+ *  streams" here. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Fflush(FILE* stream);
 
 /** @return the next byte, 0 to 255; -1 at the end, on failure and for a null stream. */
@@ -124,10 +126,10 @@ OSADAPTER_API int OSADAPTER_CALL KOSA_Fgetpos(FILE* stream, fpos_t* position);
 /** Goes back to a stored position. @return 0; -1 on failure or when either is null. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Fsetpos(FILE* stream, const fpos_t* position);
 
-/** Moves to the start and forgets end and error. Nothing for a null stream. */
+/** Moves to the start and clears end and error. Does nothing for a null stream. */
 OSADAPTER_API void OSADAPTER_CALL KOSA_Rewind(FILE* stream);
 
-/** Forgets end and error. Nothing for a null stream. */
+/** Clears end and error. Does nothing for a null stream. */
 OSADAPTER_API void OSADAPTER_CALL KOSA_Clearerr(FILE* stream);
 
 /** Writes formatted text. A format has the C standard's conversions d i u o x X c s p f F e E g G and %%, with their
@@ -146,8 +148,8 @@ OSADAPTER_API FILE* OSADAPTER_CALL KOSA_TmpFile(void);
 
 /* ---- Paths ---- */
 
-/** @param mode 0 exists, 2 writable, 4 readable, 6 both. @return 0; -1 on failure or an empty path; 1 when the path
- *  cannot be converted. */
+/** Tests for access. @param mode 0 exists, 2 writable, 4 readable, 6 both. @return 0; -1 on failure and for an empty
+ *  path; 1 when the path is unconvertible. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Access(const char* path, int mode);
 
 /** Changes the current directory of the whole process. @return 0 or -1. */
@@ -157,11 +159,11 @@ OSADAPTER_API int OSADAPTER_CALL KOSA_ChDir(const char* path);
  *  @return buffer; null when it is null or too small. */
 OSADAPTER_API char* OSADAPTER_CALL KOSA_GetCwd(char* buffer, uint32_t size);
 
-/** Removes a file. @return 0; -1 on failure or an empty path; 1 when the path cannot be converted. */
+/** Removes a file. @return 0; -1 on failure and for an empty path; 1 when the path is unconvertible. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Remove(const char* path);
 
 /** Renames a file or directory; an existing target is not replaced.
- *  @return 0; -1 on failure or an empty path; 1 when a path cannot be converted. */
+ *  @return 0; -1 on failure and for an empty path; 1 when a path is unconvertible. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Rename(const char* oldPath, const char* newPath);
 
 /** Copies a file and replaces an existing destination.
@@ -171,8 +173,8 @@ OSADAPTER_API int OSADAPTER_CALL KOSA_CopyFile(const char* source, const char* d
 /** Makes one directory level. @param mode ignored; Windows has no such permissions. @return 0 or -1. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_MkDir(const char* path, int mode);
 
-/** Makes every missing level of a path. A path without "/" and "\" is taken for a level that exists. A leading "/" is
- *  kept. A leading "\" is not, nor is the "//" of a network path: what follows is made below the current directory.
+/** Makes every missing level of a path. A path without "/" and "\" counts as a level that exists. A leading "/" is
+ *  kept. A leading "\" and the "//" of a network path are not: their levels are made below the current directory.
  *  @param mode ignored. @return 0, also when the system refuses a level; -1 for an empty path and when a level's path
  *  is unconvertible, also for lack of memory. The levels before it may have been made. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_MkDir_P(const char* path, int mode);
@@ -185,7 +187,7 @@ OSADAPTER_API int OSADAPTER_CALL KOSA_RmDir(const char* path);
  *  @return 0; 1 for null, for a result longer than size or 259 bytes, and for paths of more than 260 bytes. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_RelPath(const char* path, char* buffer, uint32_t size);
 
-/** What the runtime knows of a file. */
+/** The status of a file, as the runtime returns it. */
 typedef struct KosaStat {
     uint32_t device;        /**< drive number, 0 = A */
     uint16_t inode;         /**< 0 */
@@ -200,14 +202,15 @@ typedef struct KosaStat {
     int64_t changeTime; /**< creation on Windows */
 } KosaStat;
 
-/** @param status zeroed, then filled. @return 0; -1 on failure or for null; 1 when the path is unconvertible. */
+/** Gets the status. @param status zeroed, then filled. @return 0; -1 on failure or for null; 1 when the path is
+ * unconvertible. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Stat(const char* path, KosaStat* status);
 
 /** The same for a descriptor. @return 0; -1 on failure or for null. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_FStat(int descriptor, KosaStat* status);
 
-/** @param size gets the bytes, low 32 bits; untouched on failure. @return 0; -1 for an empty path or a null size; 1
- * when the file cannot be looked at. */
+/** Gets the size in bytes, low 32 bits. @param size unchanged on failure. @return 0; -1 for an empty path or a null
+ *  size; 1 when KOSA_Stat fails. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_GetFileSize(const char* path, uint32_t* size);
 
 /* ---- Directories ---- */
@@ -220,12 +223,12 @@ typedef struct KosaDirEntry {
     const char* name;
 } KosaDirEntry;
 
-/** Begins to list a directory. @param path used as it is, with "\*" appended ("" is the drive's root).
+/** Begins to list a directory. @param path is searched with "\*" appended; "" is the root of the current drive.
  *  @return the handle, closed with KOSA_CloseDir; null when the directory cannot be listed. */
 OSADAPTER_API KosaDir* OSADAPTER_CALL KOSA_OpenDir(const char* path);
 
 /** Steps to the next entry, "." and ".." included. @return the entry; null at the end, when the step fails and for a
- *  null handle. KOSA_ScanDir tells the end from a failure. */
+ *  null handle. KOSA_ScanDir distinguishes the two. */
 OSADAPTER_API KosaDirEntry* OSADAPTER_CALL KOSA_ReadDir(KosaDir* directory);
 
 /** The same in the shape of readdir_r. @param storage not used, may be null. @param entry gets what KOSA_ReadDir
@@ -241,16 +244,16 @@ OSADAPTER_API void OSADAPTER_CALL KOSA_RewindDir(KosaDir* directory);
 /** Does nothing: a listing goes forward only. */
 OSADAPTER_API void OSADAPTER_CALL KOSA_SeekDir(KosaDir* directory, long position);
 
-/** @return always 0: positions are not offered; -1 for a null handle. */
+/** @return 0, for a listing has no positions; -1 for a null handle. */
 OSADAPTER_API long OSADAPTER_CALL KOSA_TellDir(KosaDir* directory);
 
-/** @return always 0: a listing has no descriptor; -1 for a null handle. */
+/** @return 0, for a listing has no descriptor; -1 for a null handle. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_DirFd(KosaDir* directory);
 
 /** @return nonzero for an entry to keep. Must not throw. */
 typedef int(OSADAPTER_CALL* KosaDirFilter)(const KosaDirEntry* entry);
 
-/** The runtime's qsort comparison over list elements: a and b are of type `KosaDirEntry* const*`. Must not throw. */
+/** Compares list elements for the runtime's qsort: a and b are of type `KosaDirEntry* const*`. Must not throw. */
 typedef int(OSADAPTER_CALL* KosaDirCompare)(const void* a, const void* b);
 
 /** How many entries KOSA_ScanDir keeps at most, and of how many bytes of a name. */
@@ -259,16 +262,17 @@ typedef int(OSADAPTER_CALL* KosaDirCompare)(const void* a, const void* b);
 
 /** Lists a directory at once, "." and ".." included, up to KOSA_SCAN_MAX_ENTRIES kept entries.
  *  @param list gets an array of pointers to entries, freed with KOSA_DestoryNameList; null when none was kept,
- *  untouched on failure. A name is cut after KOSA_SCAN_NAME_SIZE bytes, also within a character, and terminated.
+ *  unchanged on failure. A name is cut after KOSA_SCAN_NAME_SIZE bytes, also within a character, and terminated.
  *  @param filter null keeps all. @param compare null leaves the system's order, and so do entries that compare equal.
  *  @return the count; -1 for null, when the directory cannot be listed to its end and when memory is exhausted. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_ScanDir(const char* path, KosaDirEntry*** list, KosaDirFilter filter,
                                               KosaDirCompare compare);
 
-/** Frees a list of KOSA_ScanDir with its names. @param count what KOSA_ScanDir returned. Nothing for null. */
+/** Frees a list of KOSA_ScanDir with its names. @param count the result of KOSA_ScanDir. Does nothing for null. */
 OSADAPTER_API void OSADAPTER_CALL KOSA_DestoryNameList(KosaDirEntry** list, int count);
 
-/** For KOSA_ScanDir: by name in the runtime's locale. @return -1 when a is null, 1 when b is, else strcoll's answer. */
+/** For KOSA_ScanDir: by name in the runtime's locale. @return -1 when a is null, 1 when b is, else the result of
+ * strcoll. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Alphasort(const void* a, const void* b);
 
 /** For KOSA_ScanDir: leaves the system's order. @return -1 when a is null, 1 when b is, else 0. */
@@ -313,8 +317,8 @@ OSADAPTER_API char* OSADAPTER_CALL KOSA_StrStr(const char* text, const char* pat
 /** @return a copy, freed with KOSA_MemFreeD; null for null and when memory is exhausted. */
 OSADAPTER_API char* OSADAPTER_CALL KOSA_StrDup(const char* text);
 
-/** Cuts the next token off, in place. @param text null to go on. @param context keeps the place between calls.
- *  @return the token; null when there is none, for null delimiters, a null context or nothing to go on with. */
+/** Cuts the next token off, in place. @param text null to continue. @param context keeps the place between calls.
+ *  @return the token; null when there is none, for null delimiters, for a null context and when nothing was begun. */
 OSADAPTER_API char* OSADAPTER_CALL KOSA_StrTok_S(char* text, const char* delimiters, char** context);
 
 /** Turns ASCII letters to lower case in place. @return text. */
@@ -323,10 +327,10 @@ OSADAPTER_API char* OSADAPTER_CALL KOSA_StrToLower(char* text);
 /** Turns ASCII letters to upper case in place. @return text. */
 OSADAPTER_API char* OSADAPTER_CALL KOSA_StrToUper(char* text);
 
-/** @return the letter in lower case; any other value as it is. */
+/** @return the letter in lower case; any other value unchanged. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_CharToLower(int character);
 
-/** @return the letter in upper case; any other value as it is. */
+/** @return the letter in upper case; any other value unchanged. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_CharToUpper(int character);
 
 /** Decimal number at the start. @return 0 when there is none or for null. */
@@ -335,14 +339,15 @@ OSADAPTER_API int OSADAPTER_CALL KOSA_StrToInt(const char* text);
 /** Number at the start. @return 0 when there is none or for null. */
 OSADAPTER_API double OSADAPTER_CALL KOSA_StrToFloat(const char* text);
 
-/** @param end gets the place after the number; may be null. @param base 0 (from the prefix) or 2 to 36.
+/** Number at the start. @param end gets the place after the number; may be null. @param base 0 (from the prefix) or 2
+ * to 36.
  *  @return the number; the nearest limit with ERANGE; 0 when there is none or for null. */
 OSADAPTER_API long OSADAPTER_CALL KOSA_Strtol(const char* text, char** end, int base);
 
 /** The same for unsigned numbers. */
 OSADAPTER_API unsigned long OSADAPTER_CALL KOSA_Strtoul(const char* text, char** end, int base);
 
-/** Number at the start, base from the prefix ("0x", "0"). @param value untouched on failure.
+/** Number at the start, base from the prefix ("0x", "0"). @param value unchanged on failure.
  *  @return 0, `errno` unchanged; 1 when out of range, without a digit or for null, and then `errno` is 0. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_StrToInt32(const char* text, int32_t* value);
 
@@ -360,12 +365,12 @@ OSADAPTER_API char* OSADAPTER_CALL KOSA_FloatToStr(double value, char* buffer);
 /** Bytes that KOSA_Ultostr uses at most: 11 octal digits and the terminator. */
 #define KOSA_ULTOSTR_SIZE 12
 
-/** @param size of the buffer in bytes; at most KOSA_ULTOSTR_SIZE are used. @param base 8, 16 (small letters); any other
- * is decimal.
+/** Writes a number. @param size of the buffer in bytes; at most KOSA_ULTOSTR_SIZE are used. @param base 8 or 16 (small
+ *  letters); any other is decimal.
  *  @return characters written; -1 for null, size 0 and when the text was cut to fit. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_Ultostr(char* buffer, uint32_t size, uint32_t value, int base);
 
-/** Joins texts. The list ends at the first null or the first "", so it needs a null pointer at its end.
+/** Joins texts. The list ends at the first "" or null, so its last argument is a null pointer.
  *  @return new text, freed with KOSA_MemFreeD; null for a null first text and when memory is exhausted. */
 OSADAPTER_API char* OSADAPTER_CALL KOSA_StrConcat(const char* first, ...) OSADAPTER_SENTINEL;
 
@@ -380,13 +385,13 @@ OSADAPTER_API void* OSADAPTER_CALL KOSA_MemMallocS(uint32_t size, int fill, int 
 /** Frees memory of this family; null is allowed. */
 OSADAPTER_API void OSADAPTER_CALL KOSA_MemFreeD(void* memory, int line, const char* unit);
 
-/** Frees what the pointer at address points to and sets that pointer to null. Nothing for null. */
+/** Frees the memory that *address points to and sets *address to null. Does nothing for a null address. */
 OSADAPTER_API void OSADAPTER_CALL KOSA_MemFreeSetNullD(void** address);
 
 /** Compares bytes as unsigned values. @return negative, 0 or positive; -1 when either is null. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_MemCmp(const void* a, const void* b, size_t length);
 
-/** @return always null: aligned allocation is not offered. */
+/** @return null: the family has no aligned memory. */
 OSADAPTER_API void* OSADAPTER_CALL KOSA_MemAlignD(uint32_t size, uint32_t alignment, int line, const char* unit);
 
 /* ---- Errors; each thread has its own ---- */
@@ -394,7 +399,7 @@ OSADAPTER_API void* OSADAPTER_CALL KOSA_MemAlignD(uint32_t size, uint32_t alignm
 /** @return `errno` of the library's runtime. */
 OSADAPTER_API int OSADAPTER_CALL KOSA_GetLastErr(void);
 
-/** Sets `errno` of the library's runtime. @return its address, good for this thread. */
+/** Sets `errno` of the library's runtime. @return its address, valid in this thread. */
 OSADAPTER_API int* OSADAPTER_CALL KOSA_SetLastErr(int value);
 
 /** @return the socket library's last error. */
@@ -424,8 +429,8 @@ typedef struct OperateRec {
 /** Empties the history. @return 0. */
 OSADAPTER_API int32_t OSADAPTER_CALL KOSA_InitOperateHistory(void);
 
-/** Stores a copy; in a full history it overwrites the oldest. Null empties the slot, which counts, and sets `errno` to
- * EINVAL.
+/** Stores a copy; in a full history it overwrites the oldest. Null empties the slot, which counts as written, and sets
+ *  `errno` to EINVAL.
  *  @return the number of the slot after the one written, 1 to KOSA_HISTORY_SLOTS. */
 OSADAPTER_API int32_t OSADAPTER_CALL KOSA_AddOperateRec(const OperateRec* record);
 

@@ -20,7 +20,8 @@ extern "C" {
 /** ANSI to UTF-16, precomposed characters. @return new text, see above. */
 OSADAPTER_API wchar_t* OSADAPTER_CALL ZEP_LocaleToUnicodeW(const char* text);
 
-/** UTF-16 to ANSI; what the code page lacks becomes its replacement character. @return new text, see above. */
+/** UTF-16 to ANSI. A character that the code page lacks becomes its replacement character. @return new text, see above.
+ */
 OSADAPTER_API char* OSADAPTER_CALL ZEP_UnicodeToLocale(const wchar_t* text);
 
 /** UTF-16 to UTF-8. @return new text, see above. */
@@ -35,16 +36,17 @@ OSADAPTER_API char* OSADAPTER_CALL ZEP_Utf8ToUnicodeA(const char* text);
 /** ANSI to UTF-8. @return new text, see above. */
 OSADAPTER_API char* OSADAPTER_CALL ZEP_LocaleToUtf8(const char* text);
 
-/** UTF-8 to ANSI; what the code page lacks becomes its replacement character. @return new text, see above. */
+/** UTF-8 to ANSI. A character that the code page lacks becomes its replacement character. @return new text, see above.
+ */
 OSADAPTER_API char* OSADAPTER_CALL ZEP_Utf8ToLocale(const char* text);
 
 /** Frees a text of this family; null is allowed. */
 OSADAPTER_API void OSADAPTER_CALL ZEP_StrMemFree(void* text);
 
-/** Ends a UTF-8 text that fills its buffer on a character boundary, with the terminator inside the buffer: the last
- *  character is dropped. Changes nothing when the text already ends within the buffer.
- *  @param size of the buffer in bytes. @return 1 when the text was ended, for null and for a size that is not positive;
- *  0 when it was terminated already. */
+/** Terminates a UTF-8 text that fills its buffer: it drops the last character, whole or cut, and writes the terminator
+ *  in its place. Changes nothing when the text already ends within the buffer.
+ *  @param size of the buffer in bytes. @return 1 when the text was terminated, for null and for a size that is not
+ *  positive; 0 when it had a terminator already. */
 OSADAPTER_API int OSADAPTER_CALL ZEP_Utf8Check(char* buffer, int32_t size);
 
 #ifdef __cplusplus

@@ -185,7 +185,7 @@ TEST(AdapterAnswers, TextsAndConversions) {
     EXPECT_EQ(KOSA_GetLastSocketErr(), 10035);
 }
 
-// A sequence whose value has 16 zero bits at its low end would end the path there: another file would be meant.
+// A sequence whose value has 16 zero bits at its low end must not end the path there and name another file.
 TEST(AdapterAnswers, RefuseAPathWithAZeroUnit) {
     const TempFolder folder;
     folder.Write("keep", "1");

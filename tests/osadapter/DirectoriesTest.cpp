@@ -99,7 +99,7 @@ TEST(AdapterDirectories, GiveAtMost1024Entries) {
     const Scanned all(folder.Utf8(""));
     EXPECT_EQ(all.count, 1024);
     EXPECT_EQ(std::set<std::string>(all.names.begin(), all.names.end()).size(), 1024u);
-    // What the filter turns away takes no slot.
+    // An entry that the filter rejects takes no slot.
     EXPECT_EQ(Scanned(folder.Utf8(""), [](const KosaDirEntry* entry) { return int{entry->name[0] == '9'}; }).count,
               1 + 10 + 100);
 }

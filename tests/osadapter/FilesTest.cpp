@@ -159,7 +159,7 @@ TEST(AdapterStreams, RefuseAnItemCountWhoseBytesOverflow) {
     EXPECT_EQ(KOSA_Fclose(stream), 0);
 }
 
-// Runtimes differ in what they do with bytes on such a stream; it must be a result, not the end of the process.
+// Runtimes return different results for bytes on such a stream. None may end the process.
 TEST(AdapterStreams, OfUnicodeModeGiveAResultForEveryCall) {
     const TempFolder folder;
     FILE* const stream = KOSA_Fopen(folder.Utf8("unicode.txt").c_str(), "w+, ccs=UTF-16LE");

@@ -24,7 +24,7 @@ static void CheckExports(void) {
         const char* name;
         AnyFunction function;
     } exported[] = {
-        /* not static: an imported address is known only when the program runs */
+    /* not static: an imported address is known only when the program runs */
 #define ENTRY_POINT(name)
 #define ADAPTER_EXPORT(name) {#name, (AnyFunction)name},
 #include "exported_names.h"
