@@ -91,7 +91,7 @@ int32_t CMessageTask::SendCmdData(std::string text) {
 }
 
 int32_t CMessageTask::SendCmdDataDirect(const std::string& text) {
-    if (!::IsWindow(ownWindow_)) {
+    if (LiveWindow() == nullptr) {
         Log("CMessageTask::SendCmdData send window is not exist");
         return -1;
     }
@@ -173,7 +173,7 @@ void CMessageTask::PushReceived(std::string message) {
 }
 
 void CMessageTask::ProcessSendQueue() {
-    if (!::IsWindow(ownWindow_)) {
+    if (LiveWindow() == nullptr) {
         Log("CMessageTask::SendData send wnd not exist");
         return;
     }
@@ -203,7 +203,7 @@ void CMessageTask::ProcessRecvQueue() {
 }
 
 bool CMessageTask::IsConnected() {
-    return ::IsWindow(ownWindow_) && ::IsWindow(peerWindow_);
+    return LiveWindow() != nullptr && ::IsWindow(peerWindow_);
 }
 
 void CMessageTask::PrintMsg(std::string_view message) {

@@ -15,28 +15,31 @@
 #include <string>
 #include <string_view>
 
-/// Handed to the receive callback while the client's window is missing, about every 4 seconds.
+/// The receive callback gets this text after every 200 ticks in a row without the client's window.
 inline constexpr const char* kDisconnectedText = "NBM_NOTIFY_ID_SDK_DISCONNECTED";
 
-/// Carries text messages between this process's hidden window and the client's by WM_COPYDATA. There is at most one
-/// task. It is shared by its window thread, so that a window that outlives `Delete` never meets a freed task.
+/// Carries text messages between this process's hidden window and the client's by WM_COPYDATA. At most one task
+/// exists. Its window thread shares the ownership: after `Delete` the task lives until that thread has ended.
 class CMessageTask final : public IProcessMessage {
 public:
-    /// Creates the single task and its window thread, or gives the existing one. The name is accepted and not used.
-    /// @return null when there is none and a callback is null, or when the thread could not be created. The log
-    /// callback stays set for good. Calls of `Init` and `Delete` come from one thread.
+    /// Creates the single task and starts its window thread, or returns the existing task, whose callbacks stay. The
+    /// name is accepted and not used. `Init` and `Delete` must be called from one thread.
+    /// @return null when no task exists and a callback is null or the thread could not be started.
     static CMessageTask* Init(UisdkReceiveCallback receive, UisdkLogCallback log, const char* name);
 
-    /// Takes the single task away and closes its window, without waiting for its thread.
+    /// Drops the single task and posts WM_CLOSE to its window. Does not wait for the window thread. The log callback
+    /// stays set.
     static void Delete();
 
     /// Queues a text. @return 0 queued, 1 empty, 2 no client window. Any thread.
     int32_t SendCmdData(std::string text);
-    /// Sends at once, up to 3000 ms for each piece. @return 0, 2 no client window, -1 no own window or send failed.
+    /// Sends on the calling thread and waits up to 3000 ms for each piece.
+    /// @return 0 sent, 2 no client window, -1 no own window or send failed. Any thread.
     int32_t SendCmdDataDirect(const std::string& text);
-    /// Puts one message on the wire to the stored client window. @return 0 or -1.
+    /// Sends to the stored client window without looking it up. An empty text is not sent.
+    /// @return 0, or -1 when a piece failed; the pieces after it are not sent. Any thread.
     int32_t SendData(const std::string& text);
-    /// Joins one segment body; a complete message goes to the receive queue. Window thread only.
+    /// Joins one segment body. A complete message goes to the receive queue. Window thread only.
     void PushRevSegMessage(std::string_view body, uint32_t number);
 
     void ProcessSendQueue() override;
@@ -45,7 +48,7 @@ public:
     void OnChannelStop() override {}
     void Log(const char* format, ...) override;
 
-    /// The same log without a task. Before the first `Init` it goes nowhere.
+    /// Writes the same log when no task exists. Lines before the first `Init` are lost.
     static void WriteLog(const char* format, ...) noexcept;
 
     CMessageTask(const CMessageTask&) = delete;
@@ -69,6 +72,7 @@ private:
     int32_t CreateMsgWind();
     void DestoryMsgWind();
     void RemoveWindow() noexcept;
+    HWND LiveWindow() const noexcept;
     void TakeCopyData(const COPYDATASTRUCT& data);
 
     HWND FindPeer();
@@ -84,7 +88,8 @@ private:
     SequenceCounter sequence_{1}; // the first segmented message carries 2
     std::atomic<HWND> ownWindow_{nullptr};
     std::atomic<HWND> peerWindow_{nullptr};
-    // Platform critical sections: at process exit a killed thread may leave one taken, which must not hang the exit.
+    // Not std::mutex: at process exit a killed thread may hold one of these, and only the platform's own critical
+    // section is sure not to block the exit then.
     MC_Critical_Section sendLock_{true};
     MC_Critical_Section receiveLock_{true};
     std::atomic<bool> stopping_{false};

@@ -81,7 +81,7 @@ void CMessageTask::CreateWndAndMsg() {
 }
 
 int32_t CMessageTask::CreateMsgWind() {
-    if (::IsWindow(ownWindow_)) {
+    if (LiveWindow() != nullptr) {
         Log("CMessageTask::CreateMsgWind hSendWindow is exist");
         return 0;
     }
@@ -91,32 +91,27 @@ int32_t CMessageTask::CreateMsgWind() {
     windowClass.lpfnWndProc = WndProc;
     windowClass.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(COLOR_WINDOW + 1));
     windowClass.lpszClassName = kOwnWindowName;
-    DWORD classError = 0;
-    DWORD windowError = 0;
-    HWND window = nullptr;
-    {
-        MC_Lock hold(&State().classLock);
-        classError = ::RegisterClassExW(&windowClass) != 0 ? ERROR_SUCCESS : ::GetLastError();
-        window = ::CreateWindowExW(0, kOwnWindowName, kOwnWindowName, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
-                                   CW_USEDEFAULT, CW_USEDEFAULT, HWND_MESSAGE, nullptr, nullptr, nullptr);
-        windowError = window != nullptr ? ERROR_SUCCESS : ::GetLastError();
-        ownWindow_ = window;
+    // The class is never unregistered: its procedure stays mapped, because the channel's start pins the module.
+    if (::RegisterClassExW(&windowClass) == 0) {
+        const DWORD error = ::GetLastError(); // normally the class of an earlier window exists
+        Log("CMessageTask::CreateMsgWind RegisterClassEx err=%d", static_cast<int>(error));
     }
-    if (classError != ERROR_SUCCESS) { // normally the class of an earlier window
-        Log("CMessageTask::CreateMsgWind RegisterClassEx err=%d", static_cast<int>(classError));
-    }
+    const HWND window =
+        ::CreateWindowExW(0, kOwnWindowName, kOwnWindowName, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
+                          CW_USEDEFAULT, CW_USEDEFAULT, HWND_MESSAGE, nullptr, nullptr, nullptr);
     if (window == nullptr) {
-        Log("CMessageTask::CreateMsgWind creatWind err=%d", static_cast<int>(windowError));
+        const DWORD error = ::GetLastError();
+        Log("CMessageTask::CreateMsgWind creatWind err=%d", static_cast<int>(error));
         return -1;
     }
+    ownWindow_ = window;
     Log("CMessageTask::CreateMsgWind creatWind success, m_hSendWnd = %d", HandleNumber(window));
     return 0;
 }
 
 void CMessageTask::DestoryMsgWind() {
     stopping_ = true;
-    const HWND window = ownWindow_;
-    if (::IsWindow(window)) {
+    if (const HWND window = LiveWindow(); window != nullptr) {
         const BOOL posted = ::PostMessageW(window, WM_CLOSE, 0, 0);
         Log("CMessageTask::DestoryMsgWind ret=%d", static_cast<int>(posted));
     } else if (windowThread_ != 0) {
@@ -126,15 +121,18 @@ void CMessageTask::DestoryMsgWind() {
     }
 }
 
-/// The window goes for good, on its own thread. The class goes with it, or else it would keep a procedure of a module
-/// that may be gone; while a successor's window lives, it stays.
+/// Destroys the window at the end of its thread. The platform refuses a window of another thread.
 void CMessageTask::RemoveWindow() noexcept {
-    const HWND window = ownWindow_.exchange(nullptr);
-    if (::IsWindow(window)) {
-        ::DestroyWindow(window);
-    }
-    MC_Lock hold(&State().classLock);
-    ::UnregisterClassW(kOwnWindowName, ::GetModuleHandleW(nullptr)); // the module that a null instance stands for
+    ::DestroyWindow(ownWindow_.exchange(nullptr));
+}
+
+/// @return the own window, or null while there is none.
+/// Only the platform knows whether the window lives: any program can send it WM_DESTROY, so the procedure never clears
+/// the handle. The platform reuses handles, but the window thread creates no other window than this one.
+HWND CMessageTask::LiveWindow() const noexcept {
+    const HWND window = ownWindow_;
+    const DWORD owner = ::GetWindowThreadProcessId(window, nullptr);
+    return owner != 0 && owner == windowThread_ ? window : nullptr;
 }
 
 std::shared_ptr<CMessageTask> CMessageTask::OwnerOf(HWND window) {
@@ -144,21 +142,24 @@ std::shared_ptr<CMessageTask> CMessageTask::OwnerOf(HWND window) {
 
 LRESULT CALLBACK CMessageTask::WndProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
     try {
-        // A window that outlives its task belongs to none, even when a new task has started.
-        const auto task = OwnerOf(window);
         if (message == WM_DESTROY) {
             WriteLog("CMessageTask::WndProc window was destroyed");
-            if (task) {
-                task->ownWindow_ = nullptr; // the number may soon belong to somebody else's window
-            }
             ::PostQuitMessage(0);
-        } else if (message == WM_COPYDATA && lParam != 0 && task) {
-            task->TakeCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
+        } else if (message == WM_COPYDATA && lParam != 0) {
+            // A window that outlives its task belongs to no task, even when a new task has started.
+            if (const auto task = OwnerOf(window)) {
+                task->TakeCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
+            }
         }
     } catch (...) {
         // Only exhausted memory leads here: the message is lost, the window lives on.
     }
-    return ::DefWindowProcW(window, message, wParam, lParam);
+    const LRESULT result = ::DefWindowProcW(window, message, wParam, lParam);
+    if (message == WM_SETTEXT || message == WM_NCCREATE || message == WM_NCDESTROY) {
+        // Any program can send these three, and each changes the title, by which the client finds the window.
+        ::DefWindowProcW(window, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(kOwnWindowName));
+    }
+    return result;
 }
 
 void CMessageTask::TakeCopyData(const COPYDATASTRUCT& data) {

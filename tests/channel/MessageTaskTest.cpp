@@ -226,6 +226,49 @@ TEST_F(MessageTask, WindowHealsWhenSomebodyElseClosesIt) {
     EXPECT_THAT(Receive(1), ElementsAre("healed"));
 }
 
+// Any program can send the messages by which the system announces a window's end, its creation and its title.
+TEST_F(MessageTask, ForgedSystemMessagesLeaveTheWindowWhole) {
+    struct Case {
+        UINT message;
+        bool posted;
+        WPARAM wParam;
+        LPARAM lParam;
+        bool quits;
+    };
+    CREATESTRUCTW create{};
+    create.lpszName = L"forged";
+    create.lpszClass = L"forged";
+    const auto creation = reinterpret_cast<LPARAM>(&create);
+    const Case cases[] = {
+        {WM_DESTROY, false, 0, 0, true},        {WM_DESTROY, true, 0, 0, true},
+        {WM_NCDESTROY, false, 0, 0, false},     {WM_NCCREATE, false, 0, creation, false},
+        {WM_CREATE, false, 0, creation, false}, {WM_SETTEXT, false, 0, reinterpret_cast<LPARAM>(L"forged"), false},
+        {WM_QUIT, false, 0, 0, false},          {WM_QUIT, true, 0, 0, true},
+        {WM_ENDSESSION, false, TRUE, 0, false}};
+    PeerWindow peer;
+    const HWND server = Server();
+    std::size_t quits = 0;
+    std::size_t received = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.message) + (c.posted ? " posted" : " sent"));
+        if (c.posted) {
+            ASSERT_TRUE(::PostMessageW(server, c.message, c.wParam, c.lParam));
+        } else {
+            ::SendMessageW(server, c.message, c.wParam, c.lParam);
+        }
+        quits += c.quits ? 1 : 0;
+        ASSERT_TRUE(records_.WaitForLog("CMessageTask::CreateMsgWind hSendWindow is exist", quits));
+        EXPECT_EQ(PeerWindow::FindServer(), server);
+        EXPECT_EQ(::FindWindowExW(HWND_MESSAGE, server, kServerName, nullptr), nullptr) << "a second window";
+        ASSERT_TRUE(peer.Send("whole"));
+        ASSERT_TRUE(peer.Send(std::string(3000, 's')));
+        received += 2;
+        EXPECT_THAT(Receive(2), SizeIs(received));
+        EXPECT_EQ(task_->SendCmdDataDirect("out"), 0);
+    }
+    EXPECT_EQ(records_.CountLog("CMessageTask::WndProc window was destroyed"), 2u);
+}
+
 TEST_F(MessageTask, QuickRestartsLeaveOneWorkingWindow) {
     for (int i = 0; i < 50; ++i) {
         CMessageTask::Delete();
@@ -256,8 +299,6 @@ TEST_F(MessageTask, LateWindowFindsNoTask) {
     procedure(old, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data));
     procedure(old, WM_COPYDATA, 0, 0);
     ASSERT_TRUE(records_.WaitForLog("CMessageTask::MsgThreadProc end"));
-    EXPECT_FALSE(::GetClassInfoExW(::GetModuleHandleW(nullptr), kServerName, &windowClass))
-        << "the class outlives its last window";
     Start();
     const HWND window = Server(2);
     procedure(window == old ? nullptr : old, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data));
