@@ -19,6 +19,7 @@ struct Board {
     std::atomic<std::uint64_t> joined;   // messages that a segment ended
     std::atomic<std::uint64_t> complete; // both
     std::atomic<std::uint64_t> other;    // messages that are no WM_COPYDATA
+    std::atomic<std::uint64_t> system;   // those of them below WM_USER
     std::atomic<std::uint64_t> closes;   // of the channel's window
     std::atomic<std::uint64_t> refused;  // by the system, at the sender
     std::atomic<std::uint64_t> bytes;

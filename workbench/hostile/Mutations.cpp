@@ -8,6 +8,18 @@ namespace hostile {
 namespace {
 
 constexpr std::uint32_t kUserMessage = 0x400;
+// The system's messages, by the names of the platform's headers.
+constexpr std::uint32_t kCreate = 0x1;
+constexpr std::uint32_t kDestroy = 0x2;
+constexpr std::uint32_t kSetText = 0xC;
+constexpr std::uint32_t kClose = 0x10;
+constexpr std::uint32_t kQuit = 0x12;
+constexpr std::uint32_t kCopyData = 0x4A;
+constexpr std::uint32_t kNcCreate = 0x81;
+constexpr std::uint32_t kNcDestroy = 0x82;
+constexpr std::uint32_t kPopupSystemMenu = 0x313;
+// They tell a window of its creation, its end and its title.
+constexpr std::uint32_t kLifeMessages[] = {kCreate, kDestroy, kSetText, kQuit, kNcCreate, kNcDestroy};
 constexpr std::size_t kWholeMost = 1023; // bytes of a message that goes whole
 constexpr std::size_t kBody = 1011;      // bytes of a segment's body
 
@@ -188,6 +200,8 @@ Shot Mutations::OtherMessage() {
     Shot shot;
     if (dice_.OneIn(200)) {
         shot.kind = Shot::Kind::CloseChannel;
+    } else if (dice_.OneIn(3)) {
+        return SystemMessage();
     } else if (dice_.OneIn(5)) {
         // Message 1025 carries a pointer there and is only sent with null, see the sender.
         shot.kind = Shot::Kind::NotifyOther;
@@ -195,6 +209,21 @@ Shot Mutations::OtherMessage() {
     } else {
         shot.kind = Shot::Kind::ChannelOther;
         shot.number = dice_.OneIn(2) ? kUserMessage + dice_.Below(0x7c00) : 0xc000 + dice_.Below(0x4000);
+    }
+    return shot;
+}
+
+Shot Mutations::SystemMessage() {
+    Shot shot;
+    shot.kind = dice_.OneIn(5) ? Shot::Kind::NotifyOther : Shot::Kind::ChannelOther;
+    shot.posted = dice_.OneIn(2);
+    shot.number = dice_.OneIn(4) ? dice_.Any(kLifeMessages) : dice_.Below(kUserMessage);
+    const auto is = [&](auto... numbers) { return ((shot.number == numbers) || ...); };
+    // WM_COPYDATA and WM_CLOSE are shots of another kind, and the menu waits for a person. The notification window does
+    // not survive the other two, and Outlook itself does not survive a posted WM_QUIT.
+    if (is(kCopyData, kClose, kPopupSystemMenu) ||
+        (shot.kind == Shot::Kind::NotifyOther && (is(kNcCreate, kNcDestroy) || (is(kQuit) && shot.posted)))) {
+        shot.number = 0; // WM_NULL
     }
     return shot;
 }

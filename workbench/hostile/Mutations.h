@@ -35,6 +35,7 @@ private:
     Shot Message();  // mostly completes one
     Shot NoText();   // null and empty texts, absurd sizes
     Shot OtherMessage();
+    Shot SystemMessage();
     Shot EndOfKept(); // the end of a message of which parts are kept
     void PlanSegments(std::string text);
     void Terminate(Shot& shot);

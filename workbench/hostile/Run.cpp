@@ -283,6 +283,7 @@ void Run::TellTable() const {
     std::printf("\n");
     tell("sent", board.sent);
     tell("not WM_COPYDATA", board.other + board.closes);
+    tell("  below WM_USER", board.system);
     tell("refused by the system", board.refused);
     tell("dropped by the channel's window", board.dropped);
     tell("segments kept", board.kept);

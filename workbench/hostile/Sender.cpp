@@ -34,9 +34,11 @@ private:
     void Fire(const Shot& shot);
     void SendText(const Shot& shot);
     void SendOther(const Shot& shot);
+    void SendSystem(const Shot& shot);
+    void CheckChannelWindow();
     void CloseChannel();
     void Count(const Shot& shot, Outcome outcome);
-    HWND FindWindowAgain(const wchar_t* name, HWND gone);
+    HWND FindWindowAgain(const wchar_t* name, const wchar_t* title, HWND gone);
     [[noreturn]] void Stop(const char* what);
 
     const SenderOrders& orders_;
@@ -56,8 +58,8 @@ void Sender::Stop(const char* what) {
 }
 
 void Sender::Run() {
-    channel_ = FindWindowAgain(kChannelWindow, nullptr);
-    notify_ = FindWindowAgain(kNotifyWindow, nullptr);
+    channel_ = FindWindowAgain(kChannelWindow, kChannelWindow, nullptr);
+    notify_ = FindWindowAgain(kNotifyWindow, nullptr, nullptr);
     shots_.Texts().SetEntryId(board_->entryId);
     for (at_ = 0; at_ < orders_.messages; ++at_) {
         Outcome outcome = Outcome::Dropped;
@@ -68,6 +70,7 @@ void Sender::Run() {
         Fire(shot);
         Count(shot, outcome);
     }
+    CheckChannelWindow();
 }
 
 /// Holds back while too many messages wait in the add-in.
@@ -94,7 +97,7 @@ void Sender::Fire(const Shot& shot) {
     case Shot::Kind::CloseChannel:
         return CloseChannel();
     default:
-        return SendOther(shot);
+        return shot.IsSystem() ? SendSystem(shot) : SendOther(shot);
     }
 }
 
@@ -127,19 +130,55 @@ void Sender::SendOther(const Shot& shot) {
     }
 }
 
+/// One of the system's own messages. Their parameters are small and null, except where the system asks for a text.
+void Sender::SendSystem(const Shot& shot) {
+    const HWND window = shot.kind == Shot::Kind::NotifyOther ? notify_ : channel_;
+    const auto message = static_cast<UINT>(shot.number);
+    const auto wParam = static_cast<WPARAM>(at_ % 2);
+    CREATESTRUCTW create{};
+    create.lpszName = create.lpszClass = L"forged";
+    LPARAM lParam = 0;
+    if (message == WM_CREATE || message == WM_NCCREATE) {
+        lParam = reinterpret_cast<LPARAM>(&create);
+    } else if (message == WM_SETTEXT) {
+        lParam = reinterpret_cast<LPARAM>(create.lpszName);
+    }
+    ::SetLastError(ERROR_SUCCESS);
+    const bool taken =
+        shot.posted ? ::PostMessageW(window, message, wParam, lParam) != 0
+                    : ::SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kSendLimit, nullptr) != 0;
+    if (!taken) {
+        if (::GetLastError() == ERROR_TIMEOUT || !::IsWindow(window)) {
+            char text[64];
+            std::snprintf(text, sizeof text, "a window of the add-in does not take message %u", message);
+            Stop(text);
+        }
+        ++board_->refused; // the platform does not let it go to another process, or not by a queue
+    }
+    CheckChannelWindow();
+}
+
+/// The channel keeps its window, and has no other one: the client would look up a window that drops everything.
+void Sender::CheckChannelWindow() {
+    if (::FindWindowExW(HWND_MESSAGE, channel_, kChannelWindow, nullptr) != nullptr ||
+        FindWindowAgain(kChannelWindow, kChannelWindow, nullptr) != channel_) {
+        Stop("the channel has made a second window");
+    }
+}
+
 void Sender::CloseChannel() {
     if (!::SendMessageTimeoutW(channel_, WM_CLOSE, 0, 0, SMTO_NORMAL, kSendLimit, nullptr)) {
         Stop("the channel's window does not take WM_CLOSE");
     }
-    channel_ = FindWindowAgain(kChannelWindow, channel_);
+    channel_ = FindWindowAgain(kChannelWindow, kChannelWindow, channel_);
 }
 
 /// The number of a window that went may come again only after many others.
-HWND Sender::FindWindowAgain(const wchar_t* name, HWND gone) {
+HWND Sender::FindWindowAgain(const wchar_t* name, const wchar_t* title, HWND gone) {
     const ULONGLONG since = ::GetTickCount64();
     for (;;) {
-        const HWND window = ::FindWindowW(name, nullptr);
-        const HWND found = window != nullptr ? window : ::FindWindowExW(HWND_MESSAGE, nullptr, name, nullptr);
+        const HWND window = ::FindWindowW(name, title);
+        const HWND found = window != nullptr ? window : ::FindWindowExW(HWND_MESSAGE, nullptr, name, title);
         if (found != nullptr && found != gone) {
             return found;
         }
@@ -160,6 +199,7 @@ void Sender::Count(const Shot& shot, Outcome outcome) {
         ++board_->closes;
     } else if (shot.kind != Shot::Kind::CopyData) {
         ++board_->other;
+        board_->system += shot.IsSystem() ? 1 : 0;
     } else if (outcome == Outcome::Complete) {
         ++(shot.number == 0 ? board_->whole : board_->joined);
         ++board_->complete;

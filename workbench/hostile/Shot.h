@@ -16,7 +16,13 @@ struct Shot {
         CloseChannel, ///< WM_CLOSE to the channel's window
     };
 
+    /// True for a message whose number is below WM_USER, where its arguments mean something to the system.
+    bool IsSystem() const noexcept {
+        return (kind == Kind::ChannelOther || kind == Kind::NotifyOther) && number < 0x400;
+    }
+
     Kind kind = Kind::CopyData;
+    bool posted = false;      ///< instead of sent; for the system's messages only
     std::uint64_t number = 0; ///< dwData, all 64 bits
     std::string bytes;        ///< lpData and cbData as they are: a terminator stands here or is missing
     bool null = false;        ///< lpData is null, and cbData is `claimed`

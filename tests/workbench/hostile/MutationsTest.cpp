@@ -98,6 +98,7 @@ TEST(HostileMutations, StaysBoundedAndLeavesNoKindOut) {
     std::uint64_t complete = 0;
     std::set<Shot::Kind> kinds;
     std::set<Outcome> outcomes;
+    std::set<std::pair<std::uint64_t, bool>> system; // number and whether it is posted
     std::size_t longest = 0;
     bool null = false;
     for (std::uint64_t i = 0; i < kShots; ++i) {
@@ -106,6 +107,9 @@ TEST(HostileMutations, StaysBoundedAndLeavesNoKindOut) {
         complete += outcome == Outcome::Complete ? 1 : 0;
         kinds.insert(shot.kind);
         outcomes.insert(outcome);
+        if (shot.IsSystem() && shot.kind == Shot::Kind::ChannelOther) {
+            system.insert({shot.number, shot.posted});
+        }
         longest = std::max(longest, shot.bytes.size());
         null = null || shot.null;
         ASSERT_LT(mutations.Window().KeptBytes(), Mutations::kMostKept + 16 * 1024);
@@ -114,6 +118,11 @@ TEST(HostileMutations, StaysBoundedAndLeavesNoKindOut) {
     EXPECT_GE(complete, kShots / 10);
     EXPECT_THAT(kinds, SizeIs(4));
     EXPECT_THAT(outcomes, SizeIs(3));
+    EXPECT_THAT(system, SizeIs(testing::Gt(600u)));
+    constexpr std::uint64_t kDestroy = 2;
+    constexpr std::uint64_t kNcDestroy = 0x82;
+    EXPECT_THAT(system, testing::IsSupersetOf({std::pair(kDestroy, false), std::pair(kDestroy, true),
+                                               std::pair(kNcDestroy, false), std::pair(kNcDestroy, true)}));
     EXPECT_GT(longest, 256u * 1024);
     EXPECT_TRUE(null);
 }
