@@ -1,6 +1,7 @@
 #include "channel/CMessageTask.h"
 
-#include "channel/CMessageTaskState.h"
+#include "channel/ChannelGlobals.h"
+#include "channel/Envelope.h"
 
 #include <algorithm>
 #include <array>
@@ -13,8 +14,6 @@ constexpr const wchar_t* kPeerWindowName = L"NbmProxyOutlookClientWnd";
 constexpr UINT kSendTimeoutMs = 3000;
 constexpr uint32_t kMissedTicksToDisconnect = 200;
 constexpr std::size_t kLogBuffer = 1024;
-
-std::atomic<UisdkLogCallback> g_logCallback{nullptr};
 
 std::string TakeFront(std::deque<std::string>& queue, MC_Critical_Section& lock) {
     MC_Lock hold(&lock);
@@ -38,14 +37,14 @@ CMessageTask* CMessageTask::Init(UisdkReceiveCallback receive, UisdkLogCallback 
     g_logCallback = log;
     const std::shared_ptr<CMessageTask> task(new CMessageTask); // freed by the last of its sharers
     task->receive_ = receive;
-    Shared& state = State();
+    SharedTask& shared = GetSharedTask();
     {
-        MC_Lock hold(&state.instanceLock);
-        state.instance = task;
+        MC_Lock hold(&shared.lock);
+        shared.task = task;
     }
     if (!StartWindowThread(task)) {
-        MC_Lock hold(&state.instanceLock);
-        state.instance.reset();
+        MC_Lock hold(&shared.lock);
+        shared.task.reset();
         return nullptr;
     }
     WriteLog("CMessageTask::Init successs");
@@ -59,21 +58,15 @@ void CMessageTask::Delete() {
     }
     WriteLog("CMessageTask::Delete start");
     task->DestoryMsgWind();
-    Shared& state = State();
-    MC_Lock hold(&state.instanceLock);
-    state.instance.reset(); // `task` keeps the object until the lock is free again
-}
-
-// Never destroyed: the window procedure and the threads may still need it when the process ends.
-CMessageTask::Shared& CMessageTask::State() {
-    static Shared& state = *new Shared;
-    return state;
+    SharedTask& shared = GetSharedTask();
+    MC_Lock hold(&shared.lock);
+    shared.task.reset(); // `task` keeps the object alive until the lock is released
 }
 
 std::shared_ptr<CMessageTask> CMessageTask::Current() {
-    Shared& state = State();
-    MC_Lock hold(&state.instanceLock);
-    return state.instance;
+    SharedTask& shared = GetSharedTask();
+    MC_Lock hold(&shared.lock);
+    return shared.task;
 }
 
 int32_t CMessageTask::SendCmdData(std::string text) {

@@ -56,10 +56,7 @@ public:
     ~CMessageTask() = default;
 
 private:
-    struct Shared;
-
     CMessageTask() = default;
-    static Shared& State();
     static std::shared_ptr<CMessageTask> Current();
     static std::shared_ptr<CMessageTask> OwnerOf(HWND window);
     static void PassLog(const char* format, va_list arguments) noexcept;

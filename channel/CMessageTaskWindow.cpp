@@ -1,7 +1,6 @@
 // The task's hidden window and the thread that pumps its messages.
 #include "channel/CMessageTask.h"
 
-#include "channel/CMessageTaskState.h"
 #include "support/UniqueResource.h"
 
 #include <process.h>

@@ -1,6 +1,7 @@
 #include "channel/CWindowChannel.h"
 
-#include "channel/Segments.h"
+#include "channel/ChannelGlobals.h"
+#include "channel/Tick.h"
 
 #include <windows.h>
 
@@ -9,10 +10,7 @@
 
 namespace {
 
-constexpr DWORD kTickMs = 20;
 constexpr int kFlushPasses = 15;
-
-uint32_t g_lastTick = 0; // milliseconds; channel thread only
 
 int64_t CountsPerMillisecond() {
     LARGE_INTEGER frequency{};

@@ -86,25 +86,3 @@ public:
 private:
     std::map<uint32_t, std::string> partial_;
 };
-
-/// What the log picks out of a message: from the quoted key up to its terminator, for example `"cmd" : 3`.
-struct EnvelopeKey {
-    std::string_view key; // with its quotation marks
-    const char* format;   // printf text of the log line, with one "%.*s"
-    char terminator;
-};
-inline constexpr std::array<EnvelopeKey, 4> kEnvelopeKeys{{
-    {"\"cmd\"", "CMessageTask::PrintMsg data cmd = %.*s", ','},
-    {"\"description\"", "CMessageTask::PrintMsg data description = %.*s", ','},
-    {"\"rps\"", "CMessageTask::PrintMsg data rps = %.*s", '\n'},
-    {"\"nty\"", "CMessageTask::PrintMsg data nty = %.*s", ','},
-}};
-
-/// @return the part of `message` that the key names, or nothing when the key is not there.
-std::optional<std::string_view> FindEnvelope(std::string_view message, const EnvelopeKey& key) noexcept;
-
-/// True when more than a tick's 20 ms lie between the two readings of a 32-bit millisecond clock, which wraps after
-/// 49.7 days.
-constexpr bool IsTickDue(uint32_t now, uint32_t last) noexcept {
-    return now - last > 20;
-}

@@ -7,9 +7,6 @@
 #include <memory>
 #include <string>
 
-CMessageTask* g_messageTask = nullptr;
-CWindowChannel* g_channelWnd = nullptr;
-
 namespace {
 
 constexpr uint32_t kStopWaitMs = 5000;

@@ -1,4 +1,6 @@
+#include "channel/Envelope.h"
 #include "channel/Segments.h"
+#include "channel/Tick.h"
 
 #include <gmock/gmock.h>
 

@@ -1,3 +1,4 @@
+#include "channel/Envelope.h"
 #include "channel/Segments.h"
 #include "tests/fuzz/Fuzz.h"
 
