@@ -35,7 +35,7 @@ CMessageTask* CMessageTask::Init(UisdkReceiveCallback receive, UisdkLogCallback 
         return nullptr;
     }
     g_logCallback = log;
-    const std::shared_ptr<CMessageTask> task(new CMessageTask); // freed by the last of its sharers
+    const std::shared_ptr<CMessageTask> task(new CMessageTask); // the last owner frees it
     task->receive_ = receive;
     SharedTask& shared = GetSharedTask();
     {
@@ -121,7 +121,8 @@ int32_t CMessageTask::SendSegments(const std::string& text) {
     return result;
 }
 
-/// @param text zero-terminated behind its end. @param failure format of the log line for a failed send.
+/// @param text has a terminating zero behind its last character.
+/// @param failure printf text of the log line for a failed send, with one "%d".
 int32_t CMessageTask::SendPiece(std::string_view text, uint32_t number, const char* failure) {
     COPYDATASTRUCT data{};
     data.dwData = number;
@@ -171,7 +172,7 @@ void CMessageTask::ProcessSendQueue() {
         return;
     }
     if (FindPeer() == nullptr) {
-        // The send queue is left alone: its messages wait for the client.
+        // The send queue stays as it is: its messages wait for the client.
         if (++missedPeer_ >= kMissedTicksToDisconnect) {
             missedPeer_ = 0;
             if (receive_ != nullptr) {
@@ -228,10 +229,10 @@ void CMessageTask::PassLog(const char* format, va_list arguments) noexcept {
         return;
     }
     std::array<char, kLogBuffer> buffer{};
-    std::vsnprintf(buffer.data(), buffer.size(), format, arguments); // cuts what is too long
+    std::vsnprintf(buffer.data(), buffer.size(), format, arguments); // truncates a long line
     try {
         log(buffer.data());
     } catch (...) {
-        // A log line that fails is lost; it never fails its writer.
+        // The line is lost. Logging never fails its caller.
     }
 }

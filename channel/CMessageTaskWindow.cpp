@@ -11,12 +11,12 @@ namespace {
 
 constexpr const wchar_t* kOwnWindowName = L"NbmProxyOutlookServerWnd";
 
-/// Handles travel to the log as the int that "%d" takes; window handles have 32 significant bits.
+/// The log texts print a handle by "%d". The cast loses nothing, because window handles have 32 significant bits.
 int HandleNumber(HWND window) {
     return static_cast<int>(reinterpret_cast<INT_PTR>(window));
 }
 
-/// The sender's text ends at its terminator or, when that is missing, with the data.
+/// @return the sent text up to its terminator, or all of the data when there is no terminator.
 std::string_view CarriedText(const COPYDATASTRUCT& data) {
     if (data.lpData == nullptr || data.cbData == 0) {
         return {};
@@ -52,7 +52,7 @@ void CMessageTask::MsgThreadProc() noexcept {
             CreateWndAndMsg();
         }
     } catch (...) {
-        // Only exhausted memory leads here; the window goes and the sends report it missing.
+        // Only exhausted memory leads here. The window is destroyed, and the sends then report that it is missing.
     }
     RemoveWindow();
     WriteLog("CMessageTask::MsgThreadProc end");
@@ -64,8 +64,8 @@ void CMessageTask::CreateWndAndMsg() {
         return;
     }
     CreateMsgWind();
-    // `DestoryMsgWind` sets the flag first and looks for the window then; here it is the other way round, so one of
-    // the two sees the other.
+    // `DestoryMsgWind` sets the flag before it looks for the window. This thread creates the window before it reads
+    // the flag, so at least one of the two notices the other.
     if (stopping_) {
         return;
     }
@@ -114,8 +114,8 @@ void CMessageTask::DestoryMsgWind() {
         const BOOL posted = ::PostMessageW(window, WM_CLOSE, 0, 0);
         Log("CMessageTask::DestoryMsgWind ret=%d", static_cast<int>(posted));
     } else if (windowThread_ != 0) {
-        // The thread may be waiting although its window could not be created. When it has no queue yet, this fails
-        // and the thread finds the flag.
+        // The thread may be waiting although it could not create its window. While it has no message queue yet, the
+        // post fails, and the thread reads the flag afterwards.
         ::PostThreadMessageW(windowThread_, WM_QUIT, 0, 0);
     }
 }
@@ -151,7 +151,7 @@ LRESULT CALLBACK CMessageTask::WndProc(HWND window, UINT message, WPARAM wParam,
             }
         }
     } catch (...) {
-        // Only exhausted memory leads here: the message is lost, the window lives on.
+        // Only exhausted memory leads here. The message is lost, and the window lives on.
     }
     const LRESULT result = ::DefWindowProcW(window, message, wParam, lParam);
     if (message == WM_SETTEXT || message == WM_NCCREATE || message == WM_NCDESTROY) {

@@ -25,13 +25,13 @@ uint32_t TickClock() {
     return static_cast<uint32_t>(now.QuadPart / counts);
 }
 
-/// One step of the task; a failed one (exhausted memory, a throwing callback) must not end the thread.
+/// Runs one step of the task. A step that throws (exhausted memory, a throwing callback) must not end the thread.
 template <class Step>
 void GuardStep(Step&& step) noexcept {
     try {
         step();
     } catch (...) {
-        // The message of this step is lost; the next tick goes on.
+        // The message of this step is lost. The next step runs as usual.
     }
 }
 

@@ -3,15 +3,15 @@
 #include "channel/IProcessMessage.h"
 #include "support/MC_Thread.h"
 
-/// The channel thread: drives the task's ticks every 20 ms, and with them every queued send and receive callback.
-/// There is at most one.
+/// The channel thread. It drives the task's ticks, and with them every queued send and every receive callback, with a
+/// pause of `kTickMs` in between. At most one exists.
 class CWindowChannel final : public MC_Thread {
 public:
-    /// @param task outlives the channel and is not owned; null makes idle ticks.
+    /// @param task is not owned and must outlive the channel. With null the ticks do nothing.
     explicit CWindowChannel(IProcessMessage* task) noexcept : task_(task) {}
 
 protected:
-    /// Ends soon after the stop flag, with 15 last passes so that waiting messages still leave and arrive.
+    /// After the stop flag it makes 15 more passes, so that waiting messages are still sent and received.
     void Run() override;
 
 private:

@@ -1,6 +1,7 @@
 #pragma once
 
-/// What the channel thread drives on each tick. The task's owner destroys it, never through this interface.
+/// The interface through which the channel thread drives the task. No object is deleted through it, so it has no
+/// virtual destructor.
 class IProcessMessage {
 public:
     /// Sends at most one queued message.
@@ -11,7 +12,8 @@ public:
     virtual bool IsConnected() = 0;
     /// Called once when the channel thread ends.
     virtual void OnChannelStop() = 0;
-    /// printf-style log line of at most 1023 bytes; a longer one is cut. Never throws. `format` is never foreign text.
+    /// Logs a printf-style line. A line of more than 1023 bytes is truncated. Never throws. `format` must not be
+    /// foreign text.
     virtual void Log(const char* format, ...) = 0;
 
 protected:

@@ -9,23 +9,23 @@
 #include <string>
 #include <string_view>
 
-/// The text side of the window messages: how one message is cut into carried texts and joined again. Messages are
-/// opaque UTF-8 without zero bytes. Needs no Windows.
+/// Splits a message into the texts that single window messages carry, and joins them again. Messages are opaque UTF-8
+/// without zero bytes. Needs no Windows.
 
-/// A message up to this length travels whole; with its terminator it fills 1024 bytes.
+/// A message up to this length is sent whole. With its terminator it fills 1024 bytes.
 inline constexpr std::size_t kMaxWholeMessage = 1023;
-/// Message bytes in every segment but the last.
+/// Number of message bytes in every segment except the last one.
 inline constexpr std::size_t kSegmentBody = 1011;
 inline constexpr std::string_view kSegmentPrefix = "%pre_nbmsdk%";
 inline constexpr std::string_view kEndMark = "%end_flag%";
 
-/// The number after `number`. Never 0, which stands for a whole message on the wire.
+/// @return the number after `number`. It is never 0, because 0 means a whole message on the wire.
 constexpr uint32_t NextSequence(uint32_t number) noexcept {
     const uint32_t next = number + 1;
     return next == 0 ? 1 : next;
 }
 
-/// Numbers segmented messages. Any thread; no two calls give the same number before the count wraps.
+/// Numbers segmented messages. Any thread. Two calls return the same number only after the count has wrapped.
 class SequenceCounter {
 public:
     explicit SequenceCounter(uint32_t last) noexcept : last_(last) {}
@@ -45,8 +45,8 @@ constexpr bool NeedsSegments(std::string_view message) noexcept {
     return message.size() > kMaxWholeMessage;
 }
 
-/// Cuts one message of more than `kMaxWholeMessage` bytes into carried texts. One buffer serves all of them; the
-/// message is not copied as a whole and must outlive the splitter.
+/// Splits one message of more than `kMaxWholeMessage` bytes into carried texts, one at a time in one buffer. The
+/// splitter keeps no copy of the message, which must outlive it.
 class SegmentSplitter {
 public:
     explicit SegmentSplitter(std::string_view message) noexcept : message_(message) {}
@@ -74,12 +74,12 @@ std::optional<std::string_view> SegmentBody(std::string_view carried) noexcept;
 /// @return true when this body ends its message.
 bool IsLastSegment(std::string_view body) noexcept;
 
-/// Joins segment bodies by their message's number. A message whose last segment never comes stays until the joiner
-/// dies: the wire has no time limit. One thread.
+/// Joins segment bodies by the number of their message. A message whose last segment never arrives stays until the
+/// joiner is destroyed, because the wire has no time limit. One thread only.
 class SegmentJoiner {
 public:
-    /// Takes the next body of message `number`. An empty one is ignored. A last segment without stored part is the
-    /// whole message; a bare end mark ends what is stored and is dropped when nothing is.
+    /// Adds the next body of message `number`. An empty body is ignored. A last body without a stored part is the whole
+    /// message. A bare end mark completes the stored part, or is dropped when there is none.
     /// @return the joined message when this body was its last.
     std::optional<std::string> Add(uint32_t number, std::string_view body);
 

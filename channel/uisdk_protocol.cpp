@@ -20,7 +20,7 @@ int32_t GuardCall(int32_t failure, Body&& body) noexcept {
     }
 }
 
-/// Nothing stops the channel's threads before the process ends, so the module must never be unloaded under them.
+/// The add-in never stops the channel's threads, so the module must stay loaded until the process ends.
 bool PinModule() {
     HMODULE module = nullptr;
     return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
@@ -75,7 +75,7 @@ int32_t uisdk_protocol_start(UisdkReceiveCallback receive, UisdkLogCallback log,
     }
     const int32_t result = GuardCall(-1, [&] { return Start(receive, log, name); });
     if (result != 0) {
-        DeleteTask(); // a half-built channel would count as started
+        DeleteTask(); // A half-built channel would count as started.
     }
     return result;
 }
@@ -100,7 +100,7 @@ int32_t uisdk_protocol_send_direct(const char* text) {
         return -1;
     }
     if (IsEmpty(text)) {
-        // Deliberate: -1 here, 1 in the queued send; callers tell the two apart.
+        // Deliberate: -1 here, but 1 in the queued send. Both values are part of the interface.
         g_messageTask->Log("uisdk_protocol_send_direct failed, data is nullptr or empty");
         return -1;
     }

@@ -2,11 +2,12 @@
 
 #include <cstdint>
 
-/// The channel's public face inside the module: opaque UTF-8 text messages between the add-in's and the meeting
-/// client's hidden windows. Texts are zero-terminated UTF-8. `uisdk_protocol_start` and `uisdk_protocol_stop` are
-/// called by one thread; the two sends by any one thread at a time. Nothing throws.
+/// The channel's interface inside the module: it carries opaque text messages between the hidden windows of the add-in
+/// and of the meeting client. Texts are zero-terminated UTF-8. One thread calls `uisdk_protocol_start` and
+/// `uisdk_protocol_stop`. Any thread may call the two send functions, but only one thread at a time. No function
+/// throws.
 
-/// Called on the channel's thread for each received text, also (with an empty text) on ticks without one.
+/// Called on the channel's thread once per tick, with the received text or with an empty text when none has arrived.
 using UisdkReceiveCallback = void (*)(const char* text);
 /// Called on any thread of the channel or of its caller with one log text.
 using UisdkLogCallback = void (*)(const char* text);
@@ -24,5 +25,5 @@ int32_t uisdk_protocol_send(const char* text);
 /// send failed.
 int32_t uisdk_protocol_send_direct(const char* text);
 
-/// Sends up to 15 messages that still wait, then ends the channel. It can be started again. @return 0.
+/// Sends up to 15 waiting messages, then ends the channel, which can be started again. @return 0.
 int32_t uisdk_protocol_stop();

@@ -6,7 +6,7 @@
 
 #include <functional>
 
-/// Takes each notification of the meeting client. Called on the channel's thread; its result is ignored.
+/// Receives each notification from the meeting client. Called on the channel's thread. Its result is ignored.
 using NotifyCallback = std::function<HRESULT(const NotifyData&)>;
 
 /// The interface through which the add-in reaches the link to the meeting client.
@@ -17,8 +17,8 @@ public:
     /// Starts the link and replaces the notification callback. User-interface thread.
     virtual HRESULT Init(NotifyCallback callback) = 0;
 
-    /// Sends one command and launches the client when it is not running. User-interface thread; never waits for the
-    /// client. @return S_OK, or 0xA0080001 when the client is being started and the user must log in first.
+    /// Sends one command and launches the client when it is not running. Never waits for the client. User-interface
+    /// thread. @return S_OK, or 0xA0080001 when the client is being started and the user must log in first.
     virtual HRESULT OnAction(const ActionData& action) = 0;
 
     /// True when the channel's window and the client's window both exist. Only after `Init`.

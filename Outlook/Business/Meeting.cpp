@@ -16,7 +16,9 @@ constexpr const wchar_t* kSource = L"Business/Meeting";
 // The host part of the URI that launches the client.
 constexpr const wchar_t* kClientHost = L"meeting";
 
-constexpr INT_PTR kFirstLaunchSuccess = 32;
+// Deliberate: ShellExecuteW documents success only above 32, but 32 itself is not logged as a failure. The result
+// decides about nothing but that log line.
+constexpr INT_PTR kLowestUnloggedLaunch = 32;
 constexpr int32_t kClientMissing = 2; // the channel's result when the client has no window
 
 CommandFields ToFields(const ActionData& action) {
@@ -47,20 +49,20 @@ NotifyData ToRecord(const NotificationFields& fields) {
     return record;
 }
 
-/// The line's copy of a long text may find no memory; the message itself must not be lost for that.
+/// Logs a text. When there is no memory for the line's copy of a long text, only the line is lost.
 void LogText(const wchar_t* function, const wchar_t* prefix, const std::string& text,
              int line = static_cast<int>(std::source_location::current().line())) noexcept {
     try {
         LogLine(kSource, function, line).Info() << prefix << ToWide(text);
     } catch (...) {
-        // The line is left out.
+        // The line is lost.
     }
 }
 
 } // namespace
 
-// Never destroyed: the channel thread may still be delivering when the process tears its statics down, and nothing
-// may wait for it there.
+// Never destroyed: at process exit the channel thread may still deliver a notification, and the exit must not wait for
+// it.
 Meeting& Meeting::GetInstance() {
     static Meeting& instance = *new Meeting;
     return instance;
@@ -69,7 +71,7 @@ Meeting& Meeting::GetInstance() {
 HRESULT Meeting::Init(NotifyCallback callback) noexcept {
     try {
         auto replaced = callback ? std::make_shared<const NotifyCallback>(std::move(callback)) : nullptr;
-        // The channel's own result does not matter: the sends report a channel that is not running.
+        // The result is not needed: the send functions report a channel that is not running.
         uisdk_protocol_start(&Meeting::ReceiveTrampoline, &Meeting::logOutput, "");
         MC_Lock hold(&callbackLock_);
         callback_.swap(replaced);
@@ -98,7 +100,7 @@ bool Meeting::IsClientConnected() noexcept {
 HRESULT Meeting::SendCommand(const ActionData& action) {
     const std::string text = WriteCommand(ToFields(action));
     LogText(L"Meeting::OnAction", L"Data: ", text);
-    // Deliberate: every other result, failures too, counts as done; only a missing client changes the flow.
+    // Deliberate: only a missing client changes the flow. Every other result, also a failure, counts as done.
     if (uisdk_protocol_send(text.c_str()) != kClientMissing) {
         return S_OK;
     }
@@ -110,7 +112,7 @@ void Meeting::LaunchClient() const {
     const std::wstring uri = std::wstring(L"quorvex://") + kClientHost + L"/h5page?page=launch";
     const HINSTANCE instance = launcher_(nullptr, L"open", uri.c_str(), L"", L"", SW_SHOW);
     const auto result = reinterpret_cast<INT_PTR>(instance);
-    if (result < kFirstLaunchSuccess) {
+    if (result < kLowestUnloggedLaunch) {
         LogLine(kSource, L"Meeting::OnAction").Error() << L"ShellExecute fail: " << result;
     }
 }
@@ -146,7 +148,7 @@ void Meeting::ReceiveTrampoline(const char* text) noexcept {
     try {
         GetInstance().OnRecvMsg(text);
     } catch (...) {
-        // Exhausted memory or a throwing callback: this notification is lost, the channel thread goes on.
+        // Exhausted memory or a throwing callback loses this notification. The channel thread goes on.
     }
 }
 
@@ -157,6 +159,6 @@ void Meeting::logOutput(const char* text) noexcept {
     try {
         LogLine(kSource, L"Meeting::logOutput").Debug() << ToWide(text);
     } catch (...) {
-        // A log line that fails is lost; it never fails its writer.
+        // The line is lost. Logging never fails its caller.
     }
 }

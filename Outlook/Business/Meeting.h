@@ -8,10 +8,10 @@
 #include <memory>
 #include <string>
 
-/// The add-in's single link to the meeting client: commands go out as JSON, notifications come in as JSON.
+/// The add-in's single link to the meeting client. It sends commands and receives notifications, both as JSON.
 class Meeting final : public AddinEventHandler {
 public:
-    /// Result of `OnAction` for a command that was not delivered because the client is only being started.
+    /// Result of `OnAction` for a command that was not delivered, because the client is only being started.
     static constexpr HRESULT kClientStarting = static_cast<HRESULT>(0xA0080001);
 
     using ShellLauncher = decltype(&::ShellExecuteW);
@@ -22,10 +22,11 @@ public:
     HRESULT OnAction(const ActionData& action) noexcept override;
     bool IsClientConnected() noexcept override;
 
-    /// Takes one text of the client. Channel thread.
+    /// Handles one text from the client. Channel thread.
     void OnRecvMsg(const std::string& text);
 
-    /// Replaces the function that opens the client's URI, `ShellExecuteW` at first, so that a test sees the launch.
+    /// Replaces the function that opens the client's URI, `ShellExecuteW` by default. A test observes the launch with
+    /// it.
     void SetShellLauncher(ShellLauncher launcher) noexcept { launcher_ = launcher; }
 
 private:
@@ -38,8 +39,8 @@ private:
     std::shared_ptr<const NotifyCallback> Callback();
 
     ShellLauncher launcher_ = &::ShellExecuteW;
-    // Replaced by the user-interface thread while the channel thread may be reading it: readers take a share under
-    // the lock and call without it.
+    // The user-interface thread may replace it while the channel thread uses it. A reader copies the pointer under the
+    // lock and calls after releasing the lock.
     std::shared_ptr<const NotifyCallback> callback_;
     MC_Critical_Section callbackLock_{true};
 };

@@ -36,7 +36,7 @@ bool CopyInt(const Json::Value& root, std::string_view key, int32_t& target) {
     return true;
 }
 
-/// The reader refuses some texts by its result and others, such as deeply nested ones, by an exception.
+/// The reader reports some invalid texts by its result and others, such as deeply nested ones, by an exception.
 bool Parse(std::string_view text, Json::Value& root, std::string& error) {
     const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
     try {

@@ -18,7 +18,7 @@ struct CommandFields {
     int32_t centerY = 0;
 };
 
-/// A notification's members, see `NotifyData`. What the text does not give keeps its value from here.
+/// A notification's members, see `NotifyData`. A member that the text lacks keeps its default.
 struct NotificationFields {
     int32_t type = 0;
     std::string subject;
@@ -35,8 +35,8 @@ struct NotificationFields {
 /// @return the command's wire text: styled JSON with all eight members, ending with a line feed.
 std::string WriteCommand(const CommandFields& command);
 
-/// Reads one notification. Members that are missing or of another type are passed over.
-/// @param error on failure the line for the log.
-/// @return false when the text is no JSON, no object, or has no 32-bit integer "notify".
+/// Reads one notification. A member that is missing or of another type keeps its default.
+/// @param error receives the line for the log on failure.
+/// @return false when the text is not a JSON object with a 32-bit integer "notify".
 /// @throws std::bad_alloc only.
 bool ReadNotification(std::string_view text, NotificationFields& notification, std::string& error);

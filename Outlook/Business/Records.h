@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <string>
 
-/// What a ribbon control or an item event asks of the meeting client. The value is the command's "cmd".
+/// The requests that ribbon controls and item events make to the meeting client. The value is the command's "cmd".
 enum class ActionType : int32_t {
-    LaunchClient = 0, // brings the client up; no control asks for it
-    Reserved = 1,     // a plain request; nothing asks for it
+    LaunchClient = 0, // shows the client; no ribbon control sends it
+    Reserved = 1,     // not sent
     StartVideoMeeting = 2,
     StartAudioMeeting = 3,
     BookMeeting = 4,
