@@ -10,6 +10,13 @@ show_help() {
     esac
 }
 
+# usage_error TEXT: ends the script because its arguments are wrong.
+usage_error() { printf '%s: %s (see --help)\n' "${0##*/}" "$*" >&2; exit 2; }
+
+# needs_value "$@", needs_number "$@": the option $1 has a value, or a number.
+needs_value() { [ $# -ge 2 ] || usage_error "$1 needs a value"; }
+needs_number() { [[ "${2:-}" =~ ^[0-9]+$ ]] || usage_error "$1 needs a number"; }
+
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
@@ -26,12 +33,36 @@ configure_and_build() {
     (cd "$root" && cmake --build --preset "$preset" ${*:+--target "$@"})
 }
 
-# use_wine_prefix FOLDER: the environment for Wine programs of that prefix: no debug output, no .NET or browser offers.
+# build_release TARGET...: everything from a fresh machine to the release build of these targets.
+build_release() {
+    "$root/scripts/setup" >&2
+    step "building the release"
+    configure_and_build mingw-release "$@" >&2
+}
+
+# use_wine_prefix FOLDER [--screen]: the environment for Wine programs of that prefix: no debug output, no .NET or browser
+# offers, and no display without --screen.
 use_wine_prefix() {
     export WINEPREFIX=$1
     export WINEDEBUG=${WINEDEBUG:--all}
     export WINEDLLOVERRIDES="mscoree,mshtml="
     export WINEARCH=win64
+    [ "${2:-}" = --screen ] || unset DISPLAY
+}
+
+# open_wine FOLDER [--screen]: makes FOLDER a Wine prefix unless it is one, and uses it. When the script exits, the
+# prefix's programs are ended. $output is a temporary file for what they write.
+open_wine() {
+    prefix=$1
+    "$root/scripts/wine-prefix" "$@"
+    use_wine_prefix "$@"
+    output=$(mktemp)
+    trap close_wine EXIT
+}
+
+close_wine() {
+    rm -f "$output"
+    end_wine "$prefix"
 }
 
 # end_wine FOLDER: ends what still runs in that prefix.
@@ -40,24 +71,43 @@ end_wine() {
     (use_wine_prefix "$1" && timeout 30 wineserver -k 2>/dev/null) || true
 }
 
-# follow_wine LIMIT OUTPUT ERRORS PROGRAM [ARGUMENT...]: runs a Windows program within LIMIT seconds and shows what it
-# writes while it runs; both streams stay in the two files. On a machine with too much to do, Wine was seen to end without
-# a word before the program's first line. Nothing has run then: it is tried once more.
-follow_wine() {
-    local limit=$1 output=$2 errors=$3 pid status attempt
-    shift 3
-    for attempt in 1 2; do
+# run_wine LIMIT OUTPUT PROGRAM [ARGUMENT...]: runs a Windows program within LIMIT seconds. All scripts start Wine here.
+# Both streams are appended to the file OUTPUT; it is never a pipe, because Wine's lingering services would hold it open.
+#
+# Without randomised addresses, Wine starts a process reliably. Some containers do not allow that; Wine then sometimes
+# ends before the program begins. A program that fails without any output is therefore started again, twice at most.
+# Each repeated start adds a line to the file that NEMBRA_REPEATED_STARTS names.
+run_wine() {
+    local limit=$1 output=$2 fixed_addresses=() repeats=${NEMBRA_REPEATED_STARTS:-} status size attempt
+    shift 2
+    if setarch --addr-no-randomize true 2>/dev/null; then
+        fixed_addresses=(setarch --addr-no-randomize)
+    fi
+    size=$(stat -c %s "$output")
+    for attempt in 1 2 3; do
         status=0
-        # Wine's lingering services would hold a pipe open; a file is followed only as long as the program runs.
-        timeout --kill-after=5 "$limit" wine "$@" >"$output" 2>"$errors" </dev/null &
-        pid=$!
-        tail -n +1 -s 0.2 -f --pid=$pid "$output" || true
-        wait "$pid" || status=$?
-        if [ $status -eq 0 ] || [ $status -eq 124 ] || [ -s "$output" ] || [ -s "$errors" ]; then
+        NEMBRA_REPEATED_STARTS=${repeats:+Z:${repeats//\//\\}} \
+            timeout --kill-after=5 "$limit" "${fixed_addresses[@]}" wine "$@" >>"$output" 2>&1 </dev/null || status=$?
+        if [ $status -eq 124 ] || [ $status -eq 137 ]; then
+            echo "${0##*/}: ended after $limit seconds" >&2
             break
         fi
-        echo "Wine has ended with $status before the program (attempt $attempt)" >&2
+        [ $status -ne 0 ] && [ "$(stat -c %s "$output")" -eq "$size" ] || break
+        echo "${0##*/}: ended with status $status before the first line of output (attempt $attempt of 3)" >&2
+        [ $attempt -eq 3 ] || printf '%s\n' "$*" >>"${repeats:-/dev/null}"
     done
-    [ $status -ne 124 ] || echo "ended after $limit seconds" >&2
+    return $status
+}
+
+# set_wine_value OUTPUT KEY NAME DATA [TYPE]: writes a value into the registry of the current prefix.
+set_wine_value() { run_wine 60 "$1" reg add "$2" /v "$3" /t "${5:-REG_SZ}" /d "$4" /f; }
+
+# follow_wine LIMIT PROGRAM [ARGUMENT...]: run_wine with the file $output; shows what the program writes while it runs.
+follow_wine() {
+    local status=0
+    : >"$output"
+    run_wine "$1" "$output" "${@:2}" &
+    tail -n +1 -s 0.1 -f --pid=$! "$output" || true
+    wait $! || status=$?
     return $status
 }
