@@ -2,14 +2,14 @@
 
 #include "bench/Measure.h"
 #include "resources/Connect.h"
-#include "workbench/gauges/OwnProgram.h"
+#include "workbench/process/OwnProgram.h"
 
 #include <filesystem>
 
 namespace bench {
 
 std::wstring AddInPath() {
-    std::filesystem::path folder = std::filesystem::path(gauges::ProgramPath()).parent_path();
+    std::filesystem::path folder = std::filesystem::path(process::ProgramPath()).parent_path();
     for (; folder.has_relative_path(); folder = folder.parent_path()) {
         if (std::filesystem::exists(folder / L"OutlookAddIn.dll")) {
             return (folder / L"OutlookAddIn.dll").wstring();

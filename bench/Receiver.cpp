@@ -2,6 +2,7 @@
 
 #include "bench/Measure.h"
 #include "support/Text.h"
+#include "workbench/process/OwnProgram.h"
 
 #include <cstdio>
 #include <new>
@@ -46,7 +47,7 @@ Receiver::Receiver()
       mapping_(OpenState(name_)),
       view_(MapState(mapping_)),
       state_(new (view_.Get()) ReceiverState{}),
-      process_({L"--receive", ToWide(name_)}) {
+      process_(process::ProgramPath(), {L"--receive", ToWide(name_)}, process::Streams::OutputRead) {
     std::string ready;
     Require(process_.ReadLine(ready), "the receiver has not started");
     window_ = ::FindWindowW(kWindowName, kWindowName);

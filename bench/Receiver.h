@@ -1,7 +1,7 @@
 #pragma once
 
 #include "support/UniqueResource.h"
-#include "workbench/gauges/ChildProcess.h"
+#include "workbench/process/ChildProcess.h"
 
 #include <windows.h>
 
@@ -41,7 +41,7 @@ private:
     UniqueResource<ViewTraits> view_;
     ReceiverState* state_ = nullptr;
     HWND window_ = nullptr; // the other process's
-    gauges::ChildProcess process_;
+    process::ChildProcess process_;
 
     friend int RunReceiver(const std::string& name);
 };

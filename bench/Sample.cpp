@@ -4,7 +4,7 @@
 #include "bench/Measure.h"
 #include "bench/Parts.h"
 #include "resources/Connect.h"
-#include "workbench/gauges/OwnProgram.h"
+#include "workbench/process/OwnProgram.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -80,7 +80,7 @@ LoadTimes Load(HostSession& session, Subject subject, const std::string& logPath
     });
     const bool addIn = subject == Subject::AddIn;
     const std::wstring bare =
-        std::filesystem::path(gauges::ProgramPath()).replace_filename(L"bare_com_class.dll").wstring();
+        std::filesystem::path(process::ProgramPath()).replace_filename(L"bare_com_class.dll").wstring();
     const std::wstring module = AddInPath();
     const int64_t start = Now();
     workbench::AddInHost& loadedAddIn = host.LoadAddIn(addIn ? module : bare, CLSID_NembraMeeting);

@@ -2,7 +2,8 @@
 
 #include "bench/AddInSession.h"
 #include "support/Text.h"
-#include "workbench/gauges/ChildProcess.h"
+#include "workbench/process/ChildProcess.h"
+#include "workbench/process/OwnProgram.h"
 
 #include <string>
 #include <vector>
@@ -14,13 +15,14 @@ namespace bench {
 /// A process that takes the sample of that name, "load-addin" and the like.
 class SampleProcess {
 public:
-    explicit SampleProcess(const std::string& name) : process_({L"--sample", ToWide(name)}) {}
+    explicit SampleProcess(const std::string& name)
+        : process_(process::ProgramPath(), {L"--sample", ToWide(name)}, process::Streams::OutputRead) {}
 
     /// Waits for the end. @return the numbers it printed. @throws std::runtime_error when it has failed.
     std::vector<double> Take();
 
 private:
-    gauges::ChildProcess process_;
+    process::ChildProcess process_;
 };
 
 /// In the sample's process: prints its numbers.

@@ -2,7 +2,8 @@
 #include "bench/Receiver.h"
 #include "bench/Table.h"
 #include "support/Text.h"
-#include "workbench/gauges/ChildProcess.h"
+#include "workbench/process/ChildProcess.h"
+#include "workbench/process/OwnProgram.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -102,7 +103,7 @@ bool RunInChild(const Part& part, const Options& options, std::vector<bench::Sum
         arguments.emplace_back(L"--quick");
     }
     std::fprintf(stderr, "%s: %s\n", part.name, part.help);
-    gauges::ChildProcess process(arguments);
+    process::ChildProcess process(process::ProgramPath(), arguments, process::Streams::OutputRead);
     for (std::string line; process.ReadLine(line);) {
         bench::Row row;
         if (bench::Unpack(line, row)) {

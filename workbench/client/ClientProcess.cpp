@@ -1,7 +1,5 @@
 #include "workbench/client/ClientProcess.h"
 
-#include "workbench/client/CommandLine.h"
-
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -53,26 +51,19 @@ std::wstring NewTranscript() {
     return file;
 }
 
-UniqueHandle MakeJob() {
-    UniqueHandle job(::CreateJobObjectW(nullptr, nullptr));
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-    if (!job || !::SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits)) {
-        const DWORD error = ::GetLastError();
-        Fail("no job for the process", error);
-    }
-    return job;
-}
-
 } // namespace
 
-ClientProcess::ClientProcess(ClientSettings settings) : settings_(std::move(settings)), job_(MakeJob()) {
+ClientProcess::ClientProcess(ClientSettings settings) : settings_(std::move(settings)) {
     if (settings_.transcript.empty() && settings_.attachTo == 0) {
         settings_.transcript = NewTranscript();
         deleteTranscript_ = true;
     }
     try {
-        settings_.attachTo != 0 ? Attach() : Launch();
+        if (settings_.attachTo != 0) {
+            process_.emplace(settings_.attachTo);
+        } else {
+            Launch();
+        }
         const bool ready = WaitUntil(
             [&] { return !IsRunning() || (OwnWindow(kControlName) && (!settings_.waitForWindow || Window())); },
             settings_.startLimit);
@@ -99,39 +90,11 @@ DWORD ClientProcess::FindRunning() noexcept {
     return owner;
 }
 
-void ClientProcess::Attach() {
-    constexpr DWORD kRights = SYNCHRONIZE | PROCESS_TERMINATE | PROCESS_SET_QUOTA | PROCESS_QUERY_LIMITED_INFORMATION;
-    process_.Reset(::OpenProcess(kRights, FALSE, settings_.attachTo));
-    if (!process_ || !::AssignProcessToJobObject(job_.Get(), process_.Get())) {
-        const DWORD error = ::GetLastError();
-        Fail("cannot attach to it", error);
-    }
-    processId_ = settings_.attachTo;
-}
-
 void ClientProcess::Launch() {
-    const std::wstring program = settings_.program.empty() ? FindProgram() : settings_.program;
     std::vector<std::wstring> arguments = {L"--transcript", settings_.transcript, L"--parent",
                                            std::to_wstring(::GetCurrentProcessId())};
     arguments.insert(arguments.end(), settings_.arguments.begin(), settings_.arguments.end());
-    std::wstring line = JoinCommandLine(program, arguments);
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION made{};
-    // Suspended until it is in the job, so that there is no moment in which it could outlive its owner.
-    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
-                          &startup, &made)) {
-        const DWORD error = ::GetLastError();
-        Fail("cannot start it", error);
-    }
-    process_.Reset(made.hProcess);
-    processId_ = made.dwProcessId;
-    const UniqueHandle thread(made.hThread);
-    if (!::AssignProcessToJobObject(job_.Get(), process_.Get())) {
-        const DWORD error = ::GetLastError();
-        Fail("cannot put it into the job", error);
-    }
-    ::ResumeThread(thread.Get());
+    process_.emplace(settings_.program.empty() ? FindProgram() : settings_.program, arguments, process::Streams::Own);
 }
 
 HWND ClientProcess::OwnWindow(const wchar_t* name) const noexcept {
@@ -140,7 +103,7 @@ HWND ClientProcess::OwnWindow(const wchar_t* name) const noexcept {
         while ((window = ::FindWindowExW(parent, window, name, name)) != nullptr) {
             DWORD owner = 0;
             ::GetWindowThreadProcessId(window, &owner);
-            if (owner == processId_) {
+            if (owner == ProcessId()) {
                 return window;
             }
         }
@@ -201,7 +164,7 @@ OrderResult ClientProcess::Order(std::string_view order, Milliseconds limit) {
 }
 
 bool ClientProcess::IsRunning() const noexcept {
-    return process_ && ::WaitForSingleObject(process_.Get(), 0) == WAIT_TIMEOUT;
+    return process_ && process_->Running();
 }
 
 bool ClientProcess::WaitForEnd(Milliseconds limit) const {
@@ -209,11 +172,7 @@ bool ClientProcess::WaitForEnd(Milliseconds limit) const {
 }
 
 std::optional<DWORD> ClientProcess::ExitCode() const noexcept {
-    DWORD code = 0;
-    if (!process_ || IsRunning() || !::GetExitCodeProcess(process_.Get(), &code)) {
-        return std::nullopt;
-    }
-    return code;
+    return process_ ? process_->WaitForEnd(0) : std::nullopt;
 }
 
 bool ClientProcess::Quit(Milliseconds limit) {
@@ -222,16 +181,16 @@ bool ClientProcess::Quit(Milliseconds limit) {
     }
     const bool ended = WaitForEnd(limit);
     if (!ended) {
-        ::TerminateProcess(process_.Get(), 1);
-        ::WaitForSingleObject(process_.Get(), kKillLimit);
+        process_->Terminate(1);
+        process_->WaitForEnd(kKillLimit);
     }
     return ended;
 }
 
 void ClientProcess::Kill() noexcept {
     if (process_) {
-        ::TerminateProcess(process_.Get(), 1); // an ended process does not mind
-        ::WaitForSingleObject(process_.Get(), kKillLimit);
+        process_->Terminate(1); // an ended process does not mind
+        process_->WaitForEnd(kKillLimit);
     }
     if (deleteTranscript_) {
         ::DeleteFileW(settings_.transcript.c_str());

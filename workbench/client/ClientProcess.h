@@ -2,7 +2,7 @@
 
 #include "workbench/client/TranscriptEntry.h"
 
-#include "support/UniqueResource.h"
+#include "workbench/process/ChildProcess.h"
 
 #include <chrono>
 #include <cstddef>
@@ -59,7 +59,7 @@ public:
     /// The process of a client that takes orders, whoever started it; 0 when there is none.
     static DWORD FindRunning() noexcept;
 
-    DWORD ProcessId() const noexcept { return processId_; }
+    DWORD ProcessId() const noexcept { return process_ ? process_->Id() : 0; }
     bool IsRunning() const noexcept;
     bool WaitForEnd(Milliseconds limit = kUsualLimit) const;
     /// Nothing while it runs.
@@ -81,7 +81,6 @@ public:
     bool WaitUntil(const std::function<bool()>& holds, Milliseconds limit) const;
 
 private:
-    void Attach();
     void Launch();
     HWND OwnWindow(const wchar_t* name) const noexcept;
     /// Reads what has been added to the transcript since the last time.
@@ -89,9 +88,7 @@ private:
 
     ClientSettings settings_;
     bool deleteTranscript_ = false;
-    UniqueHandle job_;
-    UniqueHandle process_;
-    DWORD processId_ = 0;
+    std::optional<process::ChildProcess> process_;
     mutable std::vector<TranscriptEntry> entries_;
     mutable std::streamoff readUpTo_ = 0; // always at the start of a line
 };

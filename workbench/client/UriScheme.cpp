@@ -1,6 +1,6 @@
 #include "workbench/client/UriScheme.h"
 
-#include "workbench/client/CommandLine.h"
+#include "workbench/process/CommandLine.h"
 
 #include "support/UniqueResource.h"
 
@@ -58,7 +58,7 @@ long RegisterUriScheme(const std::vector<std::wstring>& arguments) {
     if (!program) {
         return ERROR_INSUFFICIENT_BUFFER;
     }
-    const std::wstring command = JoinCommandLine(*program, arguments) + L" \"%1\"";
+    const std::wstring command = process::JoinCommandLine(*program, arguments) + L" \"%1\"";
     const long result = WriteScheme(HKEY_CURRENT_USER, kUserKey, command);
     if (result != ERROR_SUCCESS || MergedCommand() == command) {
         return result;
@@ -71,7 +71,7 @@ long UnregisterUriScheme() {
     const auto program = OwnProgram();
     const long result = ::RegDeleteTreeW(HKEY_CURRENT_USER, kUserKey);
     // What is left is deleted only when it is ours: it may be the installed client's.
-    if (program && MergedCommand().starts_with(JoinCommandLine(*program, {}))) {
+    if (program && MergedCommand().starts_with(process::JoinCommandLine(*program, {}))) {
         ::RegDeleteTreeW(HKEY_CLASSES_ROOT, kMergedKey);
     }
     return result == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : result;

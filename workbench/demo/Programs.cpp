@@ -1,29 +1,17 @@
 #include "workbench/demo/Programs.h"
 
-#include "workbench/client/CommandLine.h"
+#include "workbench/process/ChildProcess.h"
 
-#include "support/UniqueResource.h"
+#include <stdexcept>
 
 namespace demo {
 
 std::optional<DWORD> RunToEnd(const std::wstring& program, const std::vector<std::wstring>& arguments) {
-    std::wstring line = meeting_client::JoinCommandLine(program, arguments);
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION made{};
-    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                          &made)) {
+    try {
+        return process::ChildProcess(program, arguments, process::Streams::Own).WaitForEnd(kProgramLimit);
+    } catch (const std::runtime_error&) {
         return std::nullopt;
     }
-    const UniqueHandle process(made.hProcess);
-    const UniqueHandle thread(made.hThread);
-    if (::WaitForSingleObject(process.Get(), kProgramLimit) != WAIT_OBJECT_0) {
-        ::TerminateProcess(process.Get(), 1);
-        return std::nullopt;
-    }
-    DWORD code = 0;
-    ::GetExitCodeProcess(process.Get(), &code);
-    return code;
 }
 
 } // namespace demo

@@ -110,7 +110,7 @@ void Judge(const Trend& trend, const Trend& allowed) {
 
 /// @return whether it ended in order.
 bool RunProcess(const wchar_t* kind, std::uint64_t count, Report& report) {
-    const Process process({L"cycles", kind, std::to_wstring(count)});
+    const process::ChildProcess process = StartChild({L"cycles", kind, std::to_wstring(count)});
     const auto limit = static_cast<DWORD>(kLimitOfProcess + count * 200);
     const auto code = process.WaitForEnd(limit);
     if (code == 0) {

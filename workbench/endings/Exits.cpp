@@ -43,7 +43,7 @@ private:
     void PlayOne(std::uint64_t number);
     void PrepareClient(const ExitPlan& plan);
     bool Greet(std::uint64_t number);
-    void AwaitEnd(const ExitPlan& plan, Process& process);
+    void AwaitEnd(const ExitPlan& plan, process::ChildProcess& process);
     void CheckLog(const ExitPlan& plan);
     void CheckClient(const ExitPlan& plan);
     void Violation(const ExitPlan& plan, const std::string& what) { report_.Violation(plan.Text() + ": " + what); }
@@ -89,7 +89,7 @@ void Series::PlayOne(std::uint64_t number) {
     std::vector<std::wstring> orders = plan.Orders();
     orders.insert(orders.begin(), L"exit");
     orders.insert(orders.end(), {connected, go});
-    Process process(orders);
+    process::ChildProcess process = StartChild(orders);
     const bool mayBeGone = plan.ending == Ending::ExitInCall; // while it connects, or at any time after that
     if (!process.WaitFor(connectedEvent.Get(), kConnectLimit) && !mayBeGone) {
         Violation(plan, "it does not connect");
@@ -123,7 +123,7 @@ bool Series::Greet(std::uint64_t number) {
     return client_->WaitUntil([&] { return ReadFrom(LogFile(), 0).find(mark) != std::string::npos; }, kMessageLimit);
 }
 
-void Series::AwaitEnd(const ExitPlan& plan, Process& process) {
+void Series::AwaitEnd(const ExitPlan& plan, process::ChildProcess& process) {
     const ULONGLONG begin = ::GetTickCount64();
     if (plan.FromOutside()) {
         ::Sleep(plan.delay);

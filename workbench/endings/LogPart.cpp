@@ -8,7 +8,6 @@
 #include "support/Text.h"
 
 #include <chrono>
-#include <memory>
 #include <random>
 #include <stdexcept>
 
@@ -46,7 +45,7 @@ struct Writer {
     std::string mark;
     UniqueHandle ready;
     UniqueHandle go;
-    std::unique_ptr<Process> process;
+    process::ChildProcess process;
 };
 
 /// One scene from its start to its judgement.
@@ -101,20 +100,18 @@ void Stage::StartWriters() {
         const std::wstring ready = NewName();
         const std::wstring go = NewName();
         const std::string mark(1, static_cast<char>('A' + i));
-        Writer writer{mark, SharedEvent(ready), SharedEvent(go), nullptr};
-        writer.process = std::make_unique<Process>(
-            std::vector<std::wstring>{L"write", ToWide(mark), std::to_wstring(lines_), ready, go});
-        writers_.push_back(std::move(writer));
+        writers_.push_back({mark, SharedEvent(ready), SharedEvent(go),
+                            StartChild({L"write", ToWide(mark), std::to_wstring(lines_), ready, go})});
     }
     for (const Writer& writer : writers_) {
-        if (!writer.process->WaitFor(writer.ready.Get(), kStartLimit)) {
+        if (!writer.process.WaitFor(writer.ready.Get(), kStartLimit)) {
             throw std::runtime_error("a writer does not start");
         }
     }
     begin_ = std::chrono::steady_clock::now();
     for (const Writer& writer : writers_) {
         if (scene_.trouble == Trouble::Idle && &writer != &writers_.front()) {
-            writers_.front().process->WaitForEnd(Limit());
+            writers_.front().process.WaitForEnd(Limit());
         }
         ::SetEvent(writer.go.Get());
     }
@@ -124,21 +121,21 @@ void Stage::MakeTrouble() {
     if (scene_.trouble == Trouble::None || scene_.trouble == Trouble::Idle) {
         return;
     }
-    Process& process = *writers_.front().process;
+    process::ChildProcess& process = writers_.front().process;
     ::Sleep(static_cast<DWORD>(20 + random_() % 200));
     if (scene_.trouble == Trouble::Kill) {
         process.Terminate(kKilled);
         return;
     }
     process.Suspend();
-    const auto code = writers_.back().process->WaitForEnd(kStop);
+    const auto code = writers_.back().process.WaitForEnd(kStop);
     Say(std::string("    the other one ") + (code ? "has finished" : "still writes") + " when the stopped one goes on");
     process.Resume();
 }
 
 void Stage::AwaitWriters() {
     for (const Writer& writer : writers_) {
-        const auto code = writer.process->WaitForEnd(Limit());
+        const auto code = writer.process.WaitForEnd(Limit());
         const bool killed = Killed(writer) && code == kKilled;
         if (!code) {
             Violation("process " + writer.mark + " hangs");

@@ -1,37 +1,18 @@
 #pragma once
 
+#include "workbench/process/ChildProcess.h"
+
 #include "support/UniqueResource.h"
 
 #include <windows.h>
 
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace endings {
 
-/// Another process of this program, told what to do by "--child ...". It lives no longer than this object.
-class Process {
-public:
-    /// @throws std::runtime_error
-    explicit Process(const std::vector<std::wstring>& orders);
-
-    bool Running() const { return ::WaitForSingleObject(process_.Get(), 0) == WAIT_TIMEOUT; }
-    /// @return its exit code; nothing when it still runs after that time.
-    std::optional<DWORD> WaitForEnd(DWORD milliseconds) const;
-    /// @return whether the event came before the process ended and within that time.
-    bool WaitFor(HANDLE event, DWORD milliseconds) const;
-    void Terminate(DWORD code) { ::TerminateProcess(process_.Get(), code); }
-    void Suspend() { ::SuspendThread(thread_.Get()); } // its main thread
-    void Resume() { ::ResumeThread(thread_.Get()); }
-
-private:
-    bool Start(const std::wstring& program, std::wstring line);
-
-    UniqueHandle job_;
-    UniqueHandle process_;
-    UniqueHandle thread_;
-};
+/// Another process of this program, told what to do by "--child ...". @throws std::runtime_error
+process::ChildProcess StartChild(const std::vector<std::wstring>& orders);
 
 /// An event that both sides open by name. A name is used once.
 UniqueHandle SharedEvent(const std::wstring& name);

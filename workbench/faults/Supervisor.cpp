@@ -2,7 +2,8 @@
 
 #include "workbench/faults/Hooks.h"
 #include "workbench/faults/Worker.h"
-#include "workbench/gauges/ChildProcess.h"
+#include "workbench/process/ChildProcess.h"
+#include "workbench/process/OwnProgram.h"
 
 #include "support/Text.h"
 
@@ -199,7 +200,7 @@ void Supervisor::CompareHeld(const Scene& scene, const Place& place) {
 
 Supervisor::Place Supervisor::Watch(const Scene& scene, const std::vector<std::wstring>& arguments) {
     Place place;
-    gauges::ChildProcess child(arguments);
+    process::ChildProcess child(process::ProgramPath(), arguments, process::Streams::OutputRead);
     std::string line;
     // The child's own watch is quicker, unless the heap's lock is with the thread that crashed.
     while (child.ReadLine(line, (static_cast<DWORD>(options_.patience) + kLongestSilence) * 1000)) {

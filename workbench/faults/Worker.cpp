@@ -4,7 +4,7 @@
 #include "workbench/faults/Blocks.h"
 #include "workbench/faults/Hooks.h"
 #include "workbench/faults/Injector.h"
-#include "workbench/gauges/OwnProgram.h"
+#include "workbench/process/OwnProgram.h"
 #include "workbench/gauges/Usage.h"
 
 #include <windows.h>
@@ -105,7 +105,7 @@ void Watch() noexcept {
 /// Asked before any handler: the system passes a crash inside a window procedure over, as if nothing had been.
 LONG WINAPI OnException(EXCEPTION_POINTERS* raised) noexcept {
     const EXCEPTION_RECORD& record = *raised->ExceptionRecord;
-    if (!gauges::IsCrash(record.ExceptionCode)) {
+    if (!process::IsCrash(record.ExceptionCode)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     SayAndWait(kChildCrashed, record.ExceptionCode, nullptr, record.ExceptionAddress);

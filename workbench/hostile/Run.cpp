@@ -2,10 +2,9 @@
 
 #include "workbench/hostile/FastClock.h"
 
-#include "workbench/client/CommandLine.h"
 #include "workbench/gauges/HeapCheck.h"
-#include "workbench/gauges/OwnProgram.h"
 #include "workbench/host/Pump.h"
+#include "workbench/process/OwnProgram.h"
 
 #include "resources/Connect.h"
 #include "support/Text.h"
@@ -48,16 +47,9 @@ Run::Run(const RunOptions& options, gauges::Watchdog& watchdog)
     : options_(options),
       boardName_(L"NembraHostile" + std::to_wstring(::GetCurrentProcessId())),
       board_(boardName_, true),
-      job_(gauges::MakeKillingJob()),
       watchdog_(watchdog),
       started_(::GetTickCount64()) {
     watchdog_.Beat();
-}
-
-Run::~Run() {
-    if (sender_) {
-        ::TerminateProcess(sender_.Get(), 1);
-    }
 }
 
 void Run::Say(const char* format, ...) const {
@@ -116,21 +108,10 @@ void Run::StartOutlook() {
 }
 
 void Run::StartSender() {
-    const std::wstring program = gauges::ProgramPath();
-    std::wstring line = meeting_client::JoinCommandLine(program, {L"--send", boardName_, std::to_wstring(options_.seed),
-                                                                  std::to_wstring(options_.messages),
-                                                                  std::to_wstring(::GetCurrentProcessId())});
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION made{};
-    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
-                          &startup, &made)) {
-        throw std::runtime_error("the sender could not be started");
-    }
-    sender_.Reset(made.hProcess);
-    const UniqueHandle thread(made.hThread);
-    ::AssignProcessToJobObject(job_.Get(), sender_.Get());
-    ::ResumeThread(thread.Get());
+    const std::vector<std::wstring> arguments = {L"--send", boardName_, std::to_wstring(options_.seed),
+                                                 std::to_wstring(options_.messages),
+                                                 std::to_wstring(::GetCurrentProcessId())};
+    sender_.emplace(process::ProgramPath(), arguments, process::Streams::Own);
 }
 
 /// What the main thread does besides handling its messages.
@@ -178,7 +159,7 @@ void Run::FollowSender() {
     std::uint64_t seen = 0;
     ULONGLONG lastSent = ::GetTickCount64();
     ULONGLONG told = lastSent;
-    while (::WaitForSingleObject(sender_.Get(), 0) == WAIT_TIMEOUT) {
+    while (sender_->Running()) {
         workbench::PumpFor(kSlice);
         Look();
         const ULONGLONG now = ::GetTickCount64();
@@ -193,9 +174,9 @@ void Run::FollowSender() {
             TellProgress();
         }
     }
-    DWORD code = 1;
-    ::GetExitCodeProcess(sender_.Get(), &code);
-    if (code != 0 || board_->sent != options_.messages) {
+    const std::optional<DWORD> code = sender_->WaitForEnd(0);
+    sender_.reset(); // before the handles are counted
+    if (code != 0U || board_->sent != options_.messages) {
         const std::string reason = board_->failure;
         throw std::runtime_error("the sender has ended early: " + (reason.empty() ? "no reason given" : reason));
     }

@@ -8,6 +8,7 @@
 #include "workbench/gauges/Watchdog.h"
 #include "workbench/host/DialogResponder.h"
 #include "workbench/host/OutlookHost.h"
+#include "workbench/process/ChildProcess.h"
 
 #include <cstdint>
 #include <memory>
@@ -26,7 +27,6 @@ struct RunOptions {
 class Run {
 public:
     Run(const RunOptions& options, gauges::Watchdog& watchdog);
-    ~Run();
 
     /// @return whether the add-in stood it and still does its work. @throws std::runtime_error as soon as it does not.
     bool Play();
@@ -58,8 +58,7 @@ private:
     std::unique_ptr<workbench::OutlookHost> host_;
     workbench::AddInHost* addIn_ = nullptr;
     std::optional<meeting_client::ClientProcess> client_;
-    UniqueHandle job_; // ends the sender with this process
-    UniqueHandle sender_;
+    std::optional<process::ChildProcess> sender_;
     gauges::Watchdog& watchdog_;
     std::unique_ptr<workbench::DialogResponder> responder_;
     ULONGLONG started_ = 0;

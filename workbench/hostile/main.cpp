@@ -2,7 +2,7 @@
 #include "workbench/hostile/Sender.h"
 
 #include "workbench/gauges/HeapCheck.h"
-#include "workbench/gauges/OwnProgram.h"
+#include "workbench/process/OwnProgram.h"
 #include "workbench/gauges/Watchdog.h"
 
 #include "support/Text.h"
@@ -58,7 +58,7 @@ std::uint64_t ReadNumber(std::string_view text) {
 /// Asked before any handler: the system passes a crash inside a window procedure over, as if nothing had been.
 LONG WINAPI OnException(EXCEPTION_POINTERS* raised) noexcept {
     const EXCEPTION_RECORD& record = *raised->ExceptionRecord;
-    if (!gauges::IsCrash(record.ExceptionCode)) {
+    if (!process::IsCrash(record.ExceptionCode)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     std::printf("FAILED: Outlook crashed with 0x%08lx at %p\n", record.ExceptionCode, record.ExceptionAddress);

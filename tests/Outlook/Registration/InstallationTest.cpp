@@ -4,13 +4,15 @@
 #include "tests/Outlook/Registration/Registry.h"
 #include "tests/fakes/AddInModule.h"
 #include "tests/fakes/StatusMatcher.h"
+#include "workbench/process/ChildProcess.h"
+#include "workbench/process/OwnProgram.h"
 
 #include <gmock/gmock.h>
 
 #include <oleauto.h>
 #include <shlobj.h>
 
-#include <fstream>
+#include <filesystem>
 #include <vector>
 
 using testing::ElementsAre;
@@ -30,32 +32,22 @@ std::wstring ServerKey() {
     return std::wstring(L"CLSID\\") + IdText(CLSID_NembraMeeting).text + L"\\InprocServer32";
 }
 
-/// Runs a program of the system's folder with its output in a file; its exit code.
-DWORD RunSystemProgram(const std::wstring& program, const std::wstring& arguments, const std::wstring& output) {
-    SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
-    const UniqueHandle file(::CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
-                                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = startup.hStdError = file.Get();
+struct Played {
+    DWORD code = 0;
+    std::vector<std::string> lines;
+};
+
+/// Runs a program of the system's folder and reads its output.
+Played RunSystemProgram(const std::wstring& program, const std::vector<std::wstring>& arguments) {
     wchar_t folder[MAX_PATH] = {};
     ::GetSystemDirectoryW(folder, MAX_PATH);
-    std::wstring command = std::wstring(L"\"") + folder + L"\\" + program + L"\" " + arguments;
-    PROCESS_INFORMATION started = {};
-    if (!::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &started)) {
-        ADD_FAILURE() << "cannot start " << ToUtf8(command) << ": " << ::GetLastError();
-        return MAXDWORD;
+    process::ChildProcess started(folder + (L"\\" + program), arguments, process::Streams::OutputRead);
+    Played played;
+    for (std::string line; started.ReadLine(line, kProgramDeadline);) {
+        played.lines.push_back(line);
     }
-    const UniqueHandle process(started.hProcess);
-    const UniqueHandle thread(started.hThread);
-    if (::WaitForSingleObject(process.Get(), kProgramDeadline) != WAIT_OBJECT_0) {
-        ADD_FAILURE() << ToUtf8(command) << " does not end";
-        ::TerminateProcess(process.Get(), 1);
-    }
-    DWORD code = MAXDWORD;
-    ::GetExitCodeProcess(process.Get(), &code);
-    return code;
+    played.code = started.Wait();
+    return played;
 }
 
 /// Width and height of an image resource of the module as a picture tells them: in hundredths of a millimetre.
@@ -92,11 +84,8 @@ protected:
         if (path[0] != L'\0' && path != AddInModulePath()) {
             GTEST_SKIP() << "another copy is installed here and stays as it is: " << ToUtf8(path);
         }
-        wchar_t folder[MAX_PATH] = {};
-        ::GetTempPathW(MAX_PATH, folder);
-        output_ = folder + (L"NembraRegistration" + std::to_wstring(::GetCurrentProcessId()) + L".txt");
         ready_ = true;
-        RegSvr(L"/s /u"); // what a crashed run has left
+        RegSvr({L"/s", L"/u"}); // what a crashed run has left
         for (const wchar_t* key : kAddInsKeys) {
             if (!HasKey(HKEY_LOCAL_MACHINE, key)) {
                 madeKeys_.insert(madeKeys_.begin(), key);
@@ -108,27 +97,26 @@ protected:
     void TearDown() override {
         if (ready_) {
             ::CoUninitialize();
-            RegSvr(L"/s /u");
+            RegSvr({L"/s", L"/u"});
             ::UnRegisterTypeLib(LIBID_NBMOutlookAddin, 1, 0, 0, SYS_WIN64);
             for (const wchar_t* key : madeKeys_) { // fails, as it should, on a key with others' entries
                 ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, key);
             }
-            ::DeleteFileW(output_.c_str());
         }
         ::ReleaseMutex(turn_.Get());
     }
 
-    DWORD RegSvr(const std::wstring& options) const {
-        return RunSystemProgram(L"regsvr32.exe", options + L" \"" + AddInModulePath() + L"\"", output_);
+    static DWORD RegSvr(std::vector<std::wstring> arguments) {
+        arguments.push_back(AddInModulePath());
+        return RunSystemProgram(L"regsvr32.exe", arguments).code;
     }
-    void Install() const {
+    static void Install() {
         MakeKey(HKEY_LOCAL_MACHINE, kAddInsKeys[2]);
-        ASSERT_EQ(RegSvr(L"/s"), 0u);
+        ASSERT_EQ(RegSvr({L"/s"}), 0u);
     }
 
     UniqueHandle turn_;
     bool ready_ = false;
-    std::wstring output_;
     std::vector<const wchar_t*> madeKeys_; // innermost first
 };
 
@@ -149,7 +137,7 @@ TEST_F(Installation, MakesTheClassCreatableUntilItIsRemoved) {
         return status;
     };
     if (!madeKeys_.empty()) {
-        EXPECT_NE(RegSvr(L"/s"), 0u) << "there is no list of Outlook's add-ins yet";
+        EXPECT_NE(RegSvr({L"/s"}), 0u) << "there is no list of Outlook's add-ins yet";
         EXPECT_FALSE(HasKey(HKEY_CLASSES_ROOT, ServerKey()));
     }
     EXPECT_THAT(create(CLSID_NembraMeeting), IsStatus(REGDB_E_CLASSNOTREG));
@@ -161,7 +149,7 @@ TEST_F(Installation, MakesTheClassCreatableUntilItIsRemoved) {
     EXPECT_THAT(create(CLSID_NembraMeeting), IsStatus(S_OK));
     EXPECT_EQ(RegisteredLibrary(), AddInModulePath());
 
-    EXPECT_EQ(RegSvr(L"/s /u"), 0u);
+    EXPECT_EQ(RegSvr({L"/s", L"/u"}), 0u);
     EXPECT_FALSE(HasKey(HKEY_LOCAL_MACHINE, std::wstring(kAddInsKeys[2]) + L"\\" + kProgId));
     EXPECT_THAT(findClass(kProgId), IsStatus(CO_E_CLASSSTRING));
     ::CoFreeUnusedLibraries();
@@ -171,20 +159,15 @@ TEST_F(Installation, MakesTheClassCreatableUntilItIsRemoved) {
 
 TEST_F(Installation, ServesAScriptThatKnowsItByNameOnly) {
     Install();
-    wchar_t program[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-    const std::filesystem::path script = std::filesystem::path(program).replace_filename(L"late_binding.vbs");
+    const std::filesystem::path script =
+        std::filesystem::path(process::ProgramPath()).replace_filename(L"late_binding.vbs");
     ASSERT_TRUE(std::filesystem::exists(script));
     // Not //T: for a time limit: Wine's cscript refuses it. The run is bounded here.
-    EXPECT_EQ(RunSystemProgram(L"cscript.exe", L"//nologo \"" + script.wstring() + L"\"", output_), 0u);
-    std::vector<std::string> lines;
-    std::ifstream output{std::filesystem::path(output_)};
-    for (std::string line; std::getline(output, line);) {
-        lines.push_back(line.substr(0, line.find('\r')));
-    }
+    const Played played = RunSystemProgram(L"cscript.exe", {L"//nologo", script.wstring()});
+    EXPECT_EQ(played.code, 0u);
     const SIZE size = PictureSize(402);
     ASSERT_GT(size.cx, 0);
-    EXPECT_THAT(lines,
+    EXPECT_THAT(played.lines,
                 ElementsAre("create: done",
                             "image 402: type 1, " + std::to_string(size.cx) + " x " + std::to_string(size.cy),
                             "image 401, name in small letters: type 1",

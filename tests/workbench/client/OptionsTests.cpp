@@ -1,8 +1,4 @@
-#include "workbench/client/CommandLine.h"
 #include "workbench/client/Options.h"
-
-#include <windows.h>
-#include <shellapi.h>
 
 #include <gtest/gtest.h>
 
@@ -35,18 +31,6 @@ TEST(Options, ALaunchUriOfAnyHostIsTakenBesideOptions) {
     EXPECT_EQ(options.launchUri, "quorvex://meeting.example/h5page?page=launch");
     EXPECT_FALSE(options.loginAfter);
     EXPECT_EQ(options.orders, std::vector<std::string>{"delay 5"});
-}
-
-TEST(CommandLine, TheSystemTakesItApartAgain) {
-    const std::vector<std::wstring> arguments = {
-        L"",         L"plain",     L"two words",        L"notify {\"a\":\"b c\"}",
-        L"back\\\\", L"end in \\", L"\\\"quoted\\\\\"", L"\x4F1A\x8BAE"};
-    int count = 0;
-    wchar_t** texts = ::CommandLineToArgvW(JoinCommandLine(L"C:\\a folder\\x.exe", arguments).c_str(), &count);
-    ASSERT_NE(texts, nullptr);
-    EXPECT_EQ(std::wstring(texts[0]), L"C:\\a folder\\x.exe");
-    EXPECT_EQ(std::vector<std::wstring>(texts + 1, texts + count), arguments);
-    ::LocalFree(texts);
 }
 
 } // namespace

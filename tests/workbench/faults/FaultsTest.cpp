@@ -1,14 +1,13 @@
 #include "support/Text.h"
-#include "support/UniqueResource.h"
-
-#include <windows.h>
+#include "workbench/process/ChildProcess.h"
+#include "workbench/process/OwnProgram.h"
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <iterator>
+#include <sstream>
 #include <string>
+#include <vector>
 
 using testing::HasSubstr;
 
@@ -20,39 +19,23 @@ struct Played {
 };
 
 std::filesystem::path Folder() {
-    wchar_t program[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-    return std::filesystem::path(program).parent_path();
+    return std::filesystem::path(process::ProgramPath()).parent_path();
 }
 
-/// Runs the program that plays faulty_module.
-Played Play(const std::string& arguments) {
-    std::wstring command = L"\"" + (Folder() / L"faulty_stage.exe").wstring() + L"\" " + ToWide(arguments);
-    SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-    HANDLE readEnd = nullptr;
-    HANDLE writeEnd = nullptr;
-    EXPECT_TRUE(::CreatePipe(&readEnd, &writeEnd, &inheritable, 0));
-    const UniqueHandle output(readEnd);
-    UniqueHandle childEnd(writeEnd);
-    ::SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = startup.hStdError = writeEnd;
-    PROCESS_INFORMATION process{};
-    EXPECT_TRUE(
-        ::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process));
-    const UniqueHandle thread(process.hThread);
-    const UniqueHandle owned(process.hProcess);
-    childEnd.Reset();
-    Played played;
-    char block[4096];
-    DWORD size = 0;
-    while (::ReadFile(output.Get(), block, sizeof block, &size, nullptr) && size != 0) {
-        std::copy_if(block, block + size, std::back_inserter(played.output), [](char c) { return c != '\r'; });
+/// Runs the program that plays faulty_module. @param words arguments with blanks between them.
+Played Play(const std::string& words, const std::vector<std::wstring>& more = {}) {
+    std::vector<std::wstring> arguments;
+    std::istringstream stream(words);
+    for (std::string word; stream >> word;) {
+        arguments.push_back(ToWide(word));
     }
-    ::WaitForSingleObject(owned.Get(), INFINITE);
-    ::GetExitCodeProcess(owned.Get(), &played.code);
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    process::ChildProcess program((Folder() / L"faulty_stage.exe").wstring(), arguments, process::Streams::OutputRead);
+    Played played;
+    for (std::string line; program.ReadLine(line);) {
+        played.output += line + '\n';
+    }
+    played.code = program.Wait();
     return played;
 }
 
@@ -102,7 +85,7 @@ TEST(FaultsProgram, PlaysJustThePointThatAViolationNames) {
 }
 
 TEST(FaultsProgram, RefusesAModuleWithAnImportThatNobodyKnows) {
-    const Played played = Play("sound --module \"" + ToUtf8((Folder() / L"unlisted_module.dll").wstring()) + "\"");
+    const Played played = Play("sound", {L"--module", (Folder() / L"unlisted_module.dll").wstring()});
     EXPECT_EQ(played.code, 1u);
     EXPECT_THAT(played.output, HasSubstr("GetDiskFreeSpaceExW"));
 }

@@ -1,5 +1,5 @@
 #include "workbench/faults/Supervisor.h"
-#include "workbench/gauges/OwnProgram.h"
+#include "workbench/process/OwnProgram.h"
 
 #include <filesystem>
 
@@ -61,6 +61,6 @@ int main(int count, char** texts) {
         {"text", false, true, [](StagedModule& module) { return std::make_unique<TextAct>(module); }},
         {"load", true, false, [](StagedModule& module) { return std::make_unique<LoadAct>(module); }},
     };
-    const std::filesystem::path folder = std::filesystem::path(gauges::ProgramPath()).parent_path();
+    const std::filesystem::path folder = std::filesystem::path(process::ProgramPath()).parent_path();
     return faults::Main(scenes, {texts + 1, texts + count}, (folder / L"faulty_module.dll").wstring());
 }

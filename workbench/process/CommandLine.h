@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace meeting_client {
+namespace process {
 
 /// One argument as the C run-time's and CommandLineToArgvW's rules take it apart again.
 std::wstring QuoteArgument(std::wstring_view argument);
@@ -12,4 +12,4 @@ std::wstring QuoteArgument(std::wstring_view argument);
 /// The program and its arguments, each quoted, with blanks between.
 std::wstring JoinCommandLine(std::wstring_view program, const std::vector<std::wstring>& arguments);
 
-} // namespace meeting_client
+} // namespace process

@@ -1,19 +1,11 @@
-#include "workbench/gauges/OwnProgram.h"
+#include "workbench/process/OwnProgram.h"
 
-namespace gauges {
+namespace process {
 
 std::wstring ProgramPath() {
     wchar_t path[MAX_PATH] = L"";
     ::GetModuleFileNameW(nullptr, path, MAX_PATH);
     return path;
-}
-
-UniqueHandle MakeKillingJob() {
-    UniqueHandle job(::CreateJobObjectW(nullptr, nullptr));
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-    ::SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
-    return job;
 }
 
 bool IsCrash(DWORD code) {
@@ -33,4 +25,4 @@ bool IsCrash(DWORD code) {
     }
 }
 
-} // namespace gauges
+} // namespace process

@@ -1,6 +1,6 @@
-#include "workbench/client/CommandLine.h"
+#include "workbench/process/CommandLine.h"
 
-namespace meeting_client {
+namespace process {
 
 std::wstring QuoteArgument(std::wstring_view argument) {
     if (!argument.empty() && argument.find_first_of(L" \t\n\v\"") == std::wstring_view::npos) {
@@ -27,4 +27,4 @@ std::wstring JoinCommandLine(std::wstring_view program, const std::vector<std::w
     return line;
 }
 
-} // namespace meeting_client
+} // namespace process
