@@ -2,7 +2,6 @@
 
 #include "channel/Segments.h"
 #include "support/LogLine.h"
-#include "support/Text.h"
 
 namespace bench {
 namespace {
@@ -14,7 +13,7 @@ constexpr double kLinear = 1.5;
 
 /// As the add-in takes the channel's log texts: as a line of a level that its log drops.
 void DropLog(const char* text) {
-    LogLine(L"Business/Meeting", L"Meeting::logOutput").Debug() << ToWide(text);
+    LogLine(L"Business/Meeting", L"Meeting::logOutput").Debug() << text;
 }
 
 } // namespace

@@ -18,8 +18,13 @@ namespace {
 constexpr wchar_t kLogFile[] = L"NembraMeeting\\log\\outlookaddin.txt";
 constexpr int32_t kMaxSizeKB = 1048576; // 1 GiB
 constexpr int32_t kBackupCount = 2;
+// Deliberate: debug lines are dropped, and with them the channel's own log, which has lines for each window message and
+// each segment and would push everything else out of the file.
+constexpr int32_t kThreshold = 2;
+constexpr int32_t kNoLevel = INT32_MIN;
 
 std::atomic<uint32_t> g_logId{0};
+std::atomic<int32_t> g_threshold{kNoLevel};
 
 struct ItemListTraits {
     using Value = PIDLIST_ABSOLUTE;
@@ -40,7 +45,7 @@ void GetRoamingFolder(wchar_t (&path)[MAX_PATH]) noexcept {
 
 uint32_t OpenLog(const wchar_t* path) {
     const std::string narrow = ToUtf8(path);
-    const LogOneConfig config = {narrow.c_str(), kMaxSizeKB, kBackupCount, kAddinLogThreshold};
+    const LogOneConfig config = {narrow.c_str(), kMaxSizeKB, kBackupCount, kThreshold};
     return LogOneOpen(&config);
 }
 
@@ -48,6 +53,16 @@ uint32_t OpenLog(const wchar_t* path) {
 
 uint32_t AddinLogId() noexcept {
     return g_logId.load(std::memory_order_acquire);
+}
+
+int32_t AddinLogThreshold() noexcept {
+    return g_threshold.load(std::memory_order_relaxed);
+}
+
+void NoteLogThreshold(uint32_t id, int32_t threshold) noexcept {
+    if (id == AddinLogId()) {
+        g_threshold.store(threshold, std::memory_order_relaxed);
+    }
 }
 
 void OpenAddinLogUnder(const wchar_t* folder) noexcept {
@@ -60,7 +75,9 @@ void OpenAddinLogUnder(const wchar_t* folder) noexcept {
         return;
     }
     try {
-        g_logId.store(OpenLog(path), std::memory_order_release);
+        const uint32_t id = OpenLog(path);
+        g_threshold.store(id != 0 ? kThreshold : kNoLevel, std::memory_order_relaxed);
+        g_logId.store(id, std::memory_order_release);
     } catch (...) {
         // The add-in runs without a log.
     }
@@ -80,5 +97,6 @@ void CloseAddinLog(bool processEnds) noexcept {
         return;
     }
     LogOneClose(AddinLogId());
+    g_threshold.store(kNoLevel, std::memory_order_relaxed);
     g_logId.store(0, std::memory_order_release);
 }

@@ -1,5 +1,6 @@
 #include "support/LogOne.h"
 
+#include "support/AddinLog.h"
 #include "support/LoggerRegistry.h"
 #include "support/LogOneImpl.h"
 
@@ -17,6 +18,11 @@ void WithLogger(uint32_t id, Action action) noexcept {
     }
 }
 
+void SetThreshold(uint32_t id, LogOne& logger, int32_t level) noexcept {
+    logger.SetLevel(level);
+    NoteLogThreshold(id, level);
+}
+
 uint32_t OpenLogger(const LogOneConfig& config) {
     const uint32_t id = Registry().Add(config.path, std::make_unique<LogOneImpl>(config.path));
     LogOne* const logger = Registry().Find(id);
@@ -26,7 +32,7 @@ uint32_t OpenLogger(const LogOneConfig& config) {
     if (config.backupCount > 0) {
         logger->SetBackupCount(config.backupCount);
     }
-    logger->SetLevel(config.level);
+    SetThreshold(id, *logger, config.level);
     return id;
 }
 
@@ -65,5 +71,5 @@ void LogOneSetMaxSize(uint32_t id, uint32_t kibibytes) noexcept {
 }
 
 void LogOneSetLevel(uint32_t id, int32_t level) noexcept {
-    WithLogger(id, [&](LogOne& logger) { logger.SetLevel(level); });
+    WithLogger(id, [&](LogOne& logger) { SetThreshold(id, logger, level); });
 }

@@ -38,7 +38,7 @@ bool AddIn::GetAppointmentItemComment(Outlook::_AppointmentItem* item, Json::Val
     }
     std::string error;
     if (!Marker::Parse(ToUtf8(View(comment)), json, error)) {
-        LogLine(kSource, L"AddIn::GetAppointmentItemComment").Info() << L"Not Nembrameeting item. " << ToWide(error);
+        LogLine(kSource, L"AddIn::GetAppointmentItemComment").Info() << L"Not Nembrameeting item. " << error;
         return false;
     }
     return true;

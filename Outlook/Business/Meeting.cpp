@@ -6,7 +6,6 @@
 #include "support/Text.h"
 
 #include <new>
-#include <source_location>
 #include <utility>
 
 namespace {
@@ -49,16 +48,6 @@ NotifyData ToRecord(const NotificationFields& fields) {
     return record;
 }
 
-/// Logs a text. When there is no memory for the line's copy of a long text, only the line is lost.
-void LogText(const wchar_t* function, const wchar_t* prefix, const std::string& text,
-             int line = static_cast<int>(std::source_location::current().line())) noexcept {
-    try {
-        LogLine(kSource, function, line).Info() << prefix << ToWide(text);
-    } catch (...) {
-        // The line is lost.
-    }
-}
-
 } // namespace
 
 // Never destroyed: at process exit the channel thread may still deliver a notification, and the exit must not wait for
@@ -99,7 +88,7 @@ bool Meeting::IsClientConnected() noexcept {
 
 HRESULT Meeting::SendCommand(const ActionData& action) {
     const std::string text = WriteCommand(ToFields(action));
-    LogText(L"Meeting::OnAction", L"Data: ", text);
+    LogLine(kSource, L"Meeting::OnAction").Info() << L"Data: " << text;
     // Deliberate: only a missing client changes the flow. Every other result, also a failure, counts as done.
     if (uisdk_protocol_send(text.c_str()) != kClientMissing) {
         return S_OK;
@@ -131,11 +120,11 @@ void Meeting::OnRecvMsg(const std::string& text) {
     if (text == kDisconnectedText || text.empty()) {
         return;
     }
-    LogText(L"Meeting::OnRecvMsg", L"", text);
+    LogLine(kSource, L"Meeting::OnRecvMsg").Info() << text;
     NotificationFields fields;
     std::string error;
     if (!ReadNotification(text, fields, error)) {
-        LogLine(kSource, L"Meeting::OnRecvMsg").Error() << ToWide(error);
+        LogLine(kSource, L"Meeting::OnRecvMsg").Error() << error;
         return;
     }
     (*callback)(ToRecord(fields));
@@ -153,12 +142,7 @@ void Meeting::ReceiveTrampoline(const char* text) noexcept {
 }
 
 void Meeting::logOutput(const char* text) noexcept {
-    if (text == nullptr) {
-        return;
-    }
-    try {
-        LogLine(kSource, L"Meeting::logOutput").Debug() << ToWide(text);
-    } catch (...) {
-        // The line is lost. Logging never fails its caller.
+    if (text != nullptr) {
+        LogLine(kSource, L"Meeting::logOutput").Debug() << text;
     }
 }

@@ -1,4 +1,5 @@
 #include "support/AddinLog.h"
+#include "support/LogOne.h"
 #include "support/LoggerRegistry.h"
 #include "support/LogLine.h"
 #include "support/MC_Event.h"
@@ -18,6 +19,16 @@ constexpr wchar_t kFile[] = L"NembraMeeting\\log\\outlookaddin.txt";
 std::string Lines(const std::string& content) {
     const std::regex stamp(R"(\[\d+-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\]\[P:\d+/T:\d+\])");
     return std::regex_replace(content.substr(content.find('\n') + 1), stamp, "");
+}
+
+// Counts how often it is formatted; throws when asked to.
+struct Counted {
+    int* count;
+    bool throws = false;
+};
+std::wostream& operator<<(std::wostream& stream, const Counted& counted) {
+    ++*counted.count;
+    return counted.throws ? throw std::runtime_error("no text") : stream << L"x";
 }
 
 class AddinLog : public testing::Test {
@@ -41,6 +52,24 @@ TEST_F(AddinLog, HoldsLinesInUtf8AndDropsDebug) {
               "[Err][DllMain:2 \xE4\xBC\x9A\xE8\xAE\xAE::B]\xE4\xBC\x9A\xF0\x9F\x98\x80%s\r\n"
               "[War][Notify:3 A::B]\r\n" +
                   own);
+}
+
+TEST_F(AddinLog, FollowsItsThresholdAndFormatsNoDroppedLine) {
+    int formatted = 0;
+    OpenAddinLogUnder(folder_.Path().c_str());
+    LogLine(L"s", L"f", 1).Debug() << Counted{&formatted};
+    LogOneSetLevel(AddinLogId(), 3);
+    LogLine(L"s", L"f", 2).Debug() << Counted{&formatted};
+    LogOneSetLevel(AddinLogId() + 1, 0); // another log's
+    LogLine(L"s", L"f", 3) << Counted{&formatted};
+    LogOneSetLevel(AddinLogId(), 0);
+    LogLine(L"s", L"f", 4).Info() << Counted{&formatted};
+    LogLine(L"s", L"f", 5) << Counted{&formatted};
+    LogLine(L"s", L"f", 6).Error() << L"a" << Counted{&formatted, true} << std::string("\u4f1a") << "b";
+    CloseAddinLog();
+    LogLine(L"s", L"f", 7).Error() << Counted{&formatted};
+    EXPECT_EQ(Lines(folder_.Read(kFile)), "[Dbg][s:2 f]x\r\n[Inf][s:3 f]x\r\n[Err][s:6 f]a\xE4\xBC\x9A\x62\r\n");
+    EXPECT_EQ(formatted, 3);
 }
 
 TEST_F(AddinLog, OpensOnceAndClosesForLaterLines) {

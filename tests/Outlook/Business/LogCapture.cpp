@@ -37,7 +37,7 @@ std::vector<Line> Of(const std::wstring& function) {
 
 } // namespace LogCapture
 
-LogLine::LogLine(const wchar_t* source, const wchar_t* function, int line)
+LogLine::LogLine(const wchar_t* source, const wchar_t* function, int line) noexcept
     : source_(source), function_(function), line_(line) {}
 
 LogLine::~LogLine() {
@@ -45,7 +45,7 @@ LogLine::~LogLine() {
     TheCapture().lines.push_back({level_, source_, function_, stream_ ? stream_->str() : std::wstring()});
 }
 
-std::wostream& LogLine::At(LogLevel level) {
+LogLine& LogLine::At(LogLevel level) noexcept {
     level_ = level;
-    return stream_ ? *stream_ : stream_.emplace();
+    return *this;
 }
