@@ -25,29 +25,17 @@ void OnProcessAttach(HMODULE module) noexcept {
     if (!HasMemory()) {
         return; // no log either: without memory at this point the runtime may be unable to raise an exception
     }
-    try {
-        OpenAddinLog();
-        LogLine(kSource, L"DllMain").Info() << L"Built at " << __DATE__ << L" " << __TIME__;
-    } catch (...) {
-        // Without its log the add-in still works.
-    }
-}
-
-void OnProcessDetach(bool processEnds) noexcept {
-    try {
-        CloseAddinLog(processEnds);
-    } catch (...) {
-        // The process or the module is going; there is nobody left to tell.
-    }
+    OpenAddinLog();
+    LogLine(kSource, L"DllMain").Info() << L"Built at " << __DATE__ << L" " << __TIME__;
 }
 
 } // namespace
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* reserved) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* /*reserved*/) {
     if (reason == DLL_PROCESS_ATTACH) {
         OnProcessAttach(module);
     } else if (reason == DLL_PROCESS_DETACH) {
-        OnProcessDetach(reserved != nullptr);
+        CloseAddinLog();
     }
     return TRUE;
 }

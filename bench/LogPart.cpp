@@ -45,7 +45,7 @@ void MeasureLog(const Effort& effort) {
     const std::string prefix = "[2022-09-01 10:06:20.123][P:5120/T:7344][Inf][Action:81 AddIn::ActionTask]";
     const std::string line = prefix + message + "\r\n";
     Report(Compare(
-        "log line of 100 bytes", "3 seeks, tell, write, flush by hand", samples, kLines, writeLine,
+        "log line of 100 bytes", "mutex, 3 seeks, tell, write, flush by hand", samples, kLines, writeLine,
         [&] { byHand.Write(line); }, Aim::AtMostTimes(1.15)));
 #ifdef BENCH_HAS_SPDLOG
     SpdlogPeer peer(folder.File("peer.txt"));

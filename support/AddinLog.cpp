@@ -92,11 +92,10 @@ void OpenAddinLog() noexcept {
     OpenAddinLogUnder(folder);
 }
 
-void CloseAddinLog(bool processEnds) noexcept {
-    if (processEnds && !(LoggingAlive() && LoggersAtRest())) {
-        return;
-    }
-    LogOneClose(AddinLogId());
+void CloseAddinLog() noexcept {
     g_threshold.store(kNoLevel, std::memory_order_relaxed);
-    g_logId.store(0, std::memory_order_release);
+    const uint32_t id = g_logId.exchange(0, std::memory_order_acq_rel);
+    if (LoggingAlive() && LoggersAtRest()) {
+        LogOneClose(id);
+    }
 }

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kDirectoryMode = 0755;
 constexpr char kFallbackName[] = "MyLog.log";
-constexpr DWORD kCloseTime = 20; // ms in which a process that writes gets its turn
+constexpr DWORD kCloseTime = 20; // ms in which a process that writes gets the lock
 
 struct DirectoryTraits {
     using Value = KosaDir*;
@@ -88,11 +88,14 @@ bool LogOneImpl::UsePlace(const std::string& directory, const std::string& fileN
     return true;
 }
 
-// @return false to give this line up.
-bool LogOneImpl::PrepareFile() {
+// @return whether a line can be written now.
+// @param owned the process lock is this process's. Another owner may be rotating the file.
+bool LogOneImpl::PrepareFile(bool owned) {
     if (file_) {
-        CheckSize();
-        return true;
+        if (owned && IsFull()) {
+            Rotate();
+        }
+        return !reopenPending_;
     }
     return !reopenPending_ || OpenFile();
 }
@@ -138,24 +141,23 @@ bool LogOneImpl::IsFull() const noexcept {
     return size >= maxSize_;
 }
 
-void LogOneImpl::CheckSize() {
-    if (IsFull()) {
-        Rotate();
-    }
-}
-
 // A file that another process has open cannot be renamed, and its content would be lost. Those that write find it full
-// as well and close it, if they get a turn. @return whether none of them has rotated it meanwhile.
+// as well and close it, if they get the lock. @return whether the rotation is still to be done, and by this process.
 bool LogOneImpl::LetOthersClose() noexcept {
-    turn_->Unlock();
+    processLock_->Unlock();
     ::Sleep(kCloseTime);
-    turn_->Lock();
+    if (!processLock_->Lock(true)) {
+        return false;
+    }
     char path[sizeof(directory_) + sizeof(fileName_)];
     FormatBounded(path, sizeof(path), "%s%s", directory_, fileName_);
     file_.Reset(KOSA_Fopen(path, "rb"));
     // One that cannot be read is for this process to rotate: looked for anew with each line, it would stop the host.
     const bool full = file_.Get() == nullptr || IsFull();
     file_.Reset();
+    if (!full) {
+        OpenFile();
+    }
     return full;
 }
 
@@ -170,17 +172,14 @@ void LogOneImpl::Rotate() {
     // Memory may run out before the copies are known; the next line then appends to the old file and tries again.
     reopenPending_ = true;
     if (!LetOthersClose()) {
-        OpenFile();
         return;
     }
     const RotationPlan plan = PlanCopies(*parts);
     const std::string directory = directory_;
     for (const std::string& entry : plan.removals) {
-        turn_->Renew(); // each can take its time on a slow profile
         KOSA_Remove((directory + entry).c_str());
     }
     for (const RotationRename& rename : plan.renames) {
-        turn_->Renew();
         KOSA_Rename((directory + rename.from).c_str(), (directory + rename.to).c_str());
     }
     KOSA_Fclose(KOSA_Fopen((directory + fileName_).c_str(), "w"));

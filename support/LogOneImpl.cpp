@@ -11,6 +11,7 @@
 #include <cstring>
 #include <iterator>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -21,6 +22,12 @@ constexpr char kLineEnd[] = "\r\n";
 constexpr size_t kLineEndLength = sizeof(kLineEnd) - 1;
 constexpr char kContentLabel[] = "Content:";
 constexpr size_t kWideUnits = 16384;
+
+// Lines that find the log's lock taken are kept in memory until it is free. The first line does not wait for the lock:
+// DllMain writes it, and holds the loader lock. After that one line in 64 waits, so that a stopped owner does not stop
+// this process. A process that has kept this many bytes writes them without the lock.
+constexpr uint32_t kTriesPerWait = 64;
+constexpr size_t kMostPostponed = 256 * 1024;
 
 const char* LevelText(int32_t level) noexcept {
     static constexpr const char* kTexts[] = {"Err", "War", "Inf", "Dbg"};
@@ -62,42 +69,69 @@ int AppendWide(char* target, size_t size, const wchar_t* format, va_list argumen
 
 LogOneImpl::LogOneImpl(const char* path) : lineBuffer_(new char[kLineBytes]) {
     PlaceOnDisk(path);
-    turn_.emplace((std::string(directory_) + fileName_).c_str());
+    processLock_.emplace((std::string(directory_) + fileName_).c_str());
 }
 
 LogOneImpl::~LogOneImpl() {
     const MC_Lock lock(&RegistryLock());
+    if (!postponed_.empty()) {
+        const ProcessLockScope scope(*processLock_, false); // DllMain again
+        const bool waitedInVain = tries_ > 1;
+        if ((scope.Owned() || waitedInVain) && (file_ || OpenFile())) {
+            WriteOut(postponed_.c_str());
+        }
+    }
     file_.Reset();
 }
 
-// `append` gets the room behind the prefix, line end and terminator already taken off, and returns the bytes it stored,
-// or -1 to drop the line.
 template <class AppendMessage>
 void LogOneImpl::WriteLine(const Place& place, AppendMessage append) noexcept {
     if (!LoggingAlive() || !place.IsComplete()) {
         return;
     }
     const MC_Lock lock(&RegistryLock());
-    const ProcessTurn turn(*turn_);
+    if (disabled_) {
+        return;
+    }
+    const ProcessLockScope scope(*processLock_, tries_ % kTriesPerWait == 1);
+    tries_ = scope.Owned() ? 1 : tries_ + 1;
     try {
-        if (disabled_ || !PrepareFile() || place.level > level_) {
+        const bool ready = (scope.Owned() || postponed_.size() >= kMostPostponed) && PrepareFile(scope.Owned());
+        const bool used = !ready || WritesToFile() || (outputMode_ & kBuildAlways) != 0;
+        if (!used || place.level > level_ || !BuildLine(place, append)) {
+            return;
+        }
+        if (!ready) {
+            postponed_ += lineBuffer_.get();
             return;
         }
     } catch (...) {
-        return; // Memory ran out in a rotation; the line is lost, the next one tries again.
+        return; // Memory ran out. The line is lost, the next one tries again.
     }
+    WriteOut(std::exchange(postponed_, {}).c_str());
+    WriteOut(lineBuffer_.get());
+}
+
+// `append` gets the room behind the prefix, line end and terminator already taken off, and returns the bytes it stored,
+// or -1 to drop the line.
+template <class AppendMessage>
+bool LogOneImpl::BuildLine(const Place& place, AppendMessage append) noexcept {
     const int prefix = BuildPrefix(place);
     const size_t used = static_cast<size_t>(std::max(prefix, 0));
     if (prefix < 0 || used + kLineEndLength + 1 > kLineBytes) {
-        return;
+        return false;
     }
     const int message = append(lineBuffer_.get() + used, kLineBytes - used - kLineEndLength);
     if (message < 0) {
-        return;
+        return false;
     }
     std::memcpy(lineBuffer_.get() + used + message, kLineEnd, sizeof(kLineEnd));
-    if (WritesToFile()) {
-        KOSA_Fprintf(file_.Get(), "%s", lineBuffer_.get());
+    return true;
+}
+
+void LogOneImpl::WriteOut(const char* text) noexcept {
+    if (*text != '\0' && WritesToFile()) {
+        KOSA_Fprintf(file_.Get(), "%s", text);
         KOSA_Fflush(file_.Get());
     }
 }
@@ -138,28 +172,14 @@ void LogOneImpl::WriteW(const char* tag, const char* function, const char* file,
 }
 
 void LogOneImpl::Trace(const char* tag, const char* function, const char* file, int32_t line, bool enter) noexcept {
-    const Place place = {tag, function, file, line, kTraceLevel};
-    if (!place.IsComplete()) {
-        return;
-    }
-    const MC_Lock lock(&RegistryLock());
-    const ProcessTurn turn(*turn_);
-    try {
-        if (disabled_ || !PrepareFile() || level_ < kTraceLevel) {
-            return;
-        }
-    } catch (...) {
-        return; // As for a line.
-    }
-    if (BuildPrefix(place) >= 0 && WritesToFile()) {
-        KOSA_Fprintf(file_.Get(), "%s[%s]%s", lineBuffer_.get(), enter ? "Enter" : "Leave", kLineEnd);
-        KOSA_Fflush(file_.Get());
-    }
+    WriteLine({tag, function, file, line, kTraceLevel}, [&](char* target, size_t size) {
+        return (BoundedText(target, size) << (enter ? "[Enter]" : "[Leave]")).Finish();
+    });
 }
 
 int LogOneImpl::BuildPrefix(const Place& place) noexcept {
     const char* const level = LevelText(place.level);
-    if (level == nullptr || (!WritesToFile() && (outputMode_ & kBuildAlways) == 0)) {
+    if (level == nullptr) {
         return -1;
     }
     char time[kLogTimeBytes];

@@ -60,21 +60,22 @@ private:
 
     template <class AppendMessage>
     void WriteLine(const Place& place, AppendMessage append) noexcept;
+    template <class AppendMessage>
+    bool BuildLine(const Place& place, AppendMessage append) noexcept;
     void PlaceOnDisk(const char* path);
     bool UsePlace(const std::string& directory, const std::string& fileName) noexcept;
 
-    // All of these under the registry lock, and from `PrepareFile` to the flush of the line in turn with the other
-    // processes that write this log.
-    bool PrepareFile();
+    // All of these under the registry lock.
+    bool PrepareFile(bool owned);
     bool OpenFile() noexcept;
     void WriteHeader() noexcept;
-    void CheckSize();
     void Rotate();
     bool IsFull() const noexcept;
     bool LetOthersClose() noexcept;
     RotationPlan PlanCopies(const LogNameParts& parts) const;
     int BuildPrefix(const Place& place) noexcept;
     bool WritesToFile() const noexcept;
+    void WriteOut(const char* text) noexcept;
 
     bool disabled_ = false;
     bool reopenPending_ = true;
@@ -87,5 +88,7 @@ private:
     char name_[256] = {};
     uint32_t outputMode_ = 1;
     std::unique_ptr<char[]> lineBuffer_;
-    std::optional<ProcessLock> turn_; // made with the log's path
+    std::optional<ProcessLock> processLock_; // made with the log's path
+    std::string postponed_;                  // lines that found the lock taken and are not in the file yet
+    uint32_t tries_ = 0;                     // to take the lock since it was owned last, that one included
 };

@@ -1,112 +1,60 @@
 #include "support/ProcessLock.h"
 
-#include <atomic>
+#include <sddl.h>
+
+#include <cstdint>
 #include <cwchar>
-#include <iterator>
 
 namespace {
 
-constexpr unsigned kRoundsBeforeSleep = 100; // a line takes some ten microseconds
-constexpr unsigned kRoundsPerLook = 16;      // of a millisecond each, until the owner is looked at again
-constexpr ULONGLONG kOneOwnerLimit = 1'000;  // ms that one line or one rotation may take
-constexpr ULONGLONG kWholeLimit = 3'000;     // ms; nobody is kept out for so long unless the word is tampered with
+constexpr DWORD kPatience = 100; // ms; a line takes some ten microseconds, a rotation some ten milliseconds
+constexpr DWORD kAccess = SYNCHRONIZE | MUTEX_MODIFY_STATE;
 
-// The name of a kernel object must not hold separators, so a hash of the path stands for it (FNV-1a).
-uint64_t HashOf(const char* text) noexcept {
-    uint64_t hash = 0xCBF29CE484222325;
-    for (; *text != '\0'; ++text) {
-        hash = (hash ^ static_cast<unsigned char>(*text)) * 0x100000001B3;
-    }
-    return hash;
-}
+// An elevated regsvr32 may make the mutex before Outlook does, and its own default lets nobody in who is not elevated.
+// This one grants the interactive users kAccess. The label keeps processes below medium integrity out.
+constexpr wchar_t kSecurity[] = L"D:(A;;0x100001;;;IU)S:(ML;;NWNRNX;;;ME)";
 
-DWORD OwnerOf(uint64_t word) noexcept {
-    return static_cast<DWORD>(word);
-}
-
-bool HasEnded(DWORD process) noexcept {
-    const UniqueHandle handle(::OpenProcess(SYNCHRONIZE, FALSE, process));
-    if (!handle) {
-        return ::GetLastError() == ERROR_INVALID_PARAMETER; // else it is there, but not ours to look at
-    }
-    return ::WaitForSingleObject(handle.Get(), 0) == WAIT_OBJECT_0;
-}
+struct LocalTraits {
+    using Value = void*;
+    static Value Empty() noexcept { return nullptr; }
+    static void Close(Value memory) noexcept { ::LocalFree(memory); }
+};
 
 } // namespace
 
+// The name of a kernel object must not hold separators, so a hash of the path stands for it (FNV-1a).
+std::array<wchar_t, 48> ProcessLock::NameOf(const char* path) noexcept {
+    uint64_t hash = 0xCBF29CE484222325;
+    for (; *path != '\0'; ++path) {
+        hash = (hash ^ static_cast<unsigned char>(*path)) * 0x100000001B3;
+    }
+    std::array<wchar_t, 48> name{};
+    std::swprintf(name.data(), name.size(), L"Local\\NembraLog-%016llx", static_cast<unsigned long long>(hash));
+    return name;
+}
+
 ProcessLock::ProcessLock(const char* path) noexcept {
-    wchar_t name[64];
-    _snwprintf(name, std::size(name), L"Local\\NembraLog-%016I64x", static_cast<unsigned long long>(HashOf(path)));
-    mapping_.Reset(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(uint64_t), name));
-    word_ = mapping_ ? static_cast<uint64_t*>(::MapViewOfFile(mapping_.Get(), FILE_MAP_WRITE, 0, 0, sizeof(uint64_t)))
-                     : nullptr;
-    // Whoever made it first may only have reserved it, and the first look would be a crash.
-    MEMORY_BASIC_INFORMATION memory{};
-    if (word_ != nullptr && (::VirtualQuery(word_, &memory, sizeof(memory)) == 0 || memory.State != MEM_COMMIT)) {
-        ::UnmapViewOfFile(word_);
-        word_ = nullptr;
+    SECURITY_ATTRIBUTES attributes = {sizeof(attributes), nullptr, FALSE};
+    const BOOL readable = ::ConvertStringSecurityDescriptorToSecurityDescriptorW(
+        kSecurity, SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr);
+    const UniqueResource<LocalTraits> descriptor(attributes.lpSecurityDescriptor);
+    if (readable) {
+        mutex_.Reset(::CreateMutexExW(&attributes, NameOf(path).data(), 0, kAccess));
     }
 }
 
-ProcessLock::~ProcessLock() {
-    if (word_ != nullptr) {
-        ::UnmapViewOfFile(word_);
+bool ProcessLock::Lock(bool mayWait) noexcept {
+    if (!mutex_) {
+        return true;
     }
-}
-
-// A word of this process is one that a killed thread left behind: the caller is alone in the process.
-bool ProcessLock::TryTake(uint64_t seen) noexcept {
-    const uint64_t wanted = (((seen >> 32) + 1) << 32) | ::GetCurrentProcessId();
-    if (!std::atomic_ref(*word_).compare_exchange_strong(seen, wanted)) {
-        return false;
-    }
-    mine_ = wanted;
-    return true;
-}
-
-void ProcessLock::Lock() noexcept {
-    if (word_ == nullptr) {
-        return;
-    }
-    const uint64_t seen = std::atomic_ref(*word_).load();
-    const bool free = OwnerOf(seen) == 0 || OwnerOf(seen) == ::GetCurrentProcessId();
-    if (!free || !TryTake(seen)) {
-        Wait();
-    }
-}
-
-void ProcessLock::Wait() noexcept {
-    const ULONGLONG begin = ::GetTickCount64();
-    ULONGLONG sameSince = begin;
-    uint64_t last = 0;
-    for (unsigned round = 0; ::GetTickCount64() - begin < kWholeLimit; ++round) {
-        const uint64_t seen = std::atomic_ref(*word_).load();
-        if (seen != last) {
-            last = seen;
-            sameSince = ::GetTickCount64();
-        }
-        const DWORD owner = OwnerOf(seen);
-        const bool look = round > kRoundsBeforeSleep && round % kRoundsPerLook == 0;
-        const bool takeable = owner == 0 || owner == ::GetCurrentProcessId() ||
-                              ::GetTickCount64() - sameSince >= kOneOwnerLimit || (look && HasEnded(owner));
-        if (takeable && TryTake(seen)) {
-            return;
-        }
-        round < kRoundsBeforeSleep ? static_cast<void>(::SwitchToThread()) : ::Sleep(1);
-    }
-    ::UnmapViewOfFile(word_); // From here on without: a mixed line is better than a host that stands still.
-    word_ = nullptr;
-}
-
-void ProcessLock::Renew() noexcept {
-    if (word_ != nullptr && std::atomic_ref(*word_).load() == mine_) {
-        TryTake(mine_);
-    }
+    const DWORD result = ::WaitForSingleObject(mutex_.Get(), mayWait ? kPatience : 0);
+    owned_ = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
+    return result != WAIT_TIMEOUT; // A wait that fails excludes nobody either.
 }
 
 void ProcessLock::Unlock() noexcept {
-    if (word_ != nullptr) {
-        uint64_t mine = mine_; // another process may have taken it meanwhile; then it stays theirs
-        std::atomic_ref(*word_).compare_exchange_strong(mine, mine & ~uint64_t{UINT32_MAX});
+    if (owned_) {
+        owned_ = false;
+        ::ReleaseMutex(mutex_.Get());
     }
 }

@@ -4,45 +4,42 @@
 
 #include <windows.h>
 
-#include <cstdint>
+#include <array>
 
-/// Keeps the processes of a session that write into the same file apart. It is a word of shared memory: a kernel object
-/// would cost each log line more than the line itself. Nobody waits for it for good: it is taken from an owner that
-/// ended with it, or that holds it for a second because it is stopped.
-/// Threads of one process are not kept apart: the caller holds a lock of its own. Not recursive.
+/// Serialises the processes of a session that write to the same file: a named mutex. An owner that exits inside it
+/// releases it. A lock that cannot be made or opened, because another object has its name for instance, excludes
+/// nobody. Belongs to the thread that took it. The caller serialises the threads of its process. Not recursive.
 class ProcessLock {
 public:
+    /// The name of the mutex for a path, which is the same text in each process.
+    static std::array<wchar_t, 48> NameOf(const char* path) noexcept;
+
     ProcessLock() noexcept = default;
-    /// @param path of the file, the same text in each process. A lock that cannot be made keeps nobody apart.
     explicit ProcessLock(const char* path) noexcept;
-    ~ProcessLock();
 
-    ProcessLock(const ProcessLock&) = delete;
-    ProcessLock& operator=(const ProcessLock&) = delete;
-
-    void Lock() noexcept;
+    /// @param mayWait allows a wait of up to 100 ms.
+    /// @return false when another process owns the lock.
+    bool Lock(bool mayWait) noexcept;
+    /// Does nothing when `Lock` has failed.
     void Unlock() noexcept;
-    /// The owner of the turn says that it is still at work: the time that it has begins anew.
-    void Renew() noexcept;
 
 private:
-    bool TryTake(uint64_t seen) noexcept;
-    void Wait() noexcept;
-
-    UniqueHandle mapping_;
-    uint64_t* word_ = nullptr; // low half: the owner's process id, 0 when free; high half: counts the owners
-    uint64_t mine_ = 0;        // the word while this process owns it
+    UniqueHandle mutex_;
+    bool owned_ = false;
 };
 
-/// Holds the lock for the length of a scope.
-class ProcessTurn {
+/// Takes the lock, or tries to, for the length of a scope.
+class ProcessLockScope {
 public:
-    explicit ProcessTurn(ProcessLock& lock) noexcept : lock_(lock) { lock_.Lock(); }
-    ~ProcessTurn() { lock_.Unlock(); }
+    ProcessLockScope(ProcessLock& lock, bool mayWait) noexcept : lock_(lock), owned_(lock.Lock(mayWait)) {}
+    ~ProcessLockScope() { lock_.Unlock(); }
 
-    ProcessTurn(const ProcessTurn&) = delete;
-    ProcessTurn& operator=(const ProcessTurn&) = delete;
+    ProcessLockScope(const ProcessLockScope&) = delete;
+    ProcessLockScope& operator=(const ProcessLockScope&) = delete;
+
+    bool Owned() const noexcept { return owned_; }
 
 private:
     ProcessLock& lock_;
+    bool owned_;
 };

@@ -2,6 +2,7 @@
 #include "workbench/faults/Hooks.h"
 
 #include <windows.h>
+#include <sddl.h>
 
 #define FAULT_HOOK(function) MakeHook<#function, decltype(::function)>
 
@@ -26,10 +27,9 @@ std::vector<HookInfo*> ThreadHooks() {
         FAULT_HOOK(CreateThread)(kThreads, NoneWith(ERROR_NOT_ENOUGH_MEMORY)),
         FAULT_HOOK(CreateEventA)(kThreads, NoneWith(ERROR_NO_SYSTEM_RESOURCES)),
         FAULT_HOOK(CreateEventW)(kThreads, NoneWith(ERROR_NO_SYSTEM_RESOURCES)),
-        FAULT_HOOK(CreateFileMappingW)(kThreads, NoneWith(ERROR_NO_SYSTEM_RESOURCES)),
-        FAULT_HOOK(MapViewOfFile)(kThreads, NoneWith(ERROR_NOT_ENOUGH_MEMORY), {.opens = "views"}),
-        FAULT_HOOK(UnmapViewOfFile)(kThreads, NoneWith(ERROR_INVALID_ADDRESS),
-                                    {.failsAfterwards = true, .closes = "views"}),
+        FAULT_HOOK(CreateMutexExW)(kThreads, NoneWith(ERROR_NO_SYSTEM_RESOURCES)),
+        FAULT_HOOK(ReleaseMutex)(kThreads, NoneWith(ERROR_NOT_OWNER), {.failsAfterwards = true}),
+        FAULT_HOOK(ConvertStringSecurityDescriptorToSecurityDescriptorW)(kThreads, NoneWith(ERROR_NOT_ENOUGH_MEMORY)),
         FAULT_HOOK(CreateSemaphoreA)(kThreads, NoneWith(ERROR_NO_SYSTEM_RESOURCES)),
         FAULT_HOOK(ReleaseSemaphore)(kThreads, NoneWith(ERROR_TOO_MANY_POSTS)),
         FAULT_HOOK(SetEvent)(kThreads, NoneWith(ERROR_INVALID_HANDLE), {.failsAfterwards = true}),
