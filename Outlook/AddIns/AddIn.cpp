@@ -59,16 +59,16 @@ HRESULT AddIn::LoadTypeLibrary(ITypeLibPtr& library) {
     if (SUCCEEDED(status)) {
         return status;
     }
-    wchar_t module[MAX_PATH] = {};
-    ::GetModuleFileNameW(ModuleState::module, module, MAX_PATH);
-    const std::wstring resource = std::wstring(module) + L"\\" + std::to_wstring(IDR_TYPELIB);
+    std::wstring module;
+    ModuleState::GetPath(module); // Without it the next call fails.
+    const std::wstring resource = module + L"\\" + std::to_wstring(IDR_TYPELIB);
     status = ::LoadTypeLib(resource.c_str(), &library);
     if (FAILED(status)) {
         LogLine(kSource, L"AddIn::Init").Error() << L"LoadTypelib faile: " << status;
         return status;
     }
     // Its failure is harmless: the library is loaded, and the next start tries again.
-    ::RegisterTypeLib(library, module, nullptr);
+    ::RegisterTypeLib(library, module.data(), nullptr);
     return status;
 }
 

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <string>
 
 /// What the whole module shares. The handle is set once, at process attach.
 namespace ModuleState {
@@ -22,5 +23,8 @@ struct LiveObject {
 inline bool CanUnload() noexcept {
     return liveObjects == 0 && serverLocks == 0;
 }
+
+/// The module's own path, of any length. Empty on failure.
+HRESULT GetPath(std::wstring& path);
 
 } // namespace ModuleState

@@ -15,7 +15,6 @@ constexpr const wchar_t* kProgId = L"NembraMeeting.OutlookAddin";
 constexpr const wchar_t* kVersionedProgId = L"NembraMeeting.OutlookAddin.1";
 constexpr const wchar_t* kAddInsKey = L"SOFTWARE\\Microsoft\\Office\\Outlook\\Addins";
 constexpr DWORD kLoadAtStart = 3; // load at start-up, loaded
-constexpr DWORD kLongestPath = 32768;
 
 struct TextValue {
     const wchar_t* subKey; // null: the key itself
@@ -41,21 +40,6 @@ HRESULT WriteClassesKey(const std::wstring& path, std::initializer_list<TextValu
         result = SetText(key.Get(), value);
     }
     return HRESULT_FROM_WIN32(result);
-}
-
-HRESULT GetModulePath(std::wstring& path) {
-    path.resize(MAX_PATH);
-    for (;;) {
-        const DWORD length = ::GetModuleFileNameW(ModuleState::module, path.data(), static_cast<DWORD>(path.size()));
-        if (length == 0) {
-            return HRESULT_FROM_WIN32(::GetLastError());
-        }
-        if (length < path.size() || path.size() >= kLongestPath) {
-            path.resize(length);
-            return S_OK;
-        }
-        path.resize(path.size() * 2); // It was cut.
-    }
 }
 
 /// The status of a deletion's result; a key that was not there counts as deleted.
@@ -96,7 +80,7 @@ HRESULT Registrar::RegisterAll() const {
 
 HRESULT Registrar::RegisterClass() const {
     std::wstring module;
-    const HRESULT status = GetModulePath(module);
+    const HRESULT status = ModuleState::GetPath(module);
     if (FAILED(status)) {
         return status;
     }
