@@ -64,16 +64,6 @@ int FormatBounded(char* text, size_t size, const char* format, ...) noexcept {
 }
 
 int FormatBoundedV(char* text, size_t size, const char* format, va_list arguments) noexcept {
-    if (std::strcmp(format, "%s") == 0) {
-        // What the add-in's own lines use. The runtime would look at each character twice.
-        va_list again;
-        va_copy(again, arguments);
-        const char* const message = va_arg(again, const char*);
-        va_end(again);
-        if (message != nullptr) {
-            return (BoundedText(text, size) << message).Finish();
-        }
-    }
     const int length = std::vsnprintf(text, size, format, arguments);
     return length >= 0 && static_cast<size_t>(length) < size ? length : -1;
 }
