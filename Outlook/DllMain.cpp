@@ -3,6 +3,7 @@
 #include "Outlook/AddIns/ModuleState.h"
 #include "Outlook/AddIns/Registrar.h"
 #include "resources/Connect.h"
+#include "support/AddinLog.h"
 #include "support/LogLine.h"
 
 #include <windows.h>
@@ -14,7 +15,7 @@ namespace {
 constexpr const wchar_t* kSource = L"DllMain";
 
 bool HasMemory() noexcept {
-    void* volatile probe = std::malloc(1); // else a compiler may leave both calls out
+    void* volatile probe = std::malloc(1); // volatile, or a compiler may leave both calls out
     std::free(probe);
     return probe != nullptr;
 }
@@ -23,7 +24,7 @@ bool HasMemory() noexcept {
 void OnProcessAttach(HMODULE module) noexcept {
     ModuleState::module = module;
     if (!HasMemory()) {
-        return; // no log either: without memory at this point the runtime may be unable to raise an exception
+        return; // No log either: the runtime has no memory in reserve for an exception, and raising one would abort.
     }
     OpenAddinLog();
     LogLine(kSource, L"DllMain").Info() << L"Built at " << __DATE__ << L" " << __TIME__;

@@ -1,7 +1,6 @@
 #include "support/AddinLog.h"
 
 #include "support/LoggerRegistry.h"
-#include "support/LogLine.h"
 #include "support/LogOne.h"
 #include "support/Text.h"
 #include "support/UniqueResource.h"
@@ -17,6 +16,7 @@ namespace {
 
 constexpr wchar_t kLogFile[] = L"NembraMeeting\\log\\outlookaddin.txt";
 constexpr int32_t kMaxSizeKB = 1048576; // 1 GiB
+static_assert(kMaxSizeKB <= kLargestLogKB);
 constexpr int32_t kBackupCount = 2;
 // Deliberate: debug lines are dropped, and with them the channel's own log, which has lines for each window message and
 // each segment and would push everything else out of the file.

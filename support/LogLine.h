@@ -69,13 +69,3 @@ private:
     LogLevel level_ = LogLevel::Info;
     bool dropped_ = false;
 };
-
-/// Opens the add-in's log, "NembraMeeting\log\outlookaddin.txt" under the user's roaming application data.
-/// Does nothing when it is open. The file itself is opened by the first line. Called by `DllMain` under the loader
-/// lock, like the first line: neither waits for another process, see `LogOneImpl`.
-void OpenAddinLog() noexcept;
-
-/// Closes the add-in's log; later lines are dropped until it is opened again. Waits for nothing: a log that another
-/// thread is inside of stays open until the module goes. When the process ends, that thread has been killed, and all
-/// its finished lines are in the file.
-void CloseAddinLog() noexcept;

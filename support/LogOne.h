@@ -31,8 +31,8 @@ public:
     virtual void Disable() noexcept = 0;
     virtual void Enable() noexcept = 0;
 
-    /// @param kibibytes size at which the file is rotated before the next line. Deliberate: no overflow check, the
-    ///   limit is a signed 32-bit number of bytes and the callers' values are constants.
+    /// @param kibibytes size at which the file is rotated before the next line. Deliberate: no overflow check, since
+    ///   the callers' values are constants. They check them against `kLargestLogKB`.
     virtual void SetMaxSizeKB(uint32_t kibibytes) noexcept = 0;
     /// @param count rotated copies to keep; ignored when not positive.
     virtual void SetBackupCount(int32_t count) noexcept = 0;
@@ -42,6 +42,9 @@ public:
     /// @param bits bit 0 writes to the file, bit 1 builds lines also when no file is open.
     virtual void SetOutputMode(uint32_t bits) noexcept = 0;
 };
+
+/// Largest size limit. It is kept as a signed 32-bit number of bytes, which 2 GiB would make negative.
+inline constexpr int32_t kLargestLogKB = INT32_MAX >> 10;
 
 struct LogOneConfig {
     const char* path;    // UTF-8
