@@ -74,9 +74,10 @@ end_wine() {
 # run_wine LIMIT OUTPUT PROGRAM [ARGUMENT...]: runs a Windows program within LIMIT seconds. All scripts start Wine here.
 # Both streams are appended to the file OUTPUT; it is never a pipe, because Wine's lingering services would hold it open.
 #
-# Without randomised addresses, Wine starts a process reliably. Some containers do not allow that; Wine then sometimes
-# ends before the program begins. A program that fails without any output is therefore started again, twice at most.
-# Each repeated start adds a line to the file that NEMBRA_REPEATED_STARTS names.
+# With randomised addresses, Wine sometimes ends before the program begins, and some containers do not let a script switch
+# them off. Wine also ends so, with a message of its own, when its server for the prefix is just shutting down. A program
+# that fails without any output is therefore started again, twice at most. Each repeated start adds a line to the file
+# that NEMBRA_REPEATED_STARTS names.
 run_wine() {
     local limit=$1 output=$2 fixed_addresses=() repeats=${NEMBRA_REPEATED_STARTS:-} status size attempt
     shift 2
@@ -92,7 +93,9 @@ run_wine() {
             echo "${0##*/}: ended after $limit seconds" >&2
             break
         fi
-        [ $status -ne 0 ] && [ "$(stat -c %s "$output")" -eq "$size" ] || break
+        if [ $status -eq 0 ] || tail -c "+$((size + 1))" "$output" | grep -v '^wine client error:' >/dev/null; then
+            break
+        fi
         echo "${0##*/}: ended with status $status before the first line of output (attempt $attempt of 3)" >&2
         [ $attempt -eq 3 ] || printf '%s\n' "$*" >>"${repeats:-/dev/null}"
     done
