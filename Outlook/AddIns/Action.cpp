@@ -1,9 +1,10 @@
 #include "Outlook/AddIns/AddIn.h"
 
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/Appointments.h"
+#include "Outlook/AddIns/Dialogs.h"
+#include "Outlook/AddIns/LogValues.h"
 #include "Outlook/AddIns/OwnerWindow.h"
 #include "Outlook/Business/Meeting.h"
-#include "resources/resource.h"
 #include "support/LogLine.h"
 #include "support/WindowCentre.h"
 
@@ -20,7 +21,7 @@ void PutCentre(HWND window, ActionData& action) {
 }
 
 /// @return false for an action that does not apply to the appointment.
-bool FillAction(ActionType type, const MeetingInfo& info, ActionData& action) {
+bool FillCommand(ActionType type, const MeetingInfo& info, ActionData& action) {
     switch (type) {
     case ActionType::LaunchClient:
     case ActionType::Reserved:
@@ -68,7 +69,7 @@ HRESULT AddIn::ActionTask(ActionType type, Outlook::_AppointmentItemPtr item) {
         info.reschedule = 1; // Deliberate: part of the snapshot although no reader is left.
         info.confOutlookId.clear();
     }
-    if (!FillAction(type, info, action)) {
+    if (!FillCommand(type, info, action)) {
         return E_NOTIMPL;
     }
     if (eventHandler_ == nullptr) {
@@ -77,7 +78,7 @@ HRESULT AddIn::ActionTask(ActionType type, Outlook::_AppointmentItemPtr item) {
     const HRESULT result = eventHandler_->OnAction(action);
     LogLine(kSource, L"AddIn::ActionTask").Info() << L"action result: 0x" << Hex(result);
     if (result == Meeting::kClientStarting) {
-        ShowDialog(IDD_LOGIN_ZH, IDD_LOGIN_EN, owner);
+        ShowDialog(kLoginDialog, LanguageOf(languageId_), owner);
     }
     return result;
 }

@@ -1,8 +1,7 @@
 #include "Outlook/AddIns/AddIn.h"
 
 #include "Outlook/AddIns/ComGuard.h"
-#include "Outlook/AddIns/EventSinks.h"
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/LogValues.h"
 #include "Outlook/AddIns/ModuleState.h"
 #include "Outlook/Business/Meeting.h"
 #include "resources/resource.h"
@@ -27,34 +26,7 @@ void Follow(IEventSinkPtr& sink, AddIn* handler, IUnknown* collection) {
     }
 }
 
-} // namespace
-
-AddIn::AddIn() : gate_(std::make_shared<NotifyGate>(this)) {}
-
-AddIn::~AddIn() {
-    gate_->Close();
-    // Everything that could reach this object falls silent before the host is called: a sink that lets go of its window
-    // can bring an event or a waiting task, and neither must take and release references on an add-in that is ending.
-    MuteSink(explorersSink_);
-    MuteSink(inspectorsSink_);
-    sinks_.Mute();
-    DestroyMessageWindow();
-    sinks_.Clear();
-    DisconnectSink(explorersSink_);
-    DisconnectSink(inspectorsSink_);
-    StopGdiplus();
-}
-
-HRESULT AddIn::Init() {
-    if (typeInfo_) {
-        return S_OK;
-    }
-    ITypeLibPtr library;
-    const HRESULT status = LoadTypeLibrary(library);
-    return FAILED(status) ? status : library->GetTypeInfoOfGuid(IID_IConnect, &typeInfo_);
-}
-
-HRESULT AddIn::LoadTypeLibrary(ITypeLibPtr& library) {
+HRESULT LoadTypeLibrary(ITypeLibPtr& library) {
     HRESULT status = ::LoadRegTypeLib(LIBID_NBMOutlookAddin, 1, 0, 0, &library);
     if (SUCCEEDED(status)) {
         return status;
@@ -70,6 +42,51 @@ HRESULT AddIn::LoadTypeLibrary(ITypeLibPtr& library) {
     // Its failure is harmless: the library is loaded, and the next start tries again.
     ::RegisterTypeLib(library, module.data(), nullptr);
     return status;
+}
+
+bool IsHostSupported(Outlook::_Application* application) {
+    _bstr_t version;
+    Outlook::GetVersion(application, version); // An unreadable version counts as too old.
+    const wchar_t* text = version;
+    return text != nullptr && std::wcstol(text, nullptr, 10) >= kOldestHostVersion;
+}
+
+/// The host's user-interface language; Chinese when the host cannot tell.
+DWORD ReadLanguage(Outlook::_Application* application) {
+    Outlook::LanguageSettingsPtr settings;
+    long language = 0;
+    const bool isKnown = SUCCEEDED(Outlook::GetLanguageSettings(application, settings)) && settings &&
+                         SUCCEEDED(Outlook::GetLanguageID(settings, Outlook::msoLanguageIDUI, language));
+    return isKnown ? static_cast<DWORD>(language) : kSimplifiedChinese;
+}
+
+} // namespace
+
+AddIn::AddIn()
+    : gate_(std::make_shared<NotifyGate>([this](const NotifyData& data) { return NotifyCallback(data); })),
+      taskWindow_(*gate_) {}
+
+AddIn::~AddIn() {
+    gate_->Close();
+    // Everything that could reach this object falls silent before the host is called: a sink that lets go of its window
+    // can bring an event or a waiting task, and neither must take and release references on an add-in that is ending.
+    MuteSink(explorersSink_);
+    MuteSink(inspectorsSink_);
+    sinks_.Mute();
+    taskWindow_.Destroy();
+    sinks_.Clear();
+    DisconnectSink(explorersSink_);
+    DisconnectSink(inspectorsSink_);
+    StopGdiplus(gdiplusToken_);
+}
+
+HRESULT AddIn::Init() {
+    if (typeInfo_) {
+        return S_OK;
+    }
+    ITypeLibPtr library;
+    const HRESULT status = LoadTypeLibrary(library);
+    return FAILED(status) ? status : library->GetTypeInfoOfGuid(IID_IConnect, &typeInfo_);
 }
 
 HRESULT AddIn::QueryInterface(REFIID riid, void** ppv) noexcept {
@@ -182,7 +199,7 @@ HRESULT AddIn::Connect(IDispatch* application) {
     if (!explorer) {
         return status;
     }
-    if (!IsHostSupported()) {
+    if (!IsHostSupported(application_)) {
         return CO_E_NOT_SUPPORTED;
     }
     OnNewExplorer(explorer);
@@ -194,13 +211,15 @@ HRESULT AddIn::Connect(IDispatch* application) {
     if (FAILED(status)) {
         return status;
     }
-    ReadLanguage();
+    languageId_ = ReadLanguage(application_);
     status = StartMeetingLink();
     if (FAILED(status)) {
         return status;
     }
-    StartGdiplus();
-    CreateMessageWindow();
+    if (gdiplusToken_ == 0) {
+        gdiplusToken_ = StartGdiplus(gdiplusInput_);
+    }
+    taskWindow_.Create(static_cast<IConnect*>(this));
     return status;
 }
 
@@ -218,13 +237,6 @@ HRESULT AddIn::FindActiveExplorer(Outlook::_ExplorerPtr& explorer) {
         LogLine(kSource, L"AddIn::OnConnection").Error() << L"Query _Explorer interface fail.";
     }
     return status;
-}
-
-bool AddIn::IsHostSupported() {
-    _bstr_t version;
-    Outlook::GetVersion(application_, version); // An unreadable version counts as too old.
-    const wchar_t* text = version;
-    return text != nullptr && std::wcstol(text, nullptr, 10) >= kOldestHostVersion;
 }
 
 HRESULT AddIn::FollowExplorers() {
@@ -249,18 +261,6 @@ HRESULT AddIn::FollowInspectors() {
     return status;
 }
 
-void AddIn::ReadLanguage() {
-    languageId_ = kChinese;
-    Outlook::LanguageSettingsPtr settings;
-    if (FAILED(Outlook::GetLanguageSettings(application_, settings)) || !settings) {
-        return;
-    }
-    long language = 0;
-    if (SUCCEEDED(Outlook::GetLanguageID(settings, Outlook::msoLanguageIDUI, language))) {
-        languageId_ = static_cast<DWORD>(language);
-    }
-}
-
 HRESULT AddIn::StartMeetingLink() {
     Meeting& meeting = Meeting::GetInstance();
     HRESULT status = E_OUTOFMEMORY;
@@ -276,24 +276,12 @@ HRESULT AddIn::StartMeetingLink() {
     return status;
 }
 
-void AddIn::StartGdiplus() {
-    if (gdiplusToken_ == 0 && Gdiplus::GdiplusStartup(&gdiplusToken_, &gdiplusInput_, nullptr) != Gdiplus::Ok) {
-        gdiplusToken_ = 0;
-    }
-}
-
-void AddIn::StopGdiplus() {
-    if (gdiplusToken_ != 0) {
-        Gdiplus::GdiplusShutdown(std::exchange(gdiplusToken_, 0));
-    }
-}
-
 HRESULT AddIn::OnDisconnection(ext_DisconnectMode /*removeMode*/, SAFEARRAY** /*custom*/) noexcept {
     return GuardComCall(kSource, L"AddIn::OnDisconnection", [this] {
         DisconnectSink(explorersSink_);
         DisconnectSink(inspectorsSink_);
-        DestroyMessageWindow();
-        StopGdiplus();
+        taskWindow_.Destroy();
+        StopGdiplus(gdiplusToken_);
         return S_OK;
     });
 }

@@ -1,31 +1,18 @@
 #pragma once
 
-#include "Outlook/AddIns/MeetingInfo.h"
+#include "Outlook/AddIns/GdiplusSession.h"
+#include "Outlook/AddIns/Language.h"
 #include "Outlook/AddIns/ModuleState.h"
 #include "Outlook/AddIns/NotifyGate.h"
 #include "Outlook/AddIns/OfficeInterfaces.h"
 #include "Outlook/AddIns/SinkTables.h"
+#include "Outlook/AddIns/TaskWindow.h"
 #include "Outlook/Business/AddinEventHandler.h"
 #include "Outlook/ObjectModel/ObjectModel.h"
 #include "resources/Connect.h"
 
-// gdiplus.h wants the old min and max.
-#include <algorithm>
-namespace Gdiplus {
-using std::max;
-using std::min;
-} // namespace Gdiplus
-#include <objidl.h>
-#include <gdiplus.h>
-
-#include <json/value.h>
-
 #include <atomic>
-#include <functional>
 #include <memory>
-#include <utility>
-
-class OwnerWindow;
 
 /// The COM object that Outlook creates: connection to the host, ribbon, appointments and the client's notifications.
 /// Every member is for the host's user-interface thread, but for the reference count and `NotifyCallback`.
@@ -86,78 +73,40 @@ public:
     bool OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item);
     bool OnAppointmentItemDelete(Outlook::_AppointmentItemPtr item);
 
-    /// Runs a task later on the user-interface thread. It is lost when the notification window is gone.
-    void PostTask(std::function<void()> task);
-
 private:
     ~AddIn();
 
     // Connection (AddIn.cpp)
-    HRESULT LoadTypeLibrary(ITypeLibPtr& library);
     HRESULT Connect(IDispatch* application);
     HRESULT TakeApplication(IDispatch* application);
     HRESULT FindActiveExplorer(Outlook::_ExplorerPtr& explorer);
-    bool IsHostSupported();
     HRESULT FollowExplorers();
     HRESULT FollowInspectors();
-    void ReadLanguage();
     HRESULT StartMeetingLink();
-    void StartGdiplus();
-    void StopGdiplus();
 
-    // Item life (ItemLife.cpp)
-    bool IsClientConnected();
-    void SettleNewItem(const Outlook::_AppointmentItemPtr& item);
-
-    // Ribbon (Ribbon.cpp, RibbonImage.cpp)
-    HRESULT CustomUI(BSTR ribbonId, BSTR& xml);
-    HRSRC GetRscByRibbonID(const std::wstring& ribbonId);
-    std::wstring GetControlId(IDispatch* control);
-    HRESULT GetInspectorForRibbon(IDispatch* control, Outlook::_InspectorPtr& inspector);
-    bool GetAppointItemForRibbon(IDispatch* control, Outlook::_InspectorPtr& inspector,
-                                 Outlook::_AppointmentItemPtr& item);
+    // Ribbon callbacks (Ribbon.cpp)
     HRESULT Label(IDispatch* control, BSTR& label);
-    HRESULT Visible(IDispatch* control, VARIANT_BOOL& visible);
-    HRESULT Enabled(IDispatch* control, VARIANT_BOOL& enable);
-    HRESULT Act(IDispatch* control);
-    HRESULT LoadRibbonImage(const wchar_t* imageName, IPictureDisp** image);
+    HRESULT PressControl(IDispatch* control);
 
-    // Appointments (Appointments.cpp)
-    bool GetAppointmentItemComment(Outlook::_AppointmentItem* item, Json::Value& json);
-    void SetAppointmentItemComment(Outlook::_AppointmentItem* item, const Json::Value& json);
-    void SetAppointmentItemFlag(Outlook::_AppointmentItem* item, const char* key, bool value);
-    void SetAppointmentItemString(Outlook::_AppointmentItem* item, const char* key, const std::wstring& text);
-    bool IsNewItem(Outlook::_AppointmentItem* item);
-    bool GetMeetingInfo(Outlook::_AppointmentItem* item, MeetingInfo& info);
-    HRESULT GetAppointItemForInspector(Outlook::_Inspector* inspector, Outlook::_AppointmentItemPtr& item);
-    HRESULT GetAppointItemFromEntryId(const std::wstring& entryId, Outlook::_AppointmentItemPtr& item);
-    HRESULT CreateMeetingItem(Outlook::_AppointmentItemPtr& item);
-    void PutMeeting(Outlook::_AppointmentItem* item, const NotifyData& data);
-
-    // Notifications and dialogs (Notify.cpp)
-    void CreateMessageWindow();
-    void DestroyMessageWindow();
-    void LoseMessageWindow(HWND window) noexcept;
-    static LRESULT CALLBACK MessageWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
-    static INT_PTR CALLBACK DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
-    INT_PTR ShowDialog(int chineseId, int englishId, const OwnerWindow& owner);
+    // Notifications (Notify.cpp)
     void NotifyProc(const NotifyData& data);
     void OnMeetingScheduled(const NotifyData& data);
     void OnMeetingModified(const NotifyData& data);
     void OnMeetingCancelled(const NotifyData& data);
     void OnMeetingChanged(const NotifyData& data);
 
-    bool IsChinese() const noexcept { return languageId_ == kChinese; }
-
-    static constexpr DWORD kChinese = 2052; // Simplified Chinese; every other language gets the English texts
+    // Item life (ItemLife.cpp)
+    bool IsClientConnected();
+    void SettleNewItem(const Outlook::_AppointmentItemPtr& item);
 
     ModuleState::LiveObject alive_; // first: the module must stay while the others are released
     Outlook::_ApplicationPtr application_;
     Outlook::IRibbonUIPtr ribbonUI_;
-    std::atomic<HWND> messageWindow_{nullptr}; // read by the channel's thread
+    std::shared_ptr<NotifyGate> gate_; // the meeting link's way to this object; outlives it
+    TaskWindow taskWindow_;
     ULONG_PTR gdiplusToken_ = 0;
     Gdiplus::GdiplusStartupInput gdiplusInput_;
-    DWORD languageId_ = kChinese;             // also when the host cannot tell its language
+    DWORD languageId_ = kSimplifiedChinese;   // also when the host cannot tell its language
     Outlook::_InspectorPtr currentInspector_; // the one in which schedule or modify was pressed last
     IEventSinkPtr explorersSink_;
     IEventSinkPtr inspectorsSink_;
@@ -165,5 +114,8 @@ private:
     AddinEventHandler* eventHandler_ = nullptr; // lives as long as the module; null until connected
     std::atomic<uint32_t> refCount_{1};
     ITypeInfoPtr typeInfo_;
-    std::shared_ptr<NotifyGate> gate_; // the meeting link's way to this object; outlives it
 };
+
+/// Keeps an add-in alive while one of its handlers runs: a handler can pump messages, and the host may let go
+/// meanwhile.
+using AddInPtr = _com_ptr_t<_com_IIID<AddIn, &IID_IConnect>>;

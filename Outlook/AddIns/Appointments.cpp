@@ -1,6 +1,6 @@
-#include "Outlook/AddIns/AddIn.h"
+#include "Outlook/AddIns/Appointments.h"
 
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/LogValues.h"
 #include "Outlook/AddIns/Marker.h"
 #include "support/LogLine.h"
 #include "support/OleTime.h"
@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the whole class in the log
+constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the add-in object in the log
 
 std::wstring_view View(const _bstr_t& text) {
     return text.length() != 0 ? std::wstring_view(text, text.length()) : std::wstring_view();
@@ -26,7 +26,7 @@ _bstr_t MakeBstr(const std::wstring& text) {
 
 } // namespace
 
-bool AddIn::GetAppointmentItemComment(Outlook::_AppointmentItem* item, Json::Value& json) {
+bool GetAppointmentItemComment(Outlook::_AppointmentItem* item, Json::Value& json) {
     json = Json::Value();
     Outlook::FormDescriptionPtr form;
     if (FAILED(Outlook::GetFormDescription(item, form)) || !form) {
@@ -44,7 +44,7 @@ bool AddIn::GetAppointmentItemComment(Outlook::_AppointmentItem* item, Json::Val
     return true;
 }
 
-void AddIn::SetAppointmentItemComment(Outlook::_AppointmentItem* item, const Json::Value& json) {
+void SetAppointmentItemComment(Outlook::_AppointmentItem* item, const Json::Value& json) {
     Outlook::FormDescriptionPtr form;
     if (FAILED(Outlook::GetFormDescription(item, form)) || !form) {
         return;
@@ -52,34 +52,34 @@ void AddIn::SetAppointmentItemComment(Outlook::_AppointmentItem* item, const Jso
     Outlook::PutComment(form, MakeBstr(ToWide(Marker::Write(json))));
 }
 
-void AddIn::SetAppointmentItemFlag(Outlook::_AppointmentItem* item, const char* key, bool value) {
+void SetAppointmentItemFlag(Outlook::_AppointmentItem* item, const char* key, bool value) {
     Json::Value json;
     GetAppointmentItemComment(item, json); // A missing or unreadable comment starts a new object.
     json[key] = value;
     SetAppointmentItemComment(item, json);
 }
 
-void AddIn::SetAppointmentItemString(Outlook::_AppointmentItem* item, const char* key, const std::wstring& text) {
+void SetAppointmentItemString(Outlook::_AppointmentItem* item, const char* key, const std::wstring& text) {
     Json::Value json;
     GetAppointmentItemComment(item, json);
     json[key] = ToUtf8(text);
     SetAppointmentItemComment(item, json);
 }
 
-bool AddIn::IsNewItem(Outlook::_AppointmentItem* item) {
+bool IsNewItem(Outlook::_AppointmentItem* item) {
     Json::Value json;
     GetAppointmentItemComment(item, json);
     return Marker::IsNewItem(json, false);
 }
 
-bool AddIn::GetMeetingInfo(Outlook::_AppointmentItem* item, MeetingInfo& info) {
+IsMeeting GetMeetingInfo(Outlook::_AppointmentItem* item, MeetingInfo& info) {
     constexpr const wchar_t* kMethod = L"AddIn::GetMeetingInfo";
     MeetingInfo snapshot;
     long meetingStatus = 0;
     HRESULT status = Outlook::GetMeetingStatus(item, meetingStatus);
     if (FAILED(status)) {
         LogLine(kSource, kMethod).Error() << L"get_MeetingStatus fail: 0x" << Hex(status);
-        return false;
+        return IsMeeting::No;
     }
     LogLine(kSource, kMethod).Info() << L"get_MeetingStatus " << meetingStatus;
     snapshot.meetingStatus = meetingStatus;
@@ -96,7 +96,7 @@ bool AddIn::GetMeetingInfo(Outlook::_AppointmentItem* item, MeetingInfo& info) {
 
     DATE date = 0;
     if (FAILED(Outlook::GetStartUTC(item, date))) {
-        return false;
+        return IsMeeting::No;
     }
     snapshot.startTime = UnixSecondsFromOleDate(date);
 
@@ -109,17 +109,17 @@ bool AddIn::GetMeetingInfo(Outlook::_AppointmentItem* item, MeetingInfo& info) {
     status = Outlook::GetEndUTC(item, date);
     if (FAILED(status)) {
         LogLine(kSource, kMethod).Error() << L"get_EndUTC fail 0x" << Hex(status);
-        return false;
+        return IsMeeting::No;
     }
     snapshot.endTime = UnixSecondsFromOleDate(date);
 
     const bool hasEntryId = SUCCEEDED(Outlook::GetEntryID(item, text));
     snapshot.confOutlookId = View(text);
-    info = std::move(snapshot); // Callers use its fields whatever the answer.
-    return hasEntryId && (info.isOutlookMeeting || info.isMeetingItem);
+    info = std::move(snapshot);
+    return hasEntryId && (info.isOutlookMeeting || info.isMeetingItem) ? IsMeeting::Yes : IsMeeting::No;
 }
 
-HRESULT AddIn::GetAppointItemForInspector(Outlook::_Inspector* inspector, Outlook::_AppointmentItemPtr& item) {
+HRESULT GetAppointItemForInspector(Outlook::_Inspector* inspector, Outlook::_AppointmentItemPtr& item) {
     item = nullptr;
     IDispatchPtr current;
     const HRESULT status = Outlook::GetCurrentItem(inspector, current);
@@ -130,11 +130,28 @@ HRESULT AddIn::GetAppointItemForInspector(Outlook::_Inspector* inspector, Outloo
     return current->QueryInterface(&item);
 }
 
-HRESULT AddIn::GetAppointItemFromEntryId(const std::wstring& entryId, Outlook::_AppointmentItemPtr& item) {
+HRESULT GetAppointItemOfEvent(const wchar_t* method, Outlook::_Inspector* inspector,
+                              Outlook::_AppointmentItemPtr& item) {
+    IDispatchPtr current;
+    const HRESULT status = Outlook::GetCurrentItem(inspector, current);
+    if (FAILED(status)) {
+        LogLine(kSource, method).Warning() << L"get cureent item fail: 0x" << Hex(status);
+        return status;
+    }
+    // Deliberate: a window without an item is none of ours, and no error.
+    if (!current || FAILED(current->QueryInterface(&item))) {
+        LogLine(kSource, method).Info() << L"Not appointment item.";
+        return E_NOINTERFACE;
+    }
+    return S_OK;
+}
+
+HRESULT GetAppointItemFromEntryId(Outlook::_Application* application, const std::wstring& entryId,
+                                  Outlook::_AppointmentItemPtr& item) {
     constexpr const wchar_t* kMethod = L"AddIn::GetAppointItemFromEntryId";
     item = nullptr;
     Outlook::_NameSpacePtr session;
-    HRESULT status = Outlook::GetSession(application_, session);
+    HRESULT status = Outlook::GetSession(application, session);
     if (FAILED(status) || !session) {
         LogLine(kSource, kMethod).Error() << L"get session fail: 0x" << Hex(status);
         return status;
@@ -166,10 +183,10 @@ HRESULT AddIn::GetAppointItemFromEntryId(const std::wstring& entryId, Outlook::_
     return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
 }
 
-HRESULT AddIn::CreateMeetingItem(Outlook::_AppointmentItemPtr& item) {
+HRESULT CreateMeetingItem(Outlook::_Application* application, Outlook::_AppointmentItemPtr& item) {
     item = nullptr;
     IDispatchPtr created;
-    HRESULT status = Outlook::CreateItem(application_, Outlook::olAppointmentItem, created);
+    HRESULT status = Outlook::CreateItem(application, Outlook::olAppointmentItem, created);
     if (SUCCEEDED(status)) {
         // Deliberate: a success without an item is logged and answered like a failure.
         status = created ? created->QueryInterface(&item) : E_POINTER;
@@ -180,8 +197,7 @@ HRESULT AddIn::CreateMeetingItem(Outlook::_AppointmentItemPtr& item) {
     return status;
 }
 
-void AddIn::PutMeeting(Outlook::_AppointmentItem* item, const NotifyData& data) {
-    // A property that the host refuses leaves the others alone.
+void PutMeeting(Outlook::_AppointmentItem* item, const NotifyData& data) {
     Outlook::PutSubject(item, MakeBstr(data.subject));
     Outlook::PutLocation(item, MakeBstr(data.url));
     Outlook::PutStartUTC(item, OleDateFromUnixSeconds(data.startTime));

@@ -1,6 +1,6 @@
 #include "Outlook/AddIns/ComGuard.h"
 
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/LogValues.h"
 #include "support/LogLine.h"
 
 HRESULT ReportCaught(const wchar_t* source, const wchar_t* method, HRESULT status) noexcept {

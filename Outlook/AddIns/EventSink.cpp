@@ -1,7 +1,7 @@
-#include "Outlook/AddIns/EventSinks.h"
+#include "Outlook/AddIns/EventSink.h"
 
 #include "Outlook/AddIns/AddIn.h"
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/LogValues.h"
 #include "support/LogLine.h"
 
 #include <source_location>
@@ -47,29 +47,6 @@ void Cancel(const DISPPARAMS& arguments) noexcept {
         *cancel.pboolVal = VARIANT_TRUE;
     }
 }
-
-/// Keeps the add-in alive while it handles an event: a handler can pump messages, and the host may let go meanwhile.
-class AddInPtr {
-public:
-    explicit AddInPtr(AddIn* addIn) : addIn_(addIn) {
-        if (addIn_ != nullptr) {
-            addIn_->AddRef();
-        }
-    }
-    ~AddInPtr() {
-        if (addIn_ != nullptr) {
-            addIn_->Release();
-        }
-    }
-    AddInPtr(const AddInPtr&) = delete;
-    AddInPtr& operator=(const AddInPtr&) = delete;
-
-    AddIn* operator->() const noexcept { return addIn_; }
-    explicit operator bool() const noexcept { return addIn_ != nullptr; }
-
-private:
-    AddIn* addIn_;
-};
 
 /// A handler's answer; one that fails by an exception lets the host go on.
 template <class Handle>

@@ -41,16 +41,16 @@ inline void DisconnectSink(const IEventSinkPtr& sink) {
     }
 }
 
-/// Disconnects a sink at the end of the scope unless somebody has come to keep it: one that nobody keeps would go on
+/// Disconnects a sink at the end of the scope unless `Release` was called: a sink that no table keeps would go on
 /// bringing events to an add-in that may be gone. Null is harmless.
-class UnkeptSink {
+class DisconnectOnExit {
 public:
-    explicit UnkeptSink(const IEventSinkPtr& sink) : sink_(sink) {}
-    ~UnkeptSink() { DisconnectSink(sink_); }
-    UnkeptSink(const UnkeptSink&) = delete;
-    UnkeptSink& operator=(const UnkeptSink&) = delete;
+    explicit DisconnectOnExit(const IEventSinkPtr& sink) : sink_(sink) {}
+    ~DisconnectOnExit() { DisconnectSink(sink_); }
+    DisconnectOnExit(const DisconnectOnExit&) = delete;
+    DisconnectOnExit& operator=(const DisconnectOnExit&) = delete;
 
-    void Keep() { sink_ = nullptr; }
+    void Release() { sink_ = nullptr; }
 
 private:
     IEventSinkPtr sink_;
@@ -177,3 +177,60 @@ private:
     SourcePtr source_;
     const wchar_t* name_;
 };
+
+// The add-in's five sinks. Each is made not connected, with one reference; see `IEventSink`.
+
+class ExplorersEventsSink final : public EventSinkImpl<Outlook::ExplorersEvents, Outlook::_ExplorersPtr> {
+public:
+    ExplorersEventsSink() noexcept : EventSinkImpl(L"ExplorersEventsSink::Invoke") {}
+
+private:
+    HRESULT OnEvent(DISPID event, const DISPPARAMS& arguments) override;
+};
+
+class ExplorerEventsSink final : public EventSinkImpl<Outlook::ExplorerEvents, Outlook::_ExplorerPtr> {
+public:
+    ExplorerEventsSink() noexcept : EventSinkImpl(L"ExplorerEventsSink::Invoke") {}
+
+private:
+    HRESULT OnEvent(DISPID event, const DISPPARAMS& arguments) override;
+};
+
+class InspectorsEventsSink final : public EventSinkImpl<Outlook::InspectorsEvents, Outlook::_InspectorsPtr> {
+public:
+    InspectorsEventsSink() noexcept : EventSinkImpl(L"InspectorsEventsSink::Invoke") {}
+
+private:
+    HRESULT OnEvent(DISPID event, const DISPPARAMS& arguments) override;
+};
+
+class InspectorEventsSink final : public EventSinkImpl<Outlook::InspectorEvents, Outlook::_InspectorPtr> {
+public:
+    InspectorEventsSink() noexcept : EventSinkImpl(L"InspectorEventsSink::Invoke") {}
+
+private:
+    HRESULT OnEvent(DISPID event, const DISPPARAMS& arguments) override;
+};
+
+class ItemEventsSink final : public EventSinkImpl<Outlook::ItemEvents_10, Outlook::_AppointmentItemPtr> {
+public:
+    ItemEventsSink() noexcept : EventSinkImpl(L"ItemEventsSink::Invoke") {}
+
+private:
+    HRESULT OnEvent(DISPID event, const DISPPARAMS& arguments) override;
+    HRESULT OnWrite(const DISPPARAMS& arguments);
+    HRESULT OnSend();
+    HRESULT OnBeforeDelete(const DISPPARAMS& arguments);
+
+    int32_t savedStatus_ = 0; // the item's meeting status at its last write
+    bool writeArmed_ = true;  // false between a send and the save that the host makes while sending
+};
+
+/// Makes a sink of that kind, connects it and answers it. A source that has no such events still gives a sink.
+template <class Sink>
+IEventSinkPtr MakeSink(AddIn* handler, IUnknown* source) {
+    const IEventSinkPtr sink(static_cast<IEventSink*>(new Sink), false); // takes over the first reference
+    sink->SetHandler(handler);
+    sink->Advise(source);
+    return sink;
+}

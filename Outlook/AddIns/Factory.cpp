@@ -2,7 +2,7 @@
 
 #include "Outlook/AddIns/AddIn.h"
 #include "Outlook/AddIns/ComGuard.h"
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/LogValues.h"
 #include "Outlook/AddIns/ModuleState.h"
 #include "support/LogLine.h"
 

@@ -1,45 +1,15 @@
 #include "Outlook/AddIns/AddIn.h"
 
-#include "Outlook/AddIns/ControlIds.h"
-#include "Outlook/AddIns/EventSinks.h"
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/Appointments.h"
+#include "Outlook/AddIns/Dialogs.h"
 #include "Outlook/AddIns/Marker.h"
 #include "Outlook/AddIns/OwnerWindow.h"
-#include "resources/resource.h"
+#include "Outlook/AddIns/RibbonControls.h"
 #include "support/LogLine.h"
 
 namespace {
 
-constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the whole class in the log
-
-/// Runs its body at the end of the scope, whichever way the scope ends.
-template <class Body>
-class AtScopeEnd {
-public:
-    explicit AtScopeEnd(Body body) : body_(std::move(body)) {}
-    ~AtScopeEnd() { body_(); }
-    AtScopeEnd(const AtScopeEnd&) = delete;
-    AtScopeEnd& operator=(const AtScopeEnd&) = delete;
-
-private:
-    Body body_;
-};
-
-/// The appointment that an inspector shows. Mail and other windows answer E_NOINTERFACE.
-HRESULT GetAppointment(const wchar_t* method, Outlook::_Inspector* inspector, Outlook::_AppointmentItemPtr& item) {
-    IDispatchPtr current;
-    const HRESULT status = Outlook::GetCurrentItem(inspector, current);
-    if (FAILED(status)) {
-        LogLine(kSource, method).Warning() << L"get cureent item fail: 0x" << Hex(status);
-        return status;
-    }
-    // Deliberate: a window without an item is none of ours, and no error.
-    if (!current || FAILED(current->QueryInterface(&item))) {
-        LogLine(kSource, method).Info() << L"Not appointment item.";
-        return E_NOINTERFACE;
-    }
-    return S_OK;
-}
+constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the add-in object in the log
 
 } // namespace
 
@@ -60,7 +30,7 @@ void AddIn::OnExplorerClose(Outlook::_Explorer* explorer) {
 
 void AddIn::OnNewInspector(Outlook::_InspectorPtr inspector) {
     Outlook::_AppointmentItemPtr item;
-    if (FAILED(GetAppointment(L"AddIn::OnNewInspector", inspector, item))) {
+    if (FAILED(GetAppointItemOfEvent(L"AddIn::OnNewInspector", inspector, item))) {
         return;
     }
     // Connecting a sink can pump messages, and another window of the item may close meanwhile. So this window is
@@ -79,11 +49,11 @@ void AddIn::OnNewInspector(Outlook::_InspectorPtr inspector) {
 }
 
 void AddIn::OnInspectorClose(Outlook::_InspectorPtr inspector) {
-    IUnknown* const itemIdentity = sinks_.RemoveInspector(inspector);
-    // The item's sink goes in any case: one that stayed would keep the item, and through it the host, alive.
-    const AtScopeEnd removal([&] { sinks_.RemoveItem(itemIdentity); });
+    // The item's sink goes at the end, whatever happens: one that stayed would keep the item, and through it the host,
+    // alive.
+    const SinkTables::RemovedInspector removed = sinks_.RemoveInspector(inspector);
     Outlook::_AppointmentItemPtr item;
-    if (SUCCEEDED(GetAppointment(L"AddIn::OnInspectorClose", inspector, item))) {
+    if (SUCCEEDED(GetAppointItemOfEvent(L"AddIn::OnInspectorClose", inspector, item))) {
         SettleNewItem(item);
     }
 }
@@ -136,7 +106,7 @@ bool AddIn::OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item) {
     if (!info.isMeetingItem || connected) {
         return true;
     }
-    const INT_PTR id = ShowDialog(IDD_SYNC_ZH, IDD_SYNC_EN, OwnerWindow(sinks_, application_, item));
+    const INT_PTR id = ShowDialog(kSyncDialog, LanguageOf(languageId_), OwnerWindow(sinks_, application_, item));
     LogLine(kSource, kMethod).Info() << L"id = " << id;
     if (id == IDC_SYNC_NOW) {
         // Guarded by itself: however it ends, this save does not go ahead.
@@ -149,7 +119,7 @@ bool AddIn::OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item) {
 bool AddIn::OnAppointmentItemDelete(Outlook::_AppointmentItemPtr /*item*/) {
     // Office asks the callbacks again during the call and may hand over another ribbon then.
     if (const Outlook::IRibbonUIPtr ribbon = ribbonUI_) {
-        Outlook::InvalidateControl(ribbon, ControlIds::kCancelAppointment);
+        Outlook::InvalidateControl(ribbon, kCancelControl.data());
     }
     return true;
 }

@@ -1,20 +1,16 @@
 #pragma once
 
-#include "Outlook/Business/Records.h"
+#include "Outlook/Business/AddinEventHandler.h"
 #include "support/MC_Critical_Section.h"
 
-#include <windows.h>
-
-class AddIn;
-
-/// The way from the channel's thread to an add-in object. The channel is never stopped and may deliver while the
-/// add-in is being switched off; it holds the gate, which the add-in closes before it goes. A platform critical
-/// section, because process exit may kill the thread that holds it.
+/// The way from the channel's thread to an add-in object. The channel is never stopped and may deliver while the add-in
+/// is being switched off. It holds the gate, which the add-in closes before it ends.
 class NotifyGate {
 public:
-    explicit NotifyGate(AddIn* addIn) noexcept : addIn_(addIn) {}
+    /// @param target called under the gate's lock; it may only log and post.
+    explicit NotifyGate(NotifyCallback target) noexcept : target_(std::move(target)) {}
 
-    /// Passes the notification on while the gate is open. The add-in only logs and posts within.
+    /// Passes the notification on while the gate is open. @return S_FALSE when it is closed. Any thread.
     HRESULT Notify(const NotifyData& data);
 
     /// Returns when a call that is under way has ended. User-interface thread.
@@ -24,6 +20,7 @@ public:
     void Close();
 
 private:
+    // A platform critical section, because the end of the process may kill the thread that holds it.
     MC_Critical_Section lock_{true};
-    AddIn* addIn_;
+    NotifyCallback target_;
 };

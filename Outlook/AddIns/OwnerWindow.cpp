@@ -39,6 +39,6 @@ OwnerWindow::~OwnerWindow() {
     const HWND window = WindowOf(unseen_);
     // A host that does not tell its windows may show it: what the user does in it is then not to be missed.
     if (window != nullptr && !::IsWindowVisible(window)) {
-        sinks_.RemoveItem(sinks_.RemoveInspector(unseen_));
+        const SinkTables::RemovedInspector removed = sinks_.RemoveInspector(unseen_);
     }
 }

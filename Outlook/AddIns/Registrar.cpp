@@ -1,6 +1,6 @@
 #include "Outlook/AddIns/Registrar.h"
 
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/LogValues.h"
 #include "Outlook/AddIns/ModuleState.h"
 #include "resources/Connect.h"
 #include "support/LogLine.h"

@@ -1,11 +1,11 @@
 #include "Outlook/AddIns/AddIn.h"
 
+#include "Outlook/AddIns/Appointments.h"
 #include "Outlook/AddIns/ComGuard.h"
-#include "Outlook/AddIns/ControlIds.h"
-#include "Outlook/AddIns/LogText.h"
 #include "Outlook/AddIns/Marker.h"
 #include "Outlook/AddIns/ModuleState.h"
-#include "resources/resource.h"
+#include "Outlook/AddIns/RibbonControls.h"
+#include "Outlook/AddIns/RibbonImage.h"
 #include "support/LogLine.h"
 #include "support/Text.h"
 
@@ -13,40 +13,7 @@
 
 namespace {
 
-constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the whole class in the log
-
-struct LabelRule {
-    std::wstring_view controlId;
-    UINT chineseId;
-    UINT englishId;
-};
-
-constexpr LabelRule kLabelRules[] = {
-    {ControlIds::kStartMail, IDS_START_ZH, IDS_START_EN},
-    {ControlIds::kStartCalendar, IDS_START_ZH, IDS_START_EN},
-    {ControlIds::kStartVideoMail, IDS_START_VIDEO_ZH, IDS_START_VIDEO_EN},
-    {ControlIds::kStartVideoCalendar, IDS_START_VIDEO_ZH, IDS_START_VIDEO_EN},
-    {ControlIds::kStartAudioMail, IDS_START_AUDIO_ZH, IDS_START_AUDIO_EN},
-    {ControlIds::kStartAudioCalendar, IDS_START_AUDIO_ZH, IDS_START_AUDIO_EN},
-    {ControlIds::kBookMail, IDS_SCHEDULE_ZH, IDS_SCHEDULE_EN},
-    {ControlIds::kBookCalendar, IDS_SCHEDULE_ZH, IDS_SCHEDULE_EN},
-    {ControlIds::kBookAppointment, IDS_SCHEDULE_ZH, IDS_SCHEDULE_EN},
-    {ControlIds::kModifyAppointment, IDS_SETTINGS_ZH, IDS_SETTINGS_EN},
-    {ControlIds::kCancelAppointment, IDS_CANCEL_ZH, IDS_CANCEL_EN},
-};
-
-/// The string id of a control's label in the language wanted, 0 for a control that has none.
-UINT FindLabel(std::wstring_view controlId, bool chinese) {
-    for (const LabelRule& rule : kLabelRules) {
-        if (rule.controlId == controlId) {
-            return chinese ? rule.chineseId : rule.englishId;
-        }
-    }
-    if (controlId.starts_with(ControlIds::kGroupPrefix)) {
-        return chinese ? IDS_GROUP_ZH : IDS_GROUP_EN;
-    }
-    return 0;
-}
+constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the add-in object in the log
 
 /// Gives the keyboard focus to the body editor of an appointment's window. A window that is missing on the way ends
 /// in a null handle, which takes the focus from nobody else's window but this thread's.
@@ -64,8 +31,51 @@ void FocusBodyEditor(Outlook::_Inspector* inspector) {
     ::SetFocus(window);
 }
 
-bool IsOneOf(std::wstring_view id, const wchar_t* first, const wchar_t* second) {
-    return id == first || id == second;
+HRESULT ReadCustomUI(BSTR ribbonId, BSTR& xml) {
+    LogLine(kSource, L"AddIn::GetCustomUI").Info() << L"RibbonID: " << ribbonId;
+    HRSRC found = GetRscByRibbonID(ribbonId);
+    HGLOBAL loaded = found != nullptr ? ::LoadResource(ModuleState::module, found) : nullptr;
+    if (loaded == nullptr) {
+        // Deliberate: an id that is none of ours leaves no error behind and so answers S_OK without a text; Office then
+        // shows nothing of this add-in on that ribbon.
+        const DWORD error = ::GetLastError();
+        LogLine(kSource, L"AddIn::GetCustomUI").Error() << L"LoadResource fail.";
+        return HRESULT_FROM_WIN32(error);
+    }
+    const char* text = static_cast<const char*>(::LockResource(loaded));
+    const std::wstring wide = ToWide(std::string_view(text, ::SizeofResource(ModuleState::module, found)));
+    xml = ::SysAllocString(wide.c_str());
+    return xml != nullptr ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT AskVisible(IDispatch* control, VARIANT_BOOL& visible) {
+    Outlook::_InspectorPtr inspector;
+    Outlook::_AppointmentItemPtr item;
+    if (!GetAppointItemForRibbon(control, inspector, item)) {
+        return S_OK;
+    }
+    MeetingInfo info;
+    const bool isOurs = GetMeetingInfo(item, info) == IsMeeting::Yes && info.isMeetingItem;
+    const RibbonControl* const row = FindControl(GetControlId(control));
+    const Shown shown = row != nullptr ? row->shown : Shown::Always;
+    visible = shown == (isOurs ? Shown::UnlessOurs : Shown::IfOurs) ? VARIANT_FALSE : VARIANT_TRUE;
+    return S_OK;
+}
+
+HRESULT AskEnabled(IDispatch* control, VARIANT_BOOL& enable) {
+    Outlook::_InspectorPtr inspector;
+    Outlook::_AppointmentItemPtr item;
+    if (!GetAppointItemForRibbon(control, inspector, item)) {
+        return S_OK;
+    }
+    MeetingInfo info;
+    if (GetMeetingInfo(item, info) == IsMeeting::No) {
+        return S_FALSE; // Deliberate: success to Office, and tells a caller by v-table that there is no meeting.
+    }
+    if (info.meetingStatus == Outlook::olMeetingCanceled) {
+        enable = VARIANT_FALSE;
+    }
+    return S_OK;
 }
 
 } // namespace
@@ -90,89 +100,8 @@ HRESULT AddIn::GetCustomUI(BSTR ribbonId, BSTR* xml) noexcept {
             LogLine(kSource, L"AddIn::GetCustomUI").Error() << L"Invalid param.";
             return E_POINTER;
         }
-        return CustomUI(ribbonId, *xml);
+        return ReadCustomUI(ribbonId, *xml);
     });
-}
-
-HRESULT AddIn::CustomUI(BSTR ribbonId, BSTR& xml) {
-    LogLine(kSource, L"AddIn::GetCustomUI").Info() << L"RibbonID: " << ribbonId;
-    HRSRC found = GetRscByRibbonID(ribbonId);
-    HGLOBAL loaded = found != nullptr ? ::LoadResource(ModuleState::module, found) : nullptr;
-    if (loaded == nullptr) {
-        // Deliberate: an id that is none of ours leaves no error behind and so answers S_OK without a text; Office then
-        // shows nothing of this add-in on that ribbon.
-        const DWORD error = ::GetLastError();
-        LogLine(kSource, L"AddIn::GetCustomUI").Error() << L"LoadResource fail.";
-        return HRESULT_FROM_WIN32(error);
-    }
-    const char* text = static_cast<const char*>(::LockResource(loaded));
-    const std::wstring wide = ToWide(std::string_view(text, ::SizeofResource(ModuleState::module, found)));
-    xml = ::SysAllocString(wide.c_str());
-    return xml != nullptr ? S_OK : E_OUTOFMEMORY;
-}
-
-HRSRC AddIn::GetRscByRibbonID(const std::wstring& ribbonId) {
-    ::SetLastError(ERROR_SUCCESS); // so that an unknown id does not answer with an older call's error
-    HRSRC found = nullptr;
-    if (ribbonId == L"Microsoft.Outlook.Explorer") {
-        found = ::FindResourceW(ModuleState::module, MAKEINTRESOURCEW(IDR_RIBBON_EXPLORER), L"XML");
-    } else if (ribbonId == L"Microsoft.Outlook.Appointment") {
-        found = ::FindResourceW(ModuleState::module, MAKEINTRESOURCEW(IDR_RIBBON_APPOINTMENT), L"XML");
-    }
-    if (found == nullptr) {
-        const DWORD error = ::GetLastError();
-        LogLine(kSource, L"AddIn::GetRscByRibbonID").Error() << L"Find resource of " << ribbonId << L" fail: " << error;
-        ::SetLastError(error); // the caller answers with it, and logging may have changed it
-    }
-    return found;
-}
-
-std::wstring AddIn::GetControlId(IDispatch* control) {
-    // Deliberate: an object that is no ribbon control ends the callback with E_POINTER, as any null object does.
-    Outlook::IRibbonControlPtr ribbonControl;
-    control->QueryInterface(&ribbonControl);
-    _bstr_t id;
-    const HRESULT status = Outlook::GetId(ribbonControl, id);
-    if (FAILED(status)) {
-        LogLine(kSource, L"AddIn::GetControlId").Error() << L"get_Id fail: 0x" << Hex(status);
-        return {};
-    }
-    return id.length() != 0 ? std::wstring(id, id.length()) : std::wstring();
-}
-
-HRESULT AddIn::GetInspectorForRibbon(IDispatch* control, Outlook::_InspectorPtr& inspector) {
-    constexpr const wchar_t* kMethod = L"AddIn::GetInspectorForRibbon";
-    inspector = nullptr;
-    Outlook::IRibbonControlPtr ribbonControl;
-    HRESULT status = control->QueryInterface(&ribbonControl);
-    if (FAILED(status)) {
-        LogLine(kSource, kMethod).Error() << L"query interface fail: 0x" << Hex(status);
-        return status;
-    }
-    IDispatchPtr context;
-    status = Outlook::GetContext(ribbonControl, context);
-    if (FAILED(status)) {
-        LogLine(kSource, kMethod).Error() << L"get context fail: 0x" << Hex(status);
-        return status;
-    }
-    if (!context) {
-        return status;
-    }
-    // On the explorer's ribbon the context is an explorer, so this fails there by design.
-    status = context->QueryInterface(&inspector);
-    if (FAILED(status)) {
-        LogLine(kSource, kMethod).Error() << L"query interface fail: 0x" << Hex(status);
-    }
-    return status;
-}
-
-/// @return true when the control stands in the window of an appointment; `inspector` may be set without.
-bool AddIn::GetAppointItemForRibbon(IDispatch* control, Outlook::_InspectorPtr& inspector,
-                                    Outlook::_AppointmentItemPtr& item) {
-    if (FAILED(GetInspectorForRibbon(control, inspector)) || !inspector) {
-        return false;
-    }
-    return SUCCEEDED(GetAppointItemForInspector(inspector, item)) && item;
 }
 
 HRESULT AddIn::GetLabel(IDispatch* control, BSTR* label) noexcept {
@@ -190,7 +119,7 @@ HRESULT AddIn::GetLabel(IDispatch* control, BSTR* label) noexcept {
 
 HRESULT AddIn::Label(IDispatch* control, BSTR& label) {
     const std::wstring id = GetControlId(control);
-    const UINT stringId = FindLabel(id, IsChinese());
+    const UINT stringId = FindLabel(id, LanguageOf(languageId_));
     if (stringId == 0) {
         LogLine(kSource, L"AddIn::GetLabel").Warning() << L"Id of " << id << L" not found.";
         return E_NOTIMPL;
@@ -208,23 +137,8 @@ HRESULT AddIn::GetVisible(IDispatch* control, VARIANT_BOOL* visible) noexcept {
             return E_INVALIDARG;
         }
         *visible = VARIANT_TRUE;
-        return Visible(control, *visible);
+        return AskVisible(control, *visible);
     });
-}
-
-HRESULT AddIn::Visible(IDispatch* control, VARIANT_BOOL& visible) {
-    Outlook::_InspectorPtr inspector;
-    Outlook::_AppointmentItemPtr item;
-    if (!GetAppointItemForRibbon(control, inspector, item)) {
-        return S_OK;
-    }
-    MeetingInfo info;
-    const bool isOurs = GetMeetingInfo(item, info) && info.isMeetingItem;
-    const std::wstring id = GetControlId(control);
-    const bool hidden = isOurs ? id == ControlIds::kBookAppointment
-                               : IsOneOf(id, ControlIds::kCancelAppointment, ControlIds::kModifyAppointment);
-    visible = hidden ? VARIANT_FALSE : VARIANT_TRUE;
-    return S_OK;
 }
 
 HRESULT AddIn::GetEnable(IDispatch* control, VARIANT_BOOL* enable) noexcept {
@@ -234,24 +148,25 @@ HRESULT AddIn::GetEnable(IDispatch* control, VARIANT_BOOL* enable) noexcept {
             return E_INVALIDARG;
         }
         *enable = VARIANT_TRUE;
-        return Enabled(control, *enable);
+        return AskEnabled(control, *enable);
     });
 }
 
-HRESULT AddIn::Enabled(IDispatch* control, VARIANT_BOOL& enable) {
-    Outlook::_InspectorPtr inspector;
-    Outlook::_AppointmentItemPtr item;
-    if (!GetAppointItemForRibbon(control, inspector, item)) {
-        return S_OK;
+HRESULT AddIn::OnLoadImage(BSTR imageName, IPictureDisp** image) noexcept {
+    if (image != nullptr) {
+        *image = nullptr;
     }
-    MeetingInfo info;
-    if (!GetMeetingInfo(item, info)) {
-        return S_FALSE; // Deliberate: success to Office, and tells a caller by v-table that there is no meeting.
-    }
-    if (info.meetingStatus == Outlook::olMeetingCanceled) {
-        enable = VARIANT_FALSE;
-    }
-    return S_OK;
+    return GuardComCall(kSource, L"AddIn::OnLoadImage", [&]() -> HRESULT {
+        if (imageName == nullptr) {
+            LogLine(kSource, L"AddIn::OnLoadImage").Error() << L"Invalid arg.";
+            return E_INVALIDARG;
+        }
+        if (image == nullptr) {
+            LogLine(kSource, L"AddIn::OnLoadImage").Error() << L"Invalid pointer.";
+            return E_POINTER;
+        }
+        return LoadRibbonImage(imageName, image);
+    });
 }
 
 HRESULT AddIn::OnAction(IDispatch* control) noexcept {
@@ -264,15 +179,15 @@ HRESULT AddIn::OnAction(IDispatch* control) noexcept {
             LogLine(kSource, L"AddIn::OnAction").Warning() << L"Event handler not set.";
             return E_FAIL;
         }
-        return Act(control);
+        return PressControl(control);
     });
 }
 
-HRESULT AddIn::Act(IDispatch* control) {
+HRESULT AddIn::PressControl(IDispatch* control) {
     const std::wstring id = GetControlId(control);
     LogLine(kSource, L"AddIn::OnAction").Info() << L"Action item id: " << id;
-    const ControlIds::ControlAction* action = ControlIds::FindAction(id);
-    if (action == nullptr) {
+    const RibbonControl* const pressed = FindControl(id);
+    if (pressed == nullptr) {
         LogLine(kSource, L"AddIn::OnAction").Warning() << L"Unkown ribbon id: " << id;
         return E_NOTIMPL;
     }
@@ -283,17 +198,17 @@ HRESULT AddIn::Act(IDispatch* control) {
     if (GetAppointItemForRibbon(control, inspector, item)) {
         GetMeetingInfo(item, info);
     }
-    if (id == ControlIds::kBookAppointment && item && info.confOutlookId.empty()) {
+    if (pressed->press == Press::SendsScheduling && item && info.confOutlookId.empty()) {
         SetAppointmentItemFlag(item, Marker::kFlag, true); // the add-in's own before the schedule runs
     }
-    if (id == ControlIds::kCancelAppointment && item) {
+    if (pressed->press == Press::Deletes && item) {
         Outlook::Delete(item); // What follows is the item's before-delete event.
         return S_OK;
     }
-    if (IsOneOf(id, ControlIds::kBookAppointment, ControlIds::kModifyAppointment)) {
+    if (pressed->press == Press::SendsScheduling || pressed->press == Press::SendsChange) {
         currentInspector_ = inspector;
         FocusBodyEditor(inspector); // The meeting's text is written at the caret there.
     }
-    PostTask([this, type = action->type, item] { ActionTask(type, item); });
+    taskWindow_.Post([this, type = pressed->action, item] { ActionTask(type, item); });
     return S_OK;
 }

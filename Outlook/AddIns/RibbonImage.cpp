@@ -1,8 +1,9 @@
-#include "Outlook/AddIns/AddIn.h"
+#include "Outlook/AddIns/RibbonImage.h"
 
-#include "Outlook/AddIns/ComGuard.h"
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/GdiplusSession.h"
+#include "Outlook/AddIns/LogValues.h"
 #include "Outlook/AddIns/ModuleState.h"
+#include "Outlook/ObjectModel/ComPointers.h"
 #include "support/LogLine.h"
 #include "support/UniqueResource.h"
 
@@ -13,33 +14,12 @@
 
 namespace {
 
-constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the whole class in the log
+constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the add-in object in the log
 constexpr const wchar_t* kMethod = L"AddIn::OnLoadImage";
 
 /// Wholly transparent pixels come out as 0 and the others premultiplied: the background's colour is black, and its own
 /// alpha plays no part. Any other colour leaves bright edges.
 constexpr Gdiplus::ARGB kBackground = 0xFF000000;
-
-/// GDI+ for one call: Office may ask for images before the connection has started it.
-class GdiplusSession {
-public:
-    GdiplusSession() {
-        const Gdiplus::GdiplusStartupInput input;
-        if (Gdiplus::GdiplusStartup(&token_, &input, nullptr) != Gdiplus::Ok) {
-            token_ = 0;
-        }
-    }
-    ~GdiplusSession() {
-        if (token_ != 0) {
-            Gdiplus::GdiplusShutdown(token_);
-        }
-    }
-    GdiplusSession(const GdiplusSession&) = delete;
-    GdiplusSession& operator=(const GdiplusSession&) = delete;
-
-private:
-    ULONG_PTR token_ = 0;
-};
 
 /// A stream over a copy of a PNG resource. `status` tells why there is none.
 IStreamPtr OpenImageResource(const wchar_t* imageName, HRESULT& status) {
@@ -78,35 +58,24 @@ IStreamPtr OpenImageResource(const wchar_t* imageName, HRESULT& status) {
     return stream;
 }
 
-} // namespace
-
-HRESULT AddIn::OnLoadImage(BSTR imageName, IPictureDisp** image) noexcept {
-    if (image != nullptr) {
-        *image = nullptr;
-    }
-    return GuardComCall(kSource, kMethod, [&]() -> HRESULT {
-        if (imageName == nullptr) {
-            LogLine(kSource, kMethod).Error() << L"Invalid arg.";
-            return E_INVALIDARG;
-        }
-        if (image == nullptr) {
-            LogLine(kSource, kMethod).Error() << L"Invalid pointer.";
-            return E_POINTER;
-        }
-        return LoadRibbonImage(imageName, image);
-    });
+Gdiplus::Status Decode(IStream* stream, HBITMAP& handle) {
+    // GDI+ for this call alone: Office may ask for images before the connection has started it.
+    ULONG_PTR token = StartGdiplus({});
+    const Gdiplus::Status status = Gdiplus::Bitmap(stream).GetHBITMAP(Gdiplus::Color(kBackground), &handle);
+    StopGdiplus(token);
+    return status;
 }
 
-HRESULT AddIn::LoadRibbonImage(const wchar_t* imageName, IPictureDisp** image) {
+} // namespace
+
+HRESULT LoadRibbonImage(const wchar_t* imageName, IPictureDisp** image) {
     HRESULT status = S_OK;
     const IStreamPtr stream = OpenImageResource(imageName, status); // outlives the bitmap that reads it
-    if (stream == nullptr) {
+    if (!stream) {
         return FAILED(status) ? status : E_FAIL;
     }
-    const GdiplusSession session;
-    Gdiplus::Bitmap bitmap(stream);
     HBITMAP handle = nullptr;
-    const Gdiplus::Status decoded = bitmap.GetHBITMAP(Gdiplus::Color(kBackground), &handle);
+    const Gdiplus::Status decoded = Decode(stream, handle);
     if (decoded != Gdiplus::Ok || handle == nullptr) {
         LogLine(kSource, kMethod).Error() << L"Decode image fail: " << static_cast<int>(decoded);
         return E_FAIL;

@@ -4,8 +4,8 @@
 
 namespace {
 
-/// The pointer that names an object whatever pointer to it is at hand. Not a counted reference.
-IUnknown* Identity(IUnknown* object) {
+/// The pointer that names an object whatever pointer to it is at hand.
+IUnknownPtr Identity(IUnknown* object) {
     IUnknownPtr identity;
     if (object != nullptr) {
         object->QueryInterface(&identity);
@@ -13,42 +13,60 @@ IUnknown* Identity(IUnknown* object) {
     return identity;
 }
 
+template <class Table>
+IEventSinkPtr FindSink(const Table& table, IUnknown* object) {
+    const auto found = table.find(Identity(object));
+    return found != table.end() ? found->second.sink : nullptr;
+}
+
+template <class Table>
+void MuteAll(const Table& table) {
+    for (const auto& [object, entry] : table) {
+        MuteSink(entry.sink);
+    }
+}
+
+template <class Table>
+void DisconnectAll(const Table& table) {
+    for (const auto& [object, entry] : table) {
+        DisconnectSink(entry.sink);
+    }
+}
+
 } // namespace
 
 IEventSinkPtr SinkTables::FindExplorer(IUnknown* explorer) const {
-    const auto found = explorers_.find(Identity(explorer));
-    return found != explorers_.end() ? found->second : nullptr;
+    return FindSink(explorers_, explorer);
 }
 
 IEventSinkPtr SinkTables::FindInspector(IUnknown* inspector) const {
-    const auto found = inspectors_.find(Identity(inspector));
-    return found != inspectors_.end() ? found->second.sink : nullptr;
+    return FindSink(inspectors_, inspector);
 }
 
 IEventSinkPtr SinkTables::FindItem(IUnknown* item) const {
-    const auto found = items_.find(Identity(item));
-    return found != items_.end() ? found->second.sink : nullptr;
+    return FindSink(items_, item);
 }
 
 void SinkTables::AddExplorer(IUnknown* explorer, const IEventSinkPtr& sink) {
-    UnkeptSink unkept(sink);
-    if (explorers_.try_emplace(Identity(explorer), sink).second) {
-        unkept.Keep();
+    DisconnectOnExit unkept(sink);
+    const IUnknownPtr identity = Identity(explorer);
+    if (explorers_.try_emplace(identity, ExplorerEntry{identity, sink}).second) {
+        unkept.Release();
     }
 }
 
 void SinkTables::RemoveExplorer(IUnknown* explorer) {
     if (const auto entry = explorers_.extract(Identity(explorer)); !entry.empty()) {
-        DisconnectSink(entry.mapped());
+        DisconnectSink(entry.mapped().sink);
     }
 }
 
 void SinkTables::AddInspector(IUnknown* inspector, const IEventSinkPtr& sink, IUnknown* item) {
-    UnkeptSink unkept(sink);
+    DisconnectOnExit unkept(sink);
     // Both first: asking for an identity calls the host, and the tables must not change between the steps below.
     const IUnknownPtr itemIdentity = Identity(item);
-    IUnknown* const inspectorIdentity = Identity(inspector);
-    const auto [window, isNew] = inspectors_.try_emplace(inspectorIdentity, InspectorEntry{sink, itemIdentity});
+    const IUnknownPtr identity = Identity(inspector);
+    const auto [window, isNew] = inspectors_.try_emplace(identity, InspectorEntry{identity, sink, itemIdentity});
     if (!isNew) {
         return;
     }
@@ -58,29 +76,28 @@ void SinkTables::AddInspector(IUnknown* inspector, const IEventSinkPtr& sink, IU
         inspectors_.erase(window); // half an entry would later count against another window of the item
         throw;
     }
-    unkept.Keep();
+    unkept.Release();
 }
 
 void SinkTables::AddItem(IUnknown* item, const IEventSinkPtr& sink) {
-    UnkeptSink unkept(sink);
+    DisconnectOnExit unkept(sink);
     const auto found = items_.find(Identity(item));
     if (found != items_.end() && !found->second.sink) {
         found->second.sink = sink;
-        unkept.Keep();
+        unkept.Release();
     }
 }
 
-IUnknown* SinkTables::RemoveInspector(IUnknown* inspector) {
+SinkTables::RemovedInspector SinkTables::RemoveInspector(IUnknown* inspector) {
     const auto entry = inspectors_.extract(Identity(inspector));
     if (entry.empty()) {
-        return nullptr;
+        return {*this, nullptr};
     }
-    IUnknown* const item = entry.mapped().item;
     DisconnectSink(entry.mapped().sink);
-    return item;
+    return {*this, entry.mapped().item};
 }
 
-void SinkTables::RemoveItem(IUnknown* itemIdentity) {
+void SinkTables::CountDown(IUnknown* itemIdentity) {
     const auto found = items_.find(itemIdentity);
     if (found == items_.end() || --found->second.inspectors != 0) {
         return;
@@ -90,28 +107,16 @@ void SinkTables::RemoveItem(IUnknown* itemIdentity) {
 }
 
 void SinkTables::Mute() {
-    for (const auto& [explorer, sink] : explorers_) {
-        MuteSink(sink);
-    }
-    for (const auto& [inspector, entry] : inspectors_) {
-        MuteSink(entry.sink);
-    }
-    for (const auto& [item, entry] : items_) {
-        MuteSink(entry.sink);
-    }
+    MuteAll(explorers_);
+    MuteAll(inspectors_);
+    MuteAll(items_);
 }
 
 void SinkTables::Clear() {
     const auto explorers = std::exchange(explorers_, {});
     const auto inspectors = std::exchange(inspectors_, {});
     const auto items = std::exchange(items_, {});
-    for (const auto& [explorer, sink] : explorers) {
-        DisconnectSink(sink);
-    }
-    for (const auto& [inspector, entry] : inspectors) {
-        DisconnectSink(entry.sink);
-    }
-    for (const auto& [item, entry] : items) {
-        DisconnectSink(entry.sink);
-    }
+    DisconnectAll(explorers);
+    DisconnectAll(inspectors);
+    DisconnectAll(items);
 }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <map>
+#include <utility>
 
 /// The sinks of the host's open windows and items, one for each object. Objects are known by their COM identity: the
 /// host hands out the same inspector or item through different pointers. Every operation takes what it needs out of
@@ -25,32 +26,47 @@ public:
     void AddInspector(IUnknown* inspector, const IEventSinkPtr& sink, IUnknown* item);
     /// Keeps an item's sink, unless the item has one or its last inspector has gone.
     void AddItem(IUnknown* item, const IEventSinkPtr& sink);
-    /// Disconnects the inspector's sink and forgets it. @return the identity of its item for `RemoveItem`, null when
-    /// the inspector is not known; not a counted reference, and only to be compared.
-    IUnknown* RemoveInspector(IUnknown* inspector);
-    /// To be called once for each inspector removed: the item's sink goes with the last inspector that shows it.
-    void RemoveItem(IUnknown* itemIdentity);
+    /// An inspector that is being removed. Its end removes the item's sink with the item's last inspector.
+    class RemovedInspector {
+    public:
+        ~RemovedInspector() { tables_.CountDown(item_); }
+        RemovedInspector(const RemovedInspector&) = delete;
+        RemovedInspector& operator=(const RemovedInspector&) = delete;
+
+    private:
+        friend class SinkTables;
+        RemovedInspector(SinkTables& tables, IUnknownPtr item) : tables_(tables), item_(std::move(item)) {}
+
+        SinkTables& tables_;
+        IUnknownPtr item_;
+    };
+    /// Disconnects the inspector's sink and forgets it. The result ends before the tables do.
+    [[nodiscard]] RemovedInspector RemoveInspector(IUnknown* inspector);
 
     /// Lets no event reach the add-in any more. Calls nobody.
     void Mute();
     /// Disconnects everything, each sink once.
     void Clear();
 
-    size_t Size() const noexcept { return explorers_.size() + inspectors_.size() + items_.size(); }
-
 private:
-    // Keys are identities. A sink keeps its source, and so the key, alive while the entry exists; an item's entry does
-    // so itself, as its sink comes later than the entry.
-    struct InspectorEntry {
+    void CountDown(IUnknown* itemIdentity);
+
+    // Keys are identities. Each entry holds its own, so that the address cannot become another object's.
+    struct ExplorerEntry {
+        IUnknownPtr explorer;
         IEventSinkPtr sink;
-        IUnknown* item;
+    };
+    struct InspectorEntry {
+        IUnknownPtr inspector;
+        IEventSinkPtr sink;
+        IUnknownPtr item;
     };
     struct ItemEntry {
         IUnknownPtr item;
         IEventSinkPtr sink; // null until it is connected
         size_t inspectors;
     };
-    std::map<IUnknown*, IEventSinkPtr> explorers_;
+    std::map<IUnknown*, ExplorerEntry> explorers_;
     std::map<IUnknown*, InspectorEntry> inspectors_;
     std::map<IUnknown*, ItemEntry> items_;
 };

@@ -26,9 +26,17 @@ struct ActionData {
     int32_t centerY = 0;
 };
 
+/// What a notification reports. Other numbers mean nothing.
+enum class NotifyType : int32_t {
+    Scheduled = 101,
+    ModifyResult = 102,
+    CancelResult = 103,
+    Changed = 200, // in the client
+};
+
 /// One notification from the meeting client. Times are Unix seconds (UTC).
 struct NotifyData {
-    int32_t type = 0; // 101 scheduled, 102 modify result, 103 cancel result, 200 changed in the client
+    int32_t type = 0; // a `NotifyType`, or any other number
     std::wstring subject;
     std::wstring url; // join link; becomes the appointment's location
     std::wstring confId;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Outlook/AddIns/AddIn.h"
-#include "Outlook/AddIns/EventSinks.h"
+#include "Outlook/AddIns/EventSink.h"
 #include "tests/Outlook/Business/LogCapture.h"
 #include "tests/fakes/StatusMatcher.h"
 #include "workbench/host/OutlookHost.h"

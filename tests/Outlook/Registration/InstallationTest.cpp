@@ -1,4 +1,4 @@
-#include "Outlook/AddIns/LogText.h"
+#include "Outlook/AddIns/LogValues.h"
 #include "resources/Connect.h"
 #include "support/Text.h"
 #include "tests/Outlook/Registration/Registry.h"

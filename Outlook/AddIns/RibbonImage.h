@@ -1,0 +1,9 @@
+#pragma once
+
+#include <windows.h>
+#include <ocidl.h>
+
+/// Makes a picture from a PNG resource of the module. User-interface thread.
+/// @param imageName the resource's number in decimal, as the custom UI has it.
+/// @param image receives a new picture that the caller releases.
+HRESULT LoadRibbonImage(const wchar_t* imageName, IPictureDisp** image);
