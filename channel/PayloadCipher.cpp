@@ -2,8 +2,8 @@
 
 #include "channel/Base64.h"
 
-// The block functions below are marked deprecated from libcrypto 3.0 on. They stay: one short text at a time, with an
-// expanded key on the stack that is wiped right here, needs neither providers nor a context on the heap.
+// libcrypto deprecates these block functions since 3.0. They are used here because they need no provider and no context
+// on the heap, and the expanded key stays on the stack, where it is wiped.
 #define OPENSSL_API_COMPAT 0x10100000L
 #include <openssl/aes.h>
 #include <openssl/crypto.h>
@@ -17,7 +17,7 @@ namespace {
 constexpr int kKeyBits = static_cast<int>(PayloadCipher::kKeyBytes * 8);
 static_assert(PayloadCipher::kBlockBytes == AES_BLOCK_SIZE);
 
-/// An expanded key, as good as the key itself, and the vector that the mode moves along.
+/// An expanded key, which is as secret as the key itself, and the vector that CBC advances from block to block.
 class KeySchedule {
 public:
     KeySchedule() noexcept = default;
@@ -56,7 +56,7 @@ void PayloadCipher::SetKey(std::span<const std::uint8_t, kKeyBytes> key,
 }
 
 void PayloadCipher::Clear() noexcept {
-    // A plain fill of an object about to die may be optimised away; this is not.
+    // The compiler may drop a plain fill of an object that is about to be destroyed, but not this call.
     OPENSSL_cleanse(&material_, sizeof(material_));
 }
 
@@ -69,14 +69,14 @@ int PayloadCipher::Encrypt(std::string_view plaintext, char* output, std::size_t
     if (AES_set_encrypt_key(material_.key.data(), kKeyBits, schedule.Get()) != 0) {
         return kFailure;
     }
-    // In place at the output's end, from where the encoder can spread it out: no other copy of the text is made. The
-    // text may lie in the output itself, hence moved.
+    // The text is encrypted in place at the end of the output, and the encoder expands it from there, so no other copy
+    // of the text exists. The copy is a move because the text may overlap the output.
     const std::size_t padded = PaddedSize(plaintext.size());
     auto* const block = reinterpret_cast<std::uint8_t*>(output) + (needed - 1 - padded);
     if (!plaintext.empty()) {
         std::memmove(block, plaintext.data(), plaintext.size());
     }
-    // Deliberate: zero padding, which other readers of these texts strip as a string's end.
+    // Deliberate: the padding is zero bytes and not PKCS#7. Readers find the text's end at the first zero.
     std::fill(block + plaintext.size(), block + padded, std::uint8_t{0});
     schedule.Run(block, padded, material_.vector, AES_ENCRYPT);
     *Base64::EncodeTo({block, padded}, output) = '\0';
@@ -106,7 +106,7 @@ int PayloadCipher::Decrypt(std::string_view encoded, char* output, std::size_t o
         return kFailure;
     }
     KeySchedule schedule;
-    // The text is at least as long as what it decodes to, so the output has room, also for a terminator.
+    // The base64 text is longer than its bytes, so the output has room for them and for a terminator.
     auto* const block = reinterpret_cast<std::uint8_t*>(output);
     const std::size_t size = Base64::DecodeTo(encoded, block);
     if (size == 0 || size % kBlockBytes != 0 ||
