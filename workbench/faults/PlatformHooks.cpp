@@ -53,6 +53,7 @@ std::vector<HookInfo*> WindowHooks() {
         FAULT_HOOK(FindWindowW)(kWindows, NoneWith(ERROR_NOT_ENOUGH_MEMORY), {.hostThreadOnly = true}),
         FAULT_HOOK(FindWindowExW)(kWindows, NoneWith(ERROR_NOT_ENOUGH_MEMORY), {.hostThreadOnly = true}),
         FAULT_HOOK(IsWindow)(kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE), {.hostThreadOnly = true}),
+        FAULT_HOOK(GetWindowThreadProcessId)(kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE), {.hostThreadOnly = true}),
         FAULT_HOOK(GetWindowRect)(kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE)),
         FAULT_HOOK(GetSystemMetrics)(kWindows, {0}),
         FAULT_HOOK(SetPropW)(kWindows, NoneWith(ERROR_NOT_ENOUGH_MEMORY)),
