@@ -8,7 +8,7 @@
 
 /// The running channel, or null. Written by `uisdk_protocol_start` and `uisdk_protocol_stop` only, read by their
 /// thread.
-extern CMessageTask* g_messageTask;  // owned by `GetSharedTask`
+extern CMessageTask* g_messageTask;  // the task that `GetSharedTask` owns
 extern CWindowChannel* g_channelWnd; // freed by `uisdk_protocol_stop`
 
 /// The same task for the threads that share its ownership.
