@@ -1,37 +1,17 @@
 #include "Outlook/AddIns/Marker.h"
 
-#include <json/reader.h>
+#include "Outlook/Business/JsonText.h"
+
 #include <json/writer.h>
 
-#include <exception>
-#include <memory>
-
 namespace Marker {
-namespace {
-
-const Json::Value* Find(const Json::Value& marker, const char* key) {
-    // Member access to anything but an object throws.
-    return marker.isObject() && marker.isMember(key) ? &marker[key] : nullptr;
-}
-
-} // namespace
 
 bool Parse(std::string_view text, Json::Value& marker, std::string& error) {
-    marker = Json::Value();
-    try {
-        Json::Value root;
-        const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-        if (!reader->parse(text.data(), text.data() + text.size(), &root, &error)) {
-            return false;
-        }
-        if (root.isObject()) { // a key cannot be set in anything else
-            marker = std::move(root);
-        }
-        return true;
-    } catch (const Json::Exception& refused) { // thrown for text that is nested too deeply
-        error = refused.what();
-        return false;
+    const bool isRead = JsonText::Parse(text, marker, error);
+    if (!marker.isObject()) { // a key cannot be set in anything else
+        marker = Json::Value();
     }
+    return isRead;
 }
 
 std::string Write(const Json::Value& marker) {
@@ -40,16 +20,16 @@ std::string Write(const Json::Value& marker) {
 
 bool HasFlag(const Json::Value& marker) {
     // Deliberate: presence alone counts. Earlier comments may carry the flag with any value.
-    return Find(marker, kFlag) != nullptr;
+    return JsonText::Find(marker, kFlag) != nullptr;
 }
 
 bool IsNewItem(const Json::Value& marker, bool otherwise) {
-    const Json::Value* value = Find(marker, kIsNewItem);
+    const Json::Value* value = JsonText::Find(marker, kIsNewItem);
     return value != nullptr && (value->isBool() || value->isNumeric()) ? value->asBool() : otherwise;
 }
 
 std::string ConfId(const Json::Value& marker) {
-    const Json::Value* value = Find(marker, kConfId);
+    const Json::Value* value = JsonText::Find(marker, kConfId);
     return value != nullptr && value->isString() ? value->asString() : std::string();
 }
 

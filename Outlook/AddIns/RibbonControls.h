@@ -11,7 +11,7 @@
 /// In which appointment windows a control is shown. Elsewhere every control is shown.
 enum class Shown { Always, UnlessOurs, IfOurs };
 
-/// What a press does besides sending its action.
+/// The effect of a press besides sending its action.
 enum class Press {
     Sends,           ///< nothing
     SendsChange,     ///< remembers the appointment's window and puts the caret into its body

@@ -1,50 +1,32 @@
 #include "Outlook/Business/MeetingJson.h"
 
-#include <json/json.h>
-
-#include <memory>
+#include "Outlook/Business/JsonText.h"
 
 namespace {
 
 constexpr const char* kInvalidType = "Non command or invalid type.";
 
-/// @return the member, or null when there is none. The root must be an object.
-const Json::Value* Find(const Json::Value& root, std::string_view key) {
-    return root.find(key.data(), key.data() + key.size());
-}
-
 void CopyText(const Json::Value& root, std::string_view key, std::string& target) {
-    const Json::Value* value = Find(root, key);
+    const Json::Value* value = JsonText::Find(root, key);
     if (value != nullptr && value->isString()) {
         target = value->asString();
     }
 }
 
 void CopyTime(const Json::Value& root, std::string_view key, int64_t& target) {
-    const Json::Value* value = Find(root, key);
+    const Json::Value* value = JsonText::Find(root, key);
     if (value != nullptr && value->isInt64()) {
         target = value->asInt64();
     }
 }
 
 bool CopyInt(const Json::Value& root, std::string_view key, int32_t& target) {
-    const Json::Value* value = Find(root, key);
+    const Json::Value* value = JsonText::Find(root, key);
     if (value == nullptr || !value->isInt()) {
         return false;
     }
     target = value->asInt();
     return true;
-}
-
-/// The reader reports some invalid texts by its result and others, such as deeply nested ones, by an exception.
-bool Parse(std::string_view text, Json::Value& root, std::string& error) {
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    try {
-        return reader->parse(text.data(), text.data() + text.size(), &root, &error);
-    } catch (const Json::Exception& refusal) {
-        error = refusal.what();
-        return false;
-    }
 }
 
 } // namespace
@@ -65,12 +47,12 @@ std::string WriteCommand(const CommandFields& command) {
 bool ReadNotification(std::string_view text, NotificationFields& notification, std::string& error) {
     Json::Value root;
     std::string refusal;
-    if (!Parse(text, root, refusal)) {
+    if (!JsonText::Parse(text, root, refusal)) {
         error = "parse msg fail: " + refusal;
         return false;
     }
     NotificationFields fields;
-    if (!root.isObject() || !CopyInt(root, "notify", fields.type)) {
+    if (!CopyInt(root, "notify", fields.type)) {
         error = kInvalidType;
         return false;
     }

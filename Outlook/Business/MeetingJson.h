@@ -4,7 +4,11 @@
 #include <string>
 #include <string_view>
 
-/// The JSON vocabulary between add-in and meeting client. All texts are UTF-8. Needs no Windows.
+/// The JSON vocabulary between add-in and meeting client. Needs no Windows.
+///
+/// Each concept has two records: `ActionData` and `NotifyData` (Records.h) hold UTF-16 texts, as Outlook has them, and
+/// the two below hold UTF-8, as the wire has them. The second pair exists because the conversion between the encodings
+/// is the platform's, while this file is also built natively for sanitizers and fuzzers.
 
 /// A command's members, see `ActionData`.
 struct CommandFields {

@@ -26,7 +26,7 @@ struct ActionData {
     int32_t centerY = 0;
 };
 
-/// What a notification reports. Other numbers mean nothing.
+/// The kinds of notification. Other numbers are ignored.
 enum class NotifyType : int32_t {
     Scheduled = 101,
     ModifyResult = 102,

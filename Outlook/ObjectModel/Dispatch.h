@@ -14,7 +14,6 @@ class Member {
 public:
     constexpr explicit Member(const wchar_t* name) noexcept : name_(name) {}
 
-    const wchar_t* Name() const noexcept { return name_; }
     HRESULT Find(IDispatch* object, DISPID& id) noexcept;
 
 private:

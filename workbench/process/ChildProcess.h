@@ -10,7 +10,7 @@
 
 namespace process {
 
-/// What a child process has as its standard streams.
+/// The standard streams of a child process.
 enum class Streams {
     Own,       ///< the system's choice; it inherits no handle
     Shared,    ///< those of this process
