@@ -78,6 +78,21 @@ TEST_F(RibbonPress, FromTheExplorerSendsTheCommandAndTheWindowsCentre) {
                                            Contains("Inf AddIn::ActionTask action result: 0x0")));
 }
 
+TEST_F(RibbonPress, APointerIsTestedWithoutAskingTheHostForItsIdentity) {
+    constexpr const wchar_t* kUnknown = L"{00000000-0000-0000-C000-000000000046}";
+    HostOptions options;
+    options.habits.countQueryInterface = true;
+    Connect(options);
+    StartClient();
+    Host().ResetCalls();
+    ExplorerRibbon().Press(L"StartMeetingMail");
+    NextCommand();
+    EXPECT_GT(Host().CallCount(), 0u);
+    for (const workbench::CallRecord& call : Host().Calls()) {
+        EXPECT_FALSE(call.member == L"QueryInterface" && call.arguments == kUnknown) << ToNarrow(call.Text());
+    }
+}
+
 TEST_F(RibbonPress, TheCallReturnsBeforeTheActionRuns) {
     Connect();
     StartClient();
