@@ -220,9 +220,9 @@ Shot Mutations::SystemMessage() {
     shot.number = dice_.OneIn(4) ? dice_.Any(kLifeMessages) : dice_.Below(kUserMessage);
     const auto is = [&](auto... numbers) { return ((shot.number == numbers) || ...); };
     // WM_COPYDATA and WM_CLOSE are shots of another kind, and the menu waits for a person. The notification window does
-    // not survive the other two, and Outlook itself does not survive a posted WM_QUIT.
+    // not survive WM_NCDESTROY, and Outlook itself does not survive a posted WM_QUIT.
     if (is(kCopyData, kClose, kPopupSystemMenu) ||
-        (shot.kind == Shot::Kind::NotifyOther && (is(kNcCreate, kNcDestroy) || (is(kQuit) && shot.posted)))) {
+        (shot.kind == Shot::Kind::NotifyOther && (is(kNcDestroy) || (is(kQuit) && shot.posted)))) {
         shot.number = 0; // WM_NULL
     }
     return shot;
