@@ -51,7 +51,7 @@ TEST(FaultsProgram, FindsEachFaultAtItsPointAndNoOther) {
              Row{"load", nullptr},
              Row{"leaks", "VIOLATION: leaks --kind allocation --from 2 --only  malloc: leak: heap blocks"},
              Row{"crashes", "VIOLATION: crashes --kind allocation --from 1 --only  malloc: crash: 0xc0000005"},
-             Row{"hangs --patience 1", "VIOLATION: hangs --kind allocation --from 1 --only  malloc: hang"},
+             Row{"hangs --patience 4", "VIOLATION: hangs --kind allocation --from 1 --only  malloc: hang"},
              Row{"throws", "VIOLATION: throws --kind allocation --from 1 --only  malloc: an exception left the module"},
              Row{"aborts",
                  "VIOLATION: aborts --kind allocation --from 1 --only  malloc: crash: the module calls abort"},
