@@ -1,9 +1,9 @@
-/* What the toolchain's C++ runtime needs of a threads library, for mingw-w64 builds of the module only. The toolchain's
-   own allocates a lock when it is first taken, an entry for each "once", and the exceptions' bookkeeping of each thread
-   when it raises its first. Exhausted memory is reported by an exception: with those it ended the host's process
-   instead. Nothing here allocates or fails. Native toolchains have all of it from the start.
-   The functions stand in the place of the library's of the same names, which is then not linked at all. The module's
-   own threads and locks are the platform's. */
+/* The functions that the toolchain's C++ runtime needs of a threads library, for mingw-w64 builds of the module only.
+   The toolchain's own library allocates each lock at its first use, an entry for each "once", and the bookkeeping of
+   the exceptions of each thread at the first one. An exception reports exhausted memory, and raising it would need
+   memory: the runtime then ends the host's process. To use each of them while there is memory does not help: the lock
+   of the runtime's memory reserve is used when memory is exhausted, and never before. Nothing here allocates or fails.
+   The linker takes these functions instead of the library's. The module's own threads and locks are the platform's. */
 #include <windows.h>
 
 #include <pthread.h>
@@ -12,8 +12,8 @@
 
 /* ---- Waiting ---- */
 
-/* A thread can be killed inside a lock, as all but one are when a process ends. Who waits looks now and then whether
-   the owner still lives. */
+/* When a process ends, all threads but one are killed, also inside a lock. A waiting thread therefore checks from time
+   to time whether the owner still lives. */
 enum { kTurnsBeforeSleep = 64 };
 
 static int HasEnded(DWORD thread) {
@@ -21,19 +21,19 @@ static int HasEnded(DWORD thread) {
     const HANDLE handle = OpenThread(SYNCHRONIZE | THREAD_QUERY_LIMITED_INFORMATION, FALSE, thread);
     int ended = 0;
     if (handle != NULL) {
-        /* An id may have been given out again, to a thread of any process. */
+        /* The system may have given the id to another thread, of any process. */
         ended =
             WaitForSingleObject(handle, 0) == WAIT_OBJECT_0 || GetProcessIdOfThread(handle) != GetCurrentProcessId();
         CloseHandle(handle);
     } else {
-        /* One that may not be opened is another process's. */
+        /* A thread that cannot be opened belongs to another process. */
         ended = GetLastError() == ERROR_INVALID_PARAMETER || GetLastError() == ERROR_ACCESS_DENIED;
     }
     SetLastError(error);
     return ended;
 }
 
-/* Returns whether the owner is gone; else a moment has passed and the lock is to be looked at again. */
+/* Returns whether the owner is gone. Otherwise a moment has passed, and the caller tries again. */
 static int OwnerIsGone(int* turns, DWORD owner) {
     if (++*turns % kTurnsBeforeSleep == 0 && HasEnded(owner)) {
         return 1;
@@ -42,7 +42,11 @@ static int OwnerIsGone(int* turns, DWORD owner) {
     return 0;
 }
 
-/* ---- Locks: negative when free, else the owner's thread id, and above it how often it was taken ---- */
+/* ---- Locks: negative when free, else the owner's thread id in the low half and its depth in the high half ---- */
+
+_Static_assert(sizeof(pthread_mutex_t) == sizeof(int64_t), "a lock holds a thread id and a depth");
+_Static_assert(PTHREAD_MUTEX_INITIALIZER < 0 && PTHREAD_RECURSIVE_MUTEX_INITIALIZER < 0,
+               "a lock that was never used counts as free");
 
 static const intptr_t kOnce = (intptr_t)1 << 32;
 
@@ -62,7 +66,7 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) {
     for (int turns = 0;;) {
         const intptr_t value = __atomic_load_n(mutex, __ATOMIC_RELAXED);
         if (value >= 0 && (value & UINT32_MAX) == self) {
-            *mutex = value + kOnce; /* nobody else writes it */
+            *mutex = value + kOnce; /* Only the owner writes it. */
             return 0;
         }
         intptr_t expected = value;
@@ -79,8 +83,8 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) {
     return 0;
 }
 
-/* Waiters look again after every wait: a wake-up that comes for nothing is allowed. The runtime waits only for another
-   thread that is making the same static object. */
+/* The runtime waits only for another thread that is making the same static object, and checks its condition after each
+   wait. */
 int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
     (void)condition;
     pthread_mutex_unlock(mutex);
@@ -93,7 +97,9 @@ int pthread_cond_broadcast(pthread_cond_t* condition) {
     return 0;
 }
 
-/* ---- Once: undone, done, or the id of the thread that is at it, which is a multiple of four ---- */
+/* ---- Once: undone, done, or the id of the thread that runs the function, which is a multiple of four ---- */
+
+_Static_assert(sizeof(pthread_once_t) == sizeof(DWORD), "a once holds a thread id");
 
 enum { kUndone = PTHREAD_ONCE_INIT, kDone = 1 };
 
@@ -115,7 +121,8 @@ int pthread_once(pthread_once_t* once, void (*function)(void)) {
 
 /* ---- Variables of each thread ---- */
 
-/* The compiler's description of one. The module has a single one, of the exceptions under way: two words. */
+/* The compiler's description of such a variable. The module has one, the exceptions that a thread is handling, which
+   takes two words and begins as zeroes. The build checks that there is no other: see CheckThreadVariables.cmake. */
 struct __emutls_object {
     uintptr_t size;
     uintptr_t align;
@@ -123,10 +130,12 @@ struct __emutls_object {
     const void* initial;
 };
 
+_Static_assert(sizeof(struct __emutls_object) == 4 * sizeof(void*), "four words, as the compiler lays it out");
+
 enum { kThreads = 256, kBytes = 64, kFatalAppExit = 7 };
 
-/* Of the threads that have raised an exception and still live: the host's own, and the channel's two. The ids stand by
-   themselves, so that looking for one touches no other block. */
+/* One block for each live thread that has raised an exception: the host's own, and the channel's two. The ids are apart
+   from the blocks, so that a search touches few pages. */
 static volatile LONG g_threads[kThreads]; /* 0: free */
 static _Alignas(16) unsigned char g_blocks[kThreads][kBytes];
 
@@ -171,8 +180,8 @@ void* __emutls_get_address(struct __emutls_object* object) {
     return block + place;
 }
 
-/* A thread that ends gives its block back. The section's name puts the function into the loader's list of those that
-   are called at the end of each thread. */
+/* Frees the block of a thread that ends. The loader calls the functions in sections of this name at the end of each
+   thread. */
 static void NTAPI OnThread(void* module, DWORD reason, void* reserved) {
     (void)module;
     (void)reserved;

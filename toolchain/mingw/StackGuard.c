@@ -1,7 +1,7 @@
 /* The two symbols that compiled-in stack protection needs, for mingw-w64 builds of the module only. The toolchain's own
    library fills its guard from the platform's cryptography, which loads and unloads three DLLs under the loader lock
-   and takes a third of the add-in's load time. The guard below is made of what the native toolchains' start-up code
-   uses: clocks, ids and addresses. */
+   and takes a third of the add-in's load time. The guard below is made of clocks, ids and addresses, as in the start-up
+   code of native toolchains. */
 #include <windows.h>
 
 #include <stdint.h>
@@ -9,13 +9,13 @@
 void* __stack_chk_guard = NULL;
 
 __attribute__((noreturn)) void __stack_chk_fail(void) {
-    /* The platform's fast fail, here with the code for a damaged stack: ends the process and runs none of its handlers,
-       which would run on that stack. */
+    /* The platform's fast fail with the code for a damaged stack. It ends the process without running a handler, which
+       would run on that stack. */
     __asm__ volatile("int $0x29" : : "c"(2));
     __builtin_unreachable();
 }
 
-/* Runs before every other constructor, and must itself not be checked against a guard that changes under it. */
+/* Runs before every other constructor. Compiled without protection, because it changes the guard. */
 __attribute__((constructor(101), optimize("no-stack-protector"))) static void FillStackGuard(void) {
     LARGE_INTEGER counter;
     FILETIME time;
