@@ -7,7 +7,7 @@
 
 namespace {
 
-// Deliberate: two levels, so that a receiver can keep the ends of scopes and drop their starts.
+// Deliberate: the start and the end of a scope have different levels.
 constexpr int32_t kEnterLevel = 7;
 constexpr int32_t kLeaveLevel = 6;
 

@@ -11,15 +11,14 @@
 inline constexpr size_t kLogTimeBytes = 48;
 void FormatLocalTime(char (&text)[kLogTimeBytes]) noexcept;
 
-/// Puts a text together in a buffer; no conversions, for what stands in every line. One that does not fit stays short,
-/// and says so.
+/// Builds a text in a buffer, without the runtime's conversions. For the parts that are in every line.
 class BoundedText {
 public:
     BoundedText(char* text, size_t size) noexcept : start_(text), next_(text), room_(size) {}
 
     BoundedText& operator<<(std::string_view piece) noexcept;
     BoundedText& operator<<(int64_t number) noexcept;
-    /// At least that many digits. @param number not negative.
+    /// Adds a number with leading zeroes, at least `digits` long. @param number not negative.
     BoundedText& Padded(uint32_t number, int digits) noexcept;
 
     /// Terminates it. @return characters without the terminator, -1 when something did not fit.
@@ -32,7 +31,7 @@ private:
 };
 
 /// Formats with the runtime's conversions. @return characters without the terminator; -1 on a formatting error and when
-/// text and terminator do not fit `size` bytes (the content is then of no use).
+/// text and terminator do not fit `size` bytes (the content is then undefined).
 int FormatBounded(char* text, size_t size, const char* format, ...) noexcept;
 int FormatBoundedV(char* text, size_t size, const char* format, va_list arguments) noexcept;
 

@@ -36,7 +36,7 @@ bool IsMissing(const std::string& path) {
     return KOSA_Access(path.c_str(), 0) != 0 && errno == ENOENT;
 }
 
-// Level by level. A level that is there but not ours to look at counts as present.
+// Creates the levels one by one. A level that exists but cannot be accessed counts as present.
 bool MakeDirectories(const std::string& directory) {
     const std::string whole = WithTrailingSeparator(directory);
     if (Exists(whole)) {
@@ -63,19 +63,19 @@ void LogFileTraits::Close(Value file) noexcept {
     KOSA_Fclose(file); // Refuses the null of a failed open.
 }
 
-void LogOneImpl::PlaceOnDisk(const char* path) {
+void LogOneImpl::ChooseFile(const char* path) {
     const std::string current = CurrentDirectory();
     const LogLocation location = SplitLogPath(path, current);
-    if (MakeDirectories(location.directory) && UsePlace(location.directory, location.fileName)) {
+    if (MakeDirectories(location.directory) && UseFile(location.directory, location.fileName)) {
         return;
     }
     const std::string fallback = FallbackLogDirectory(current);
     KOSA_MkDir(fallback.c_str(), kDirectoryMode);
-    UsePlace(fallback, kFallbackName);
+    UseFile(fallback, kFallbackName);
 }
 
 // @return false, with nothing changed, when the names do not fit their buffers.
-bool LogOneImpl::UsePlace(const std::string& directory, const std::string& fileName) noexcept {
+bool LogOneImpl::UseFile(const std::string& directory, const std::string& fileName) noexcept {
     const bool separated = !directory.empty() && directory.back() == '\\';
     if (directory.size() + (separated ? 0 : 1) >= sizeof(directory_) || fileName.size() >= sizeof(fileName_)) {
         return false;
@@ -106,8 +106,8 @@ bool LogOneImpl::OpenFile() noexcept {
     FormatBounded(path, sizeof(path), "%s%s", directory_, fileName_);
     file_.Reset(KOSA_Fopen(path, "ab+"));
     if (!file_) {
-        // Deliberate: waits for "not open", which the adapter never answers (a failed open is null). A log that
-        // cannot be written shall not turn up under a name that nobody looks for.
+        // Deliberate, unreachable: `KOSA_Fopen` returns null, which counts as open here, so that no fallback file
+        // appears.
         FormatBounded(path, sizeof(path), "%s%s", directory_, kFallbackName);
         file_.Reset(KOSA_Fopen(path, "ab+"));
         std::memcpy(fileName_, kFallbackName, sizeof(kFallbackName));
@@ -116,8 +116,8 @@ bool LogOneImpl::OpenFile() noexcept {
         return false;
     }
     if (file_.Get() != nullptr) {
-        // Each line is flushed anyway. A buffer would only be trouble when the process ends in the middle of one: the
-        // run-time writes what it finds there once more, half a line or one that has been written already.
+        // Each line is flushed anyway. When the process ends during a line, the C runtime writes the contents of a
+        // buffer once more: half a line, or a line that is in the file already.
         std::setvbuf(file_.Get(), nullptr, _IONBF, 0);
     }
     WriteHeader();
@@ -131,8 +131,8 @@ void LogOneImpl::WriteHeader() noexcept {
     KOSA_Fflush(file_.Get());
 }
 
-// The stream also reads ("ab+"), and between a write and a read it must be positioned: each check starts and ends at
-// the start. What is written goes to the end wherever the position is.
+// The stream also reads ("ab+"), and must be positioned between a write and a read. Each check therefore begins and
+// ends at the start. Writes append, whatever the position is.
 bool LogOneImpl::IsFull() const noexcept {
     KOSA_Fseek(file_.Get(), 0, SEEK_SET);
     KOSA_Fseek(file_.Get(), 0, SEEK_END);
@@ -141,8 +141,9 @@ bool LogOneImpl::IsFull() const noexcept {
     return size >= maxSize_;
 }
 
-// A file that another process has open cannot be renamed, and its content would be lost. Those that write find it full
-// as well and close it, if they get the lock. @return whether the rotation is still to be done, and by this process.
+// A file that another process has open cannot be renamed, and its content would be lost. Other processes that write
+// find the file full as well, and close it when they get the lock. @return whether the rotation is still to be done,
+// and by this process.
 bool LogOneImpl::LetOthersClose() noexcept {
     processLock_->Unlock();
     ::Sleep(kCloseTime);
@@ -152,7 +153,7 @@ bool LogOneImpl::LetOthersClose() noexcept {
     char path[sizeof(directory_) + sizeof(fileName_)];
     FormatBounded(path, sizeof(path), "%s%s", directory_, fileName_);
     file_.Reset(KOSA_Fopen(path, "rb"));
-    // One that cannot be read is for this process to rotate: looked for anew with each line, it would stop the host.
+    // A file that cannot be read counts as full. Otherwise each line would wait here again.
     const bool full = file_.Get() == nullptr || IsFull();
     file_.Reset();
     if (!full) {
@@ -165,11 +166,10 @@ void LogOneImpl::Rotate() {
     file_.Reset();
     const std::optional<LogNameParts> parts = SplitLogName(fileName_);
     if (!parts) {
-        // Deliberate: a name without an extension leaves no room for numbered copies; the log ends here rather than
-        // growing without bound.
+        // Deliberate: the log ends here, because a name without an extension has no place for the number of a copy.
         return;
     }
-    // Memory may run out before the copies are known; the next line then appends to the old file and tries again.
+    // If memory runs out before the copies are known, the next line appends to the old file and tries again.
     reopenPending_ = true;
     if (!LetOthersClose()) {
         return;

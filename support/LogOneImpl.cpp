@@ -68,7 +68,7 @@ int AppendWide(char* target, size_t size, const wchar_t* format, va_list argumen
 } // namespace
 
 LogOneImpl::LogOneImpl(const char* path) : lineBuffer_(new char[kLineBytes]) {
-    PlaceOnDisk(path);
+    ChooseFile(path);
     processLock_.emplace((std::string(directory_) + fileName_).c_str());
 }
 
@@ -85,8 +85,8 @@ LogOneImpl::~LogOneImpl() {
 }
 
 template <class AppendMessage>
-void LogOneImpl::WriteLine(const Place& place, AppendMessage append) noexcept {
-    if (!LoggingAlive() || !place.IsComplete()) {
+void LogOneImpl::WriteLine(const LineOrigin& origin, AppendMessage append) noexcept {
+    if (!LoggingAlive() || !origin.IsComplete()) {
         return;
     }
     const MC_Lock lock(&RegistryLock());
@@ -98,7 +98,7 @@ void LogOneImpl::WriteLine(const Place& place, AppendMessage append) noexcept {
     try {
         const bool ready = (scope.Owned() || postponed_.size() >= kMostPostponed) && PrepareFile(scope.Owned());
         const bool used = !ready || WritesToFile() || (outputMode_ & kBuildAlways) != 0;
-        if (!used || place.level > level_ || !BuildLine(place, append)) {
+        if (!used || origin.level > level_ || !BuildLine(origin, append)) {
             return;
         }
         if (!ready) {
@@ -115,8 +115,8 @@ void LogOneImpl::WriteLine(const Place& place, AppendMessage append) noexcept {
 // `append` gets the room behind the prefix, line end and terminator already taken off, and returns the bytes it stored,
 // or -1 to drop the line.
 template <class AppendMessage>
-bool LogOneImpl::BuildLine(const Place& place, AppendMessage append) noexcept {
-    const int prefix = BuildPrefix(place);
+bool LogOneImpl::BuildLine(const LineOrigin& origin, AppendMessage append) noexcept {
+    const int prefix = BuildPrefix(origin);
     const size_t used = static_cast<size_t>(std::max(prefix, 0));
     if (prefix < 0 || used + kLineEndLength + 1 > kLineBytes) {
         return false;
@@ -177,8 +177,8 @@ void LogOneImpl::Trace(const char* tag, const char* function, const char* file, 
     });
 }
 
-int LogOneImpl::BuildPrefix(const Place& place) noexcept {
-    const char* const level = LevelText(place.level);
+int LogOneImpl::BuildPrefix(const LineOrigin& origin) noexcept {
+    const char* const level = LevelText(origin.level);
     if (level == nullptr) {
         return -1;
     }
@@ -188,10 +188,10 @@ int LogOneImpl::BuildPrefix(const Place& place) noexcept {
     line << "[" << time << "][P:" << int64_t{::GetCurrentProcessId()} << "/T:" << int64_t{::GetCurrentThreadId()}
          << "][";
     line << level << "][";
-    if (*place.tag != '\0') {
-        line << place.tag << "][";
+    if (*origin.tag != '\0') {
+        line << origin.tag << "][";
     }
-    line << BaseName(place.file) << ":" << place.line << " " << place.function << "]";
+    line << BaseName(origin.file) << ":" << origin.line << " " << origin.function << "]";
     return line.Finish();
 }
 

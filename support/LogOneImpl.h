@@ -47,7 +47,7 @@ public:
     void SetOutputMode(uint32_t bits) noexcept override;
 
 private:
-    struct Place {
+    struct LineOrigin {
         const char* tag;
         const char* function;
         const char* file;
@@ -59,11 +59,11 @@ private:
     static constexpr size_t kLineBytes = 16384; // prefix, message, line end and terminator
 
     template <class AppendMessage>
-    void WriteLine(const Place& place, AppendMessage append) noexcept;
+    void WriteLine(const LineOrigin& origin, AppendMessage append) noexcept;
     template <class AppendMessage>
-    bool BuildLine(const Place& place, AppendMessage append) noexcept;
-    void PlaceOnDisk(const char* path);
-    bool UsePlace(const std::string& directory, const std::string& fileName) noexcept;
+    bool BuildLine(const LineOrigin& origin, AppendMessage append) noexcept;
+    void ChooseFile(const char* path);
+    bool UseFile(const std::string& directory, const std::string& fileName) noexcept;
 
     // All of these under the registry lock.
     bool PrepareFile(bool owned);
@@ -73,7 +73,7 @@ private:
     bool IsFull() const noexcept;
     bool LetOthersClose() noexcept;
     RotationPlan PlanCopies(const LogNameParts& parts) const;
-    int BuildPrefix(const Place& place) noexcept;
+    int BuildPrefix(const LineOrigin& origin) noexcept;
     bool WritesToFile() const noexcept;
     void WriteOut(const char* text) noexcept;
 

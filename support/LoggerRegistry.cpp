@@ -6,7 +6,7 @@ namespace {
 
 std::atomic<bool> g_alive{false}; // Needs no construction: readable before and after everything below.
 
-// In this order: the registry goes first at the process's end, its locks after it.
+// In this order: the registry is destroyed first, its locks after it.
 MC_Critical_Section g_apiLock(true);
 MC_Critical_Section g_registryLock(true);
 LoggerRegistry g_registry;
@@ -48,8 +48,8 @@ LoggerRegistry::LoggerRegistry() noexcept {
 LoggerRegistry::~LoggerRegistry() {
     g_alive.store(false, std::memory_order_release);
     if (!g_registryLock.TryLock()) {
-        // A thread that the process's end killed in mid-line still holds it. Every line was flushed; the rest is the
-        // system's to free.
+        // A thread was killed inside a line and still holds the lock. Every line was flushed; the system frees the
+        // rest.
         static_cast<void>(first_.release());
         return;
     }

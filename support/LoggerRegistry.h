@@ -14,8 +14,9 @@ MC_Critical_Section& RegistryLock() noexcept;
 /// The lock that a `LogOne...` function holds for its whole run.
 MC_Critical_Section& ApiLock() noexcept;
 
-/// Whether no thread is inside a logger. At the process's end, when the other threads have been killed, a lock that is
-/// not free never will be: newer systems end a process at once, with a code of their own, that asks for such a lock.
+/// @return whether no thread is inside a logger. During exit a killed thread's lock is never released, and newer
+/// Windows
+///   ends a process that tries to take it.
 bool LoggersAtRest() noexcept;
 
 /// False before the module's static objects are built and after the registry is torn down: nothing is logged then, and
@@ -26,7 +27,7 @@ bool LoggingAlive() noexcept;
 class LoggerRegistry {
 public:
     LoggerRegistry() noexcept;
-    /// Waits for nobody: loggers that a thread killed at the process's end may still hold are left to the system.
+    /// Waits for no lock: if a killed thread holds one, the system frees the loggers with the process.
     ~LoggerRegistry();
 
     LoggerRegistry(const LoggerRegistry&) = delete;
@@ -36,7 +37,7 @@ public:
     /// @throws std::bad_alloc when memory is exhausted.
     uint32_t Add(const char* path, std::unique_ptr<LogOne> logger);
     void Remove(uint32_t id) noexcept;
-    /// @return null for an unknown id. The logger lives until `Remove`; the API lock keeps that away.
+    /// @return null for an unknown id. The logger lives until `Remove`; the API lock prevents that.
     LogOne* Find(uint32_t id) noexcept;
 
 private:
@@ -45,7 +46,7 @@ private:
         std::unique_ptr<Node> next;
         std::unique_ptr<LogOne> logger;
         std::string path;
-        // Deliberate: nothing enters it. Each logger had a lock of its own once; the node keeps its place.
+        // Deliberate: nothing enters it.
         MC_Critical_Section lock{true};
     };
 

@@ -2,8 +2,7 @@
 
 namespace {
 
-// Deliberate: nothing in the module enters this lock. It keeps the place of the lock that the family has for the code
-// of a whole module, so that a source shared with its other modules finds it built at load and gone at unload.
+// Deliberate: a lock for the whole module, which nothing enters.
 MC_Critical_Section g_moduleLock(true);
 
 } // namespace
@@ -26,10 +25,9 @@ void MC_Critical_Section::Init() noexcept {
     ::InitializeCriticalSection(&section_);
 }
 
-// Deliberate: the flag stays set. A lock used after its deletion is the caller's fault and shall show in a debugger
-// instead of passing as a lock that was never initialised.
+// Deliberate: the flag stays set, so that `Lock` after `Delete` is not taken for `Lock` before `Init`.
 void MC_Critical_Section::Delete() noexcept {
-    // The destructor comes here once more, and the platform does not take a section back twice.
+    // The destructor calls this once more, and a section must not be deleted twice.
     if (alive_) {
         alive_ = false;
         ::DeleteCriticalSection(&section_);

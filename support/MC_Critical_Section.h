@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
-/// Recursive lock over the platform's critical section. Unlike a lock of the C++ library it may be orphaned by a thread
-/// that the process's end killed: the platform never blocks on such a section while it shuts the process down.
-/// Any thread; `Init` and `Delete` are the owner's.
+/// Recursive lock over the platform's critical section. While a process exits, Windows does not block on a section
+/// whose thread was killed. It promises that for no other kind of lock. Any thread; `Init` and `Delete` are the
+/// owner's.
 class MC_Critical_Section {
 public:
     /// @param initialise true makes the lock usable at once, false leaves that to `Init`.
@@ -15,7 +15,7 @@ public:
     MC_Critical_Section& operator=(const MC_Critical_Section&) = delete;
 
     virtual void Init() noexcept;
-    /// Gives the platform's object back, once. The lock must not be used afterwards, only destroyed.
+    /// Deletes the platform's object, once. The lock must not be used afterwards, only destroyed.
     virtual void Delete() noexcept;
 
     /// Both do nothing before `Init`.

@@ -1,7 +1,6 @@
 #include "support/MC_Event.h"
 
-// Deliberate: inheritable and open to everyone. Helper processes of other rights wait for events of this family; the
-// event has no name, so only a process that was handed the handle reaches it.
+// Deliberate: inheritable and open to everyone. The event has no name, so only processes with a handle reach it.
 MC_Event::MC_Event() noexcept {
     SECURITY_DESCRIPTOR descriptor = {};
     ::InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);

@@ -2,20 +2,19 @@
 
 namespace {
 
-// Stands in the handle's place from before the thread's creation until its handle is stored. A thread that ends faster
-// than that takes it away, and `Start` then knows that nobody is left to close the handle.
+// The value of the handle from before the thread's creation until its handle is stored. A thread that ends before that
+// replaces it with null, and `Start` then closes the handle.
 HANDLE Starting() noexcept {
     return INVALID_HANDLE_VALUE;
 }
 
-// What the thread does between giving its handle up and signalling takes microseconds; the bound is for a thread that
-// was killed in between.
+// A thread clears its handle and signals some microseconds later. The limit is for a thread that is killed in between.
 constexpr uint32_t kLastStepsMilliseconds = 1000;
 
 } // namespace
 
 MC_Thread::MC_Thread() noexcept {
-    finished_.Set(); // nobody to wait for
+    finished_.Set(); // No thread runs.
 }
 
 MC_Thread::~MC_Thread() {
@@ -25,7 +24,7 @@ MC_Thread::~MC_Thread() {
 bool MC_Thread::Start() noexcept {
     stop_.store(false, std::memory_order_release);
     if (handle_.load() == nullptr) {
-        finished_.Wait(kLastStepsMilliseconds); // one that gave its handle up may still be about to signal
+        finished_.Wait(kLastStepsMilliseconds); // A thread that has cleared its handle may not have signalled yet.
     }
     finished_.Reset();
     handle_.store(Starting());
@@ -48,7 +47,7 @@ bool MC_Thread::Stop(uint32_t milliseconds) noexcept {
         return false;
     }
     if (handle_.load() == nullptr) {
-        // No thread, or one that gave its handle up and is about to signal: the object must live until it has.
+        // There is no thread, or it has cleared its handle and will signal. The object must live until then.
         finished_.Wait(kLastStepsMilliseconds);
         return true;
     }
@@ -57,13 +56,13 @@ bool MC_Thread::Stop(uint32_t milliseconds) noexcept {
     }
     const HANDLE running = handle_.exchange(nullptr);
     if (running == nullptr) {
-        return finished_.Wait(kLastStepsMilliseconds); // gave its handle up this moment
+        return finished_.Wait(kLastStepsMilliseconds); // The thread has just cleared its handle.
     }
     ::TerminateThread(running, 1);
-    ::WaitForSingleObject(running, kLastStepsMilliseconds); // it may run on for a moment, with what the caller frees
+    ::WaitForSingleObject(running, kLastStepsMilliseconds); // Until then it may still use what the caller frees.
     ::CloseHandle(running);
     std::atomic_ref(threadId_).store(0);
-    finished_.Set(); // in the place of the thread, which no longer can
+    finished_.Set(); // The thread can no longer do it.
     return false;
 }
 
@@ -88,7 +87,7 @@ DWORD WINAPI MC_Thread::Entry(void* object) noexcept {
     try {
         self->Run();
     } catch (...) {
-        // The body's exceptions end here: beyond lies the platform's code, which would end the host process.
+        // An exception that left the thread would end the host process.
     }
     self->Finish();
     return 0;

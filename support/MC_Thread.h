@@ -20,8 +20,7 @@ public:
     /// The thread's body. It ends soon after `StopRequested` turns true; what it throws ends it silently.
     virtual void Run() = 0;
 
-    /// Starts the thread; a finished one may be started again. Deliberate: a thread that still runs is neither looked
-    /// for nor stopped, the owner pairs its calls.
+    /// Starts the thread. A finished one may be started again. Deliberate: does not check for a thread that still runs.
     /// @return true when a thread was created.
     bool Start() noexcept;
 

@@ -13,8 +13,7 @@ std::optional<LogNameParts> SplitLogName(std::string_view fileName) {
 }
 
 std::optional<uint32_t> RotationIndex(std::string_view entry, std::string_view fileName, std::string_view base) {
-    // Deliberate: the base may stand anywhere in the entry and the extension is not compared, so that copies which a
-    // user renamed to open them in another program still move on and are removed in the end.
+    // Deliberate: the base may stand anywhere in the entry, and the extension is not compared.
     if (entry.find(base) == std::string_view::npos) {
         return std::nullopt;
     }
