@@ -104,11 +104,8 @@ public:
             return E_POINTER;
         }
         HRESULT status = FindEventSource(source, __uuidof(Events), connectionPoint_);
-        // Kept even when no events will come of it: the tables know the source by its address, which must not become
-        // another object's while the sink is there.
-        const HRESULT kept = source->QueryInterface(&source_);
         if (SUCCEEDED(status)) {
-            status = kept;
+            status = source->QueryInterface(&source_);
         }
         if (SUCCEEDED(status)) {
             status = connectionPoint_->Advise(static_cast<Events*>(this), &cookie_);
@@ -116,6 +113,7 @@ public:
         if (FAILED(status)) {
             cookie_ = 0;
             connectionPoint_ = nullptr;
+            source_ = nullptr;
         }
         return status;
     }
