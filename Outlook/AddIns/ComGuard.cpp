@@ -4,10 +4,6 @@
 #include "support/LogLine.h"
 
 HRESULT ReportCaught(const wchar_t* source, const wchar_t* method, HRESULT status) noexcept {
-    try {
-        LogLine(source, method).Error() << L"ended by an exception: 0x" << Hex(status);
-    } catch (...) {
-        // The report is best effort; the status still reaches the caller.
-    }
+    LogLine(source, method).Error() << L"ended by an exception: 0x" << Hex(status);
     return status;
 }

@@ -22,18 +22,36 @@ void LogEvent(const wchar_t* method, DISPID event,
     LogLine(kSource, method, line).Info() << L"DispId: " << event;
 }
 
-/// The window that a "new window" event brings. @return false, with a log line, for any other arguments.
-template <class Interface>
-bool TakeWindow(const wchar_t* method, const DISPPARAMS& arguments, Interface& window) {
+/// A "new window" event of a collection. Other arguments than one object are an error; an object that is no such window
+/// is passed over.
+template <class WindowPtr, class Handle>
+HRESULT OnNewWindow(const wchar_t* method, DISPID event, const DISPPARAMS& arguments, Handle&& handle) {
+    if (event != kNewWindow) {
+        return E_NOTIMPL;
+    }
+    LogEvent(method, event);
     if (arguments.cArgs != 1 || arguments.rgvarg == nullptr || arguments.rgvarg[0].vt != VT_DISPATCH) {
         LogLine(kSource, method).Error() << L"Invalid params.";
-        return false;
+        return E_INVALIDARG;
     }
-    IDispatch* object = arguments.rgvarg[0].pdispVal;
-    if (object != nullptr) {
+    WindowPtr window;
+    if (IDispatch* const object = arguments.rgvarg[0].pdispVal; object != nullptr) {
         object->QueryInterface(&window);
     }
-    return true;
+    if (window) {
+        handle(window);
+    }
+    return S_OK;
+}
+
+template <class Handle>
+HRESULT OnWindowClose(const wchar_t* method, DISPID event, Handle&& handle) {
+    if (event != kWindowClose) {
+        return E_NOTIMPL;
+    }
+    LogEvent(method, event);
+    handle();
+    return S_OK;
 }
 
 /// Refuses what the host is about to do. Cancel is the last argument, and arguments arrive last first. It does arrive
@@ -78,59 +96,36 @@ HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& po
 }
 
 HRESULT ExplorersEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments) {
-    if (event != kNewWindow) {
-        return E_NOTIMPL;
-    }
-    LogEvent(Name(), event);
-    Outlook::_ExplorerPtr explorer;
-    if (!TakeWindow(Name(), arguments, explorer)) {
-        return E_INVALIDARG;
-    }
-    const AddInPtr handler(Handler());
-    if (handler) {
-        handler->OnNewExplorer(explorer);
-    }
-    return S_OK;
+    return OnNewWindow<Outlook::_ExplorerPtr>(Name(), event, arguments, [this](const Outlook::_ExplorerPtr& explorer) {
+        if (const AddInPtr handler(Handler()); handler) {
+            handler->OnNewExplorer(explorer);
+        }
+    });
 }
 
 HRESULT ExplorerEventsSink::OnEvent(DISPID event, const DISPPARAMS& /*arguments*/) {
-    if (event != kWindowClose) {
-        return E_NOTIMPL;
-    }
-    LogEvent(Name(), event);
-    const AddInPtr handler(Handler());
-    if (handler) {
-        handler->OnExplorerClose(SourceObject());
-    }
-    return S_OK;
+    return OnWindowClose(Name(), event, [this] {
+        if (const AddInPtr handler(Handler()); handler) {
+            handler->OnExplorerClose(SourceObject());
+        }
+    });
 }
 
 HRESULT InspectorsEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments) {
-    if (event != kNewWindow) {
-        return E_NOTIMPL;
-    }
-    LogEvent(Name(), event);
-    Outlook::_InspectorPtr inspector;
-    if (!TakeWindow(Name(), arguments, inspector)) {
-        return E_INVALIDARG;
-    }
-    const AddInPtr handler(Handler());
-    if (handler && inspector) {
-        handler->OnNewInspector(inspector);
-    }
-    return S_OK;
+    return OnNewWindow<Outlook::_InspectorPtr>(Name(), event, arguments,
+                                               [this](const Outlook::_InspectorPtr& inspector) {
+                                                   if (const AddInPtr handler(Handler()); handler) {
+                                                       handler->OnNewInspector(inspector);
+                                                   }
+                                               });
 }
 
 HRESULT InspectorEventsSink::OnEvent(DISPID event, const DISPPARAMS& /*arguments*/) {
-    if (event != kWindowClose) {
-        return E_NOTIMPL;
-    }
-    LogEvent(Name(), event);
-    const AddInPtr handler(Handler());
-    if (handler) {
-        handler->OnInspectorClose(SourceObject());
-    }
-    return S_OK;
+    return OnWindowClose(Name(), event, [this] {
+        if (const AddInPtr handler(Handler()); handler) {
+            handler->OnInspectorClose(SourceObject());
+        }
+    });
 }
 
 HRESULT ItemEventsSink::OnEvent(DISPID event, const DISPPARAMS& arguments) {

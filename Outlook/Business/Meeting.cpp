@@ -48,6 +48,17 @@ NotifyData ToRecord(const NotificationFields& fields) {
     return record;
 }
 
+template <class Body>
+HRESULT Guard(Body&& body) noexcept {
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (...) {
+        return E_UNEXPECTED;
+    }
+}
+
 } // namespace
 
 // Never destroyed: at process exit the channel thread may still deliver a notification, and the exit must not wait for
@@ -58,28 +69,18 @@ Meeting& Meeting::GetInstance() {
 }
 
 HRESULT Meeting::Init(NotifyCallback callback) noexcept {
-    try {
+    return Guard([&] {
         auto replaced = callback ? std::make_shared<const NotifyCallback>(std::move(callback)) : nullptr;
         // The result is not needed: the send functions report a channel that is not running.
         uisdk_protocol_start(&Meeting::ReceiveTrampoline, &Meeting::logOutput, "");
         MC_Lock hold(&callbackLock_);
         callback_.swap(replaced);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    } catch (...) {
-        return E_UNEXPECTED;
-    }
-    return S_OK;
+        return S_OK;
+    });
 }
 
 HRESULT Meeting::OnAction(const ActionData& action) noexcept {
-    try {
-        return SendCommand(action);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    } catch (...) {
-        return E_UNEXPECTED;
-    }
+    return Guard([&] { return SendCommand(action); });
 }
 
 bool Meeting::IsClientConnected() noexcept {
