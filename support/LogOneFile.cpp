@@ -145,9 +145,9 @@ bool LogOneImpl::IsFull() const noexcept {
 // find the file full as well, and close it when they get the lock. @return whether the rotation is still to be done,
 // and by this process.
 bool LogOneImpl::LetOthersClose() noexcept {
-    processLock_->Unlock();
+    processLock_.Unlock();
     ::Sleep(kCloseTime);
-    if (!processLock_->Lock(true)) {
+    if (!processLock_.Lock(true)) {
         return false;
     }
     char path[sizeof(directory_) + sizeof(fileName_)];

@@ -69,13 +69,13 @@ int AppendWide(char* target, size_t size, const wchar_t* format, va_list argumen
 
 LogOneImpl::LogOneImpl(const char* path) : lineBuffer_(new char[kLineBytes]) {
     ChooseFile(path);
-    processLock_.emplace((std::string(directory_) + fileName_).c_str());
+    processLock_ = ProcessLock((std::string(directory_) + fileName_).c_str());
 }
 
 LogOneImpl::~LogOneImpl() {
     const MC_Lock lock(&RegistryLock());
     if (!postponed_.empty()) {
-        const ProcessLockScope scope(*processLock_, false); // DllMain again
+        const ProcessLockScope scope(processLock_, false); // DllMain again
         const bool waitedInVain = tries_ > 1;
         if ((scope.Owned() || waitedInVain) && (file_ || OpenFile())) {
             WriteOut(postponed_.c_str());
@@ -93,7 +93,7 @@ void LogOneImpl::WriteLine(const LineOrigin& origin, AppendMessage append) noexc
     if (disabled_) {
         return;
     }
-    const ProcessLockScope scope(*processLock_, tries_ % kTriesPerWait == 1);
+    const ProcessLockScope scope(processLock_, tries_ % kTriesPerWait == 1);
     tries_ = scope.Owned() ? 1 : tries_ + 1;
     try {
         const bool ready = (scope.Owned() || postponed_.size() >= kMostPostponed) && PrepareFile(scope.Owned());

@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <memory>
-#include <optional>
 
 /// A log's file. "Not open" is the handle with all bits set, while a failed open gives null.
 /// Deliberate: null therefore counts as open. The adapter refuses every call on it, so a log that cannot be opened
@@ -88,7 +87,7 @@ private:
     char name_[256] = {};
     uint32_t outputMode_ = 1;
     std::unique_ptr<char[]> lineBuffer_;
-    std::optional<ProcessLock> processLock_; // made with the log's path
-    std::string postponed_;                  // lines that found the lock taken and are not in the file yet
-    uint32_t tries_ = 0;                     // to take the lock since it was owned last, that one included
+    ProcessLock processLock_;
+    std::string postponed_; // lines that found the lock taken and are not in the file yet
+    uint32_t tries_ = 0;    // to take the lock since it was owned last, that one included
 };
