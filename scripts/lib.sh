@@ -3,7 +3,7 @@
 step() { printf '==> %s\n' "$*" >&2; }
 die() { printf '%s\n' "$*" >&2; exit 1; }
 
-# show_help "$@": prints the comment at the head of the calling script when that is all it is asked for.
+# show_help "$@": on --help, prints the comment at the head of the calling script and exits.
 show_help() {
     case ${1:-} in
         -h|--help) sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"; exit 0 ;;
@@ -33,7 +33,7 @@ configure_and_build() {
     (cd "$root" && cmake --build --preset "$preset" ${*:+--target "$@"})
 }
 
-# build_release TARGET...: everything from a fresh machine to the release build of these targets.
+# build_release TARGET...: sets the machine up and makes the release build of these targets.
 build_release() {
     "$root/scripts/setup" >&2
     step "building the release"
@@ -65,7 +65,7 @@ close_wine() {
     end_wine "$prefix"
 }
 
-# end_wine FOLDER: ends what still runs in that prefix.
+# end_wine FOLDER: ends the programs that still run in that prefix.
 end_wine() {
     [ -d "$1" ] || return 0
     (use_wine_prefix "$1" && timeout 30 wineserver -k 2>/dev/null) || true
@@ -74,8 +74,8 @@ end_wine() {
 # run_wine LIMIT OUTPUT PROGRAM [ARGUMENT...]: runs a Windows program within LIMIT seconds. All scripts start Wine here.
 # Both streams are appended to the file OUTPUT; it is never a pipe, because Wine's lingering services would hold it open.
 #
-# With randomised addresses, Wine sometimes ends before the program begins, and some containers do not let a script switch
-# them off. Wine also ends so, with a message of its own, when its server for the prefix is just shutting down. A program
+# With randomised addresses, Wine sometimes exits before the program begins. Some containers do not let a script disable
+# this randomisation. Wine also exits, with a message of its own, when its server for the prefix is shutting down. A program
 # that fails without any output is therefore started again, twice at most. Each repeated start adds a line to the file
 # that NEMBRA_REPEATED_STARTS names.
 run_wine() {
@@ -105,7 +105,7 @@ run_wine() {
 # set_wine_value OUTPUT KEY NAME DATA [TYPE]: writes a value into the registry of the current prefix.
 set_wine_value() { run_wine 60 "$1" reg add "$2" /v "$3" /t "${5:-REG_SZ}" /d "$4" /f; }
 
-# follow_wine LIMIT PROGRAM [ARGUMENT...]: run_wine with the file $output; shows what the program writes while it runs.
+# follow_wine LIMIT PROGRAM [ARGUMENT...]: run_wine with the file $output; prints the program's output while it runs.
 follow_wine() {
     local status=0
     : >"$output"
