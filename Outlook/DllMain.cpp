@@ -24,7 +24,7 @@ bool HasMemory() noexcept {
 void OnProcessAttach(HMODULE module) noexcept {
     ModuleState::module = module;
     if (!HasMemory()) {
-        return; // No log either: the runtime has no memory in reserve for an exception, and raising one would abort.
+        return; // No log either: the runtime has no memory in reserve for an exception and would abort the process.
     }
     OpenAddinLog();
     LogLine(kSource, L"DllMain").Info() << L"Built at " << __DATE__ << L" " << __TIME__;

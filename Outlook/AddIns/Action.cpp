@@ -66,7 +66,7 @@ HRESULT AddIn::ActionTask(ActionType type, Outlook::_AppointmentItemPtr item) {
         // The appointment exists in a store already: the client schedules a new meeting, and its answer goes into a
         // new appointment.
         currentInspector_ = nullptr;
-        info.reschedule = 1; // Deliberate: part of the snapshot although no reader is left.
+        info.reschedule = 1; // Deliberate: part of the snapshot, although nothing reads it.
         info.confOutlookId.clear();
     }
     if (!FillCommand(type, info, action)) {

@@ -15,7 +15,8 @@ namespace {
 constexpr const wchar_t* kSource = L"AddIns/AddIn";
 constexpr long kOldestHostVersion = 15; // Outlook 2013
 
-/// Connects a collection's sink, made on first use. A sink that cannot be connected stays and hears nothing.
+/// Connects a collection's sink, which is made on first use. A sink that cannot be connected stays and receives no
+/// events.
 template <class Sink>
 void Follow(IEventSinkPtr& sink, AddIn* handler, IUnknown* collection) {
     if (!sink) {
@@ -51,7 +52,7 @@ bool IsHostSupported(Outlook::_Application* application) {
     return text != nullptr && std::wcstol(text, nullptr, 10) >= kOldestHostVersion;
 }
 
-/// The host's user-interface language; Chinese when the host cannot tell.
+/// The host's user-interface language; Chinese when the host does not report it.
 DWORD ReadLanguage(Outlook::_Application* application) {
     Outlook::LanguageSettingsPtr settings;
     long language = 0;
@@ -68,8 +69,8 @@ AddIn::AddIn()
 
 AddIn::~AddIn() {
     gate_->Close();
-    // Everything that could reach this object falls silent before the host is called: a sink that lets go of its window
-    // can bring an event or a waiting task, and neither must take and release references on an add-in that is ending.
+    // All sources of calls are muted before the host is called: when a sink releases its window, an event or a waiting
+    // task may arrive. Neither may take and release references on an add-in that is being destroyed.
     MuteSink(explorersSink_);
     MuteSink(inspectorsSink_);
     sinks_.Mute();
@@ -192,8 +193,8 @@ HRESULT AddIn::Connect(IDispatch* application) {
     if (FAILED(status)) {
         return status;
     }
-    // Deliberate: without an explorer the call's own status is the answer, S_OK included. The add-in then stays inert
-    // until Outlook loads it again, this time with a window.
+    // Deliberate: without an explorer the status of the call is returned, also S_OK. The add-in then does nothing until
+    // Outlook loads it again, with a window.
     Outlook::_ExplorerPtr explorer;
     status = FindActiveExplorer(explorer);
     if (!explorer) {
@@ -267,7 +268,7 @@ HRESULT AddIn::StartMeetingLink() {
     try {
         status = meeting.Init([gate = gate_](const NotifyData& data) { return gate->Notify(data); });
     } catch (const std::bad_alloc&) {
-        // of the callback itself
+        // The callback could not be allocated.
     }
     if (FAILED(status)) {
         LogLine(kSource, L"AddIn::OnConnection").Error() << L"Init event handler fail.";

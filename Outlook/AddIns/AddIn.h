@@ -15,13 +15,13 @@
 #include <memory>
 
 /// The COM object that Outlook creates: connection to the host, ribbon, appointments and the client's notifications.
-/// Every member is for the host's user-interface thread, but for the reference count and `NotifyCallback`.
-/// The order of the bases fixes the interface pointers that are handed out: `IConnect` is the object's identity.
+/// User-interface thread only, except the reference count and `NotifyCallback`.
+/// The order of the bases fixes the interface pointers that callers receive: `IConnect` is the object's identity.
 class AddIn final : public IConnect, public _IDTExtensibility2, public IRibbonExtensibility {
 public:
     AddIn();
 
-    /// Loads the type information of `IConnect`; registers the module's type library when that is not done yet.
+    /// Loads the type information of `IConnect`. Registers the module's type library when it is not registered yet.
     HRESULT Init();
 
     // IUnknown
@@ -56,14 +56,14 @@ public:
     // IRibbonExtensibility
     HRESULT STDMETHODCALLTYPE GetCustomUI(BSTR ribbonId, BSTR* xml) noexcept override;
 
-    /// Carries a notification over to the user-interface thread. Any thread; touches nothing but the window handle.
+    /// Passes a notification on to the user-interface thread. Any thread. Uses only the window handle.
     HRESULT NotifyCallback(const NotifyData& data);
 
-    /// Turns one action into one command for the meeting client. `item` is null when the action comes from an
-    /// explorer. Holds the item until it returns.
+    /// Sends one action to the meeting client as one command. `item` is null when the action comes from an explorer.
+    /// The call holds a reference on the item.
     HRESULT ActionTask(ActionType type, Outlook::_AppointmentItemPtr item);
 
-    // What the host's events ask of the add-in (ItemLife.cpp). The two that answer false refuse the host's action.
+    // The handlers of the host's events (ItemLife.cpp). A handler that returns false refuses the host's action.
     void OnNewExplorer(Outlook::_Explorer* explorer);
     void OnExplorerClose(Outlook::_Explorer* explorer);
     void OnNewInspector(Outlook::_InspectorPtr inspector);
@@ -99,15 +99,16 @@ private:
     bool IsClientConnected();
     void SettleNewItem(const Outlook::_AppointmentItemPtr& item);
 
-    ModuleState::LiveObject alive_; // first: the module must stay while the others are released
+    ModuleState::LiveObject
+        alive_; // first member, so destroyed last: the module must stay loaded while the others are released
     Outlook::_ApplicationPtr application_;
     Outlook::IRibbonUIPtr ribbonUI_;
-    std::shared_ptr<NotifyGate> gate_; // the meeting link's way to this object; outlives it
+    std::shared_ptr<NotifyGate> gate_; // the meeting link reaches this object through it; the link may keep it longer
     TaskWindow taskWindow_;
     ULONG_PTR gdiplusToken_ = 0;
     Gdiplus::GdiplusStartupInput gdiplusInput_;
-    DWORD languageId_ = kSimplifiedChinese;   // also when the host cannot tell its language
-    Outlook::_InspectorPtr currentInspector_; // the one in which schedule or modify was pressed last
+    DWORD languageId_ = kSimplifiedChinese;   // the value when the host does not report its language
+    Outlook::_InspectorPtr currentInspector_; // where "Schedule" or "Settings" was pressed last
     IEventSinkPtr explorersSink_;
     IEventSinkPtr inspectorsSink_;
     SinkTables sinks_;                          // of the open explorers, inspectors and appointments
@@ -116,6 +117,6 @@ private:
     ITypeInfoPtr typeInfo_;
 };
 
-/// Keeps an add-in alive while one of its handlers runs: a handler can pump messages, and the host may let go
-/// meanwhile.
+/// Keeps an add-in alive while one of its handlers runs: a handler can pump messages, and the host may release the
+/// add-in meanwhile.
 using AddInPtr = _com_ptr_t<_com_IIID<AddIn, &IID_IConnect>>;

@@ -16,7 +16,7 @@ std::wstring_view View(const _bstr_t& text) {
 
 _bstr_t MakeBstr(const std::wstring& text) {
     _bstr_t made;
-    BSTR& place = made.GetBSTR(); // both steps can run out of memory; this one must not lose the other's text
+    BSTR& place = made.GetBSTR(); // both steps may find no memory; the second must not lose the text of the first
     place = ::SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
     if (place == nullptr) {
         _com_issue_error(E_OUTOFMEMORY);
@@ -138,7 +138,7 @@ HRESULT GetAppointItemOfEvent(const wchar_t* method, Outlook::_Inspector* inspec
         LogLine(kSource, method).Warning() << L"get cureent item fail: 0x" << Hex(status);
         return status;
     }
-    // Deliberate: a window without an item is none of ours, and no error.
+    // Deliberate: a window without an item is not ours, and this is no error.
     if (!current || FAILED(current->QueryInterface(&item))) {
         LogLine(kSource, method).Info() << L"Not appointment item.";
         return E_NOINTERFACE;
@@ -167,7 +167,7 @@ HRESULT GetAppointItemFromEntryId(Outlook::_Application* application, const std:
     Outlook::GetCount(folders, count);
     const _bstr_t id = MakeBstr(entryId);
     for (int index = 1; index <= count; ++index) {
-        // Deliberate: a store that hands out no folder is passed over like one that fails. Another may know the item.
+        // Deliberate: a store without a folder is skipped, as one that fails. Another store may know the item.
         Outlook::MAPIFolderPtr folder;
         _bstr_t storeId;
         if (FAILED(Outlook::GetItem(folders, index, folder)) || !folder ||
@@ -188,7 +188,7 @@ HRESULT CreateMeetingItem(Outlook::_Application* application, Outlook::_Appointm
     IDispatchPtr created;
     HRESULT status = Outlook::CreateItem(application, Outlook::olAppointmentItem, created);
     if (SUCCEEDED(status)) {
-        // Deliberate: a success without an item is logged and answered like a failure.
+        // Deliberate: a success without an item is logged and returned as a failure.
         status = created ? created->QueryInterface(&item) : E_POINTER;
     }
     if (FAILED(status)) {

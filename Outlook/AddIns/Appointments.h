@@ -8,9 +8,9 @@
 
 #include <string>
 
-// Appointments of the host: the marker in them, their snapshot, and the ways to get hold of one. An appointment is one
-// of the add-in's meeting items when its form comment carries the marker, see Marker.h. Failures are logged and
-// returned unchanged. User-interface thread.
+// Appointments of the host: their marker, their snapshot, and lookups that find one. An appointment is one of the
+// add-in's meeting items when its form comment carries the marker, see Marker.h. Failures are logged and returned
+// unchanged. User-interface thread.
 
 /// Reads the marker object. @return false, with null in `json`, when there is no readable comment.
 bool GetAppointmentItemComment(Outlook::_AppointmentItem* item, Json::Value& json);
@@ -19,19 +19,19 @@ void SetAppointmentItemComment(Outlook::_AppointmentItem* item, const Json::Valu
 // Each sets one member of the marker object and keeps the others.
 void SetAppointmentItemFlag(Outlook::_AppointmentItem* item, const char* key, bool value);
 void SetAppointmentItemString(Outlook::_AppointmentItem* item, const char* key, const std::wstring& text);
-/// @return true when the add-in has filled the appointment and the client does not know its final details yet.
+/// @return true when the add-in has filled the appointment and the client does not yet know its final details.
 bool IsNewItem(Outlook::_AppointmentItem* item);
 
-/// Whether an appointment could be read and is a meeting, of Outlook's or of the add-in's own. Not to be mistaken for
-/// `MeetingInfo::isMeetingItem`, which says that it carries the add-in's marker.
+/// Says whether an appointment could be read and is a meeting, Outlook's or the add-in's own. Do not confuse it with
+/// `MeetingInfo::isMeetingItem`, which says that the appointment carries the add-in's marker.
 enum class IsMeeting : bool { No, Yes };
 
-/// Reads an appointment. `info` stays as it is when the status or a time cannot be read, and is filled otherwise,
-/// whatever the answer.
+/// Reads an appointment. `info` stays unchanged when the status or a time cannot be read. Otherwise it is filled, for
+/// both results.
 IsMeeting GetMeetingInfo(Outlook::_AppointmentItem* item, MeetingInfo& info);
 
-// Two ways to the appointment of a window: a ribbon's window should have an item, so that none is an error; an event
-// comes from windows of every kind, so that none is a matter of course.
+// Two functions find the appointment of a window. The window of a ribbon should have an item, so a missing one is an
+// error. Events come from windows of every kind, so a missing item is normal.
 
 /// For ribbon callbacks and notifications. @return S_OK with a null `item` when the window has no item.
 HRESULT GetAppointItemForInspector(Outlook::_Inspector* inspector, Outlook::_AppointmentItemPtr& item);

@@ -4,10 +4,10 @@
 
 #include <new>
 
-/// Logs an exception that reached a boundary and answers its status.
+/// Logs an exception that reached a boundary. @return the exception's status.
 HRESULT ReportCaught(const wchar_t* source, const wchar_t* method, HRESULT status) noexcept;
 
-/// Runs a COM method's body; no exception leaves it.
+/// Runs the body of a COM method. An exception becomes a status.
 template <class Body>
 HRESULT GuardComCall(const wchar_t* source, const wchar_t* method, Body&& body) noexcept {
     try {

@@ -14,15 +14,16 @@ INT_PTR CALLBACK DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM /*l
     } else if (message == WM_COMMAND && HIWORD(wParam) == 0) {
         ::EndDialog(dialog, LOWORD(wParam));
     }
-    // Deliberate: FALSE for the two above as well. Nothing needs a message to be kept from the dialog manager. It then
-    // sets no focus when it makes the dialog, but the dialog passes the focus of its activation on to its first button
-    // that can be seen, or keeps it and takes the keys itself.
+    // Deliberate: FALSE for the two messages above as well. After FALSE for WM_INITDIALOG the dialog manager sets no
+    // focus. At its activation the dialog gives the focus to its first visible button. Without one it keeps the focus
+    // and receives the keys itself.
     return FALSE;
 }
 
 } // namespace
 
 INT_PTR ShowDialog(const DialogTemplates& dialog, Language language, const OwnerWindow& owner) {
-    // The owner is asked now: it may have closed since it was found, and a dialog of a closed owner would not appear.
+    // The owner's window is read now: it may have closed since it was found, and a dialog of a closed owner would not
+    // appear.
     return ::DialogBoxParamW(ModuleState::module, MAKEINTRESOURCEW(dialog[language]), owner.Get(), &DialogProc, 0);
 }

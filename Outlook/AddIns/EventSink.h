@@ -9,14 +9,14 @@
 
 class AddIn;
 
-/// A sink on one host object's events. The host's user-interface thread only, but for the reference count.
+/// A sink for the events of one host object. User-interface thread only, except the reference count.
 MIDL_INTERFACE("5d6bd6dd-53f5-4a0e-8bd7-3f5d6b9a1c42")
 IEventSink : public IUnknown {
-    /// Sets the add-in that the events go to; the sink does not own it. Null drops the events.
+    /// Sets the add-in that receives the events. The sink does not own it. Null drops the events.
     virtual HRESULT SetHandler(AddIn * handler) = 0;
     /// Connects the sink to the source and keeps the source. @return S_FALSE when it is connected already.
     virtual HRESULT Advise(IUnknown * source) = 0;
-    /// Disconnects and lets go of the source. Does nothing when it is not connected.
+    /// Disconnects the sink and releases the source. Does nothing when it is not connected.
     virtual HRESULT Unadvise() = 0;
     virtual ~IEventSink() = default;
 };
@@ -25,15 +25,15 @@ _COM_SMARTPTR_TYPEDEF(IEventSink, __uuidof(IEventSink));
 _COM_SMARTPTR_TYPEDEF(IConnectionPoint, __uuidof(IConnectionPoint));
 _COM_SMARTPTR_TYPEDEF(IConnectionPointContainer, __uuidof(IConnectionPointContainer));
 
-/// Drops the sink's events from now on; null is harmless.
+/// Drops the sink's events from now on. Does nothing for null.
 inline void MuteSink(const IEventSinkPtr& sink) {
     if (sink) {
         sink->SetHandler(nullptr);
     }
 }
 
-/// Mutes a sink and disconnects it; null is harmless. The order matters: the host may fire an event while it
-/// disconnects, when the sink has let go of its source already.
+/// Mutes a sink, then disconnects it. Does nothing for null. The order matters: the host may raise an event during the
+/// disconnection, when the sink has released its source already.
 inline void DisconnectSink(const IEventSinkPtr& sink) {
     MuteSink(sink);
     if (sink) {
@@ -41,8 +41,8 @@ inline void DisconnectSink(const IEventSinkPtr& sink) {
     }
 }
 
-/// Disconnects a sink at the end of the scope unless `Release` was called: a sink that no table keeps would go on
-/// bringing events to an add-in that may be gone. Null is harmless.
+/// Disconnects a sink at the end of the scope unless `Release` was called. A sink that no table keeps would continue to
+/// pass events to an add-in that may be destroyed. Does nothing for null.
 class DisconnectOnExit {
 public:
     explicit DisconnectOnExit(const IEventSinkPtr& sink) : sink_(sink) {}
@@ -57,7 +57,7 @@ private:
 };
 
 /// Finds the source's connection point for an event interface. A source without connection points is logged.
-/// @return never a success without a point.
+/// @return a failure whenever `point` is null.
 HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& point);
 
 /// What every sink has in common. `Events` is the host's event interface, `SourcePtr` the pointer to the object that
@@ -122,7 +122,7 @@ public:
         if (cookie_ == 0) {
             return S_OK;
         }
-        // Taken out first: the host may call back, or let go of this sink, while it disconnects.
+        // The members are cleared first: the host may call back, or release this sink, during the disconnection.
         const IUnknownPtr self(static_cast<Events*>(this));
         const SourcePtr source = std::exchange(source_, nullptr);
         const IConnectionPointPtr point = std::exchange(connectionPoint_, nullptr);
@@ -149,7 +149,7 @@ public:
     HRESULT STDMETHODCALLTYPE Invoke(DISPID dispid, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*, EXCEPINFO*,
                                      UINT*) noexcept override {
         return GuardComCall(L"AddIns/EventSink", name_, [&]() -> HRESULT {
-            // The event may end this sink's own life, or the add-in's: a handler can pump messages.
+            // A handler can pump messages, and this sink or the add-in may be released meanwhile.
             const IUnknownPtr self(static_cast<Events*>(this));
             static const DISPPARAMS kNoArguments = {};
             return OnEvent(dispid, params != nullptr ? *params : kNoArguments);
@@ -157,10 +157,10 @@ public:
     }
 
 protected:
-    /// @param name of the sink's Invoke for the log, as in L"ExplorerEventsSink::Invoke".
+    /// @param name the name of the sink's Invoke in the log, for example L"ExplorerEventsSink::Invoke".
     explicit EventSinkImpl(const wchar_t* name) noexcept : name_(name) {}
 
-    /// @return E_NOTIMPL for an event that does not matter.
+    /// @return E_NOTIMPL for an event that the sink does not use.
     virtual HRESULT OnEvent(DISPID event, const DISPPARAMS& arguments) = 0;
 
     AddIn* Handler() const noexcept { return handler_; }
@@ -176,7 +176,7 @@ private:
     const wchar_t* name_;
 };
 
-// The add-in's five sinks. Each is made not connected, with one reference; see `IEventSink`.
+// The add-in's five sinks. A new sink is not connected and has one reference, see `IEventSink`.
 
 class ExplorersEventsSink final : public EventSinkImpl<Outlook::ExplorersEvents, Outlook::_ExplorersPtr> {
 public:
@@ -221,10 +221,10 @@ private:
     HRESULT OnBeforeDelete(const DISPPARAMS& arguments);
 
     int32_t savedStatus_ = 0; // the item's meeting status at its last write
-    bool writeArmed_ = true;  // false between a send and the save that the host makes while sending
+    bool writeArmed_ = true;  // false between a send and the save that the host does while sending
 };
 
-/// Makes a sink of that kind, connects it and answers it. A source that has no such events still gives a sink.
+/// Makes and connects a sink of that kind. @return the sink, not connected when the source has no such events.
 template <class Sink>
 IEventSinkPtr MakeSink(AddIn* handler, IUnknown* source) {
     const IEventSinkPtr sink(static_cast<IEventSink*>(new Sink), false); // takes over the first reference

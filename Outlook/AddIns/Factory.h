@@ -5,7 +5,7 @@
 #include <atomic>
 #include <cstdint>
 
-/// The class factory of the add-in object. Starts with one reference; frees itself with the last. Any thread.
+/// The class factory of the add-in object. It starts with one reference and frees itself with the last one. Any thread.
 class Factory final : public IClassFactory {
 public:
     Factory() noexcept = default;

@@ -1,6 +1,6 @@
 #pragma once
 
-// gdiplus.h uses the global min and max, which NOMINMAX takes away.
+// gdiplus.h uses the global min and max, which NOMINMAX removes.
 #include <algorithm>
 namespace Gdiplus {
 using std::max;
@@ -9,13 +9,13 @@ using std::min;
 #include <objidl.h>
 #include <gdiplus.h>
 
-/// Starts GDI+ and keeps the token that stops it. @return 0 when GDI+ does not start.
+/// Starts GDI+. @return the token that stops it, 0 when GDI+ does not start.
 inline ULONG_PTR StartGdiplus(const Gdiplus::GdiplusStartupInput& input) {
     ULONG_PTR token = 0;
     return Gdiplus::GdiplusStartup(&token, &input, nullptr) == Gdiplus::Ok ? token : 0;
 }
 
-/// Stops what `StartGdiplus` started and clears the token. A token of 0 is harmless.
+/// Stops the GDI+ that `StartGdiplus` started and clears the token. Does nothing for 0.
 inline void StopGdiplus(ULONG_PTR& token) {
     if (token != 0) {
         Gdiplus::GdiplusShutdown(token);

@@ -49,8 +49,8 @@ void AddIn::OnNewInspector(Outlook::_InspectorPtr inspector) {
 }
 
 void AddIn::OnInspectorClose(Outlook::_InspectorPtr inspector) {
-    // The item's sink goes at the end, whatever happens: one that stayed would keep the item, and through it the host,
-    // alive.
+    // The item's sink is removed at the end in every case. Otherwise it would keep the item alive, and with it the
+    // host.
     const SinkTables::RemovedInspector removed = sinks_.RemoveInspector(inspector);
     Outlook::_AppointmentItemPtr item;
     if (SUCCEEDED(GetAppointItemOfEvent(L"AddIn::OnInspectorClose", inspector, item))) {
@@ -58,7 +58,7 @@ void AddIn::OnInspectorClose(Outlook::_InspectorPtr inspector) {
     }
 }
 
-/// Tells the client once what became of an appointment that the add-in has filled.
+/// Reports the fate of an appointment that the add-in has filled to the client, once.
 void AddIn::SettleNewItem(const Outlook::_AppointmentItemPtr& item) {
     bool saved = false;
     // An item whose state cannot be read must not count as discarded: a cancelled meeting does not come back.
@@ -81,7 +81,8 @@ bool AddIn::OnAppointmentItemSend(Outlook::_AppointmentItemPtr item, int32_t new
     MeetingInfo info;
     GetMeetingInfo(item, info);
     const bool connected = IsClientConnected();
-    // Deliberate: "old" is the status read now and "new" the one of the last write; readers of the log know them so.
+    // Deliberate: "old" is the status read now, and "new" the one of the last write. Readers of the log know these
+    // names.
     LogLine(kSource, L"AddIn::OnAppointmentItemSend").Info()
         << L"isNembraMeeting: " << info.isMeetingItem << L", isAlive: " << connected << L", oldStatus: "
         << info.meetingStatus << L", newStatus: " << newStatus;
@@ -109,15 +110,15 @@ bool AddIn::OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item) {
     const INT_PTR id = ShowDialog(kSyncDialog, LanguageOf(languageId_), OwnerWindow(sinks_, application_, item));
     LogLine(kSource, kMethod).Info() << L"id = " << id;
     if (id == IDC_SYNC_NOW) {
-        // Guarded by itself: however it ends, this save does not go ahead.
+        // A guard of its own: even after a failure here, this save does not happen.
         GuardComCall(kSource, kMethod, [&] { return ActionTask(ActionType::LaunchClient, item); });
     }
-    // Only "Later" saves now; otherwise the user saves again once the client is up.
+    // Only "Later" saves now. Otherwise the user saves again when the client is running.
     return id == IDC_SYNC_LATER;
 }
 
 bool AddIn::OnAppointmentItemDelete(Outlook::_AppointmentItemPtr /*item*/) {
-    // Office asks the callbacks again during the call and may hand over another ribbon then.
+    // During the call Office asks the callbacks again and may pass another ribbon to `OnLoad`.
     if (const Outlook::IRibbonUIPtr ribbon = ribbonUI_) {
         Outlook::InvalidateControl(ribbon, kCancelControl.data());
     }

@@ -7,7 +7,7 @@
 #include <ios>
 #include <ostream>
 
-/// Streams a status in hexadecimal and leaves the stream decimal: `<< L"fail: 0x" << Hex(status)`.
+/// Writes a status to a stream in hexadecimal. The stream is decimal afterwards: `<< L"fail: 0x" << Hex(status)`.
 struct Hex {
     explicit Hex(HRESULT status) noexcept : value(static_cast<uint32_t>(status)) {}
     uint32_t value;
@@ -17,7 +17,7 @@ inline std::wostream& operator<<(std::wostream& stream, Hex hex) {
     return stream << std::hex << hex.value << std::dec;
 }
 
-/// Streams an interface id in registry form.
+/// Writes an interface id to a stream, in the form of the registry.
 struct IdText {
     explicit IdText(REFIID id) noexcept { ::StringFromGUID2(id, text, ARRAYSIZE(text)); }
     wchar_t text[40] = {};

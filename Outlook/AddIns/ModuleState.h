@@ -5,14 +5,15 @@
 #include <atomic>
 #include <string>
 
-/// What the whole module shares. The handle is set once, at process attach.
+/// State that the whole module shares. The handle is set once, at process attach.
 namespace ModuleState {
 
 inline HMODULE module = nullptr;             // resources, strings, the module's path
 inline std::atomic<uint32_t> liveObjects{0}; // add-in objects alive
 inline std::atomic<uint32_t> serverLocks{0}; // locks of the class factory
 
-/// Counts the object that holds it. As the first member it goes last, when no code of the object is left to run.
+/// Counts the object that contains it. It must be the first member: it is then destroyed last, when no code of the
+/// object will run any more.
 struct LiveObject {
     LiveObject() noexcept { ++liveObjects; }
     ~LiveObject() { --liveObjects; }
@@ -24,7 +25,7 @@ inline bool CanUnload() noexcept {
     return liveObjects == 0 && serverLocks == 0;
 }
 
-/// The module's own path, of any length. Empty on failure.
+/// Reads the module's own path, of any length. `path` is empty on failure.
 HRESULT GetPath(std::wstring& path);
 
 } // namespace ModuleState

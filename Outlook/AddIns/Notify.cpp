@@ -36,7 +36,8 @@ void AddIn::NotifyProc(const NotifyData& data) {
 
 void AddIn::OnMeetingScheduled(const NotifyData& data) {
     Outlook::_AppointmentItemPtr item;
-    // Taken first: the calls below can pump messages, and the next notification must not find this inspector again.
+    // The member is cleared first: the calls below can pump messages, and the next notification must not find this
+    // inspector again.
     if (Outlook::_InspectorPtr inspector = std::exchange(currentInspector_, nullptr); inspector) {
         GetAppointItemForInspector(inspector, item);
         Outlook::Close(inspector, Outlook::olDiscard);
@@ -74,9 +75,9 @@ void AddIn::OnMeetingCancelled(const NotifyData& data) {
 void AddIn::OnMeetingChanged(const NotifyData& data) {
     Outlook::_AppointmentItemPtr item;
     if (FAILED(GetAppointItemFromEntryId(application_, data.confOutlookId, item)) || !item) {
-        return; // The lookup has logged it.
+        return; // The lookup has logged the failure.
     }
     PutMeeting(item, data);
-    // The user saves it.
+    // The appointment is not saved; the user does that.
     ShowDialog(kUpdatedDialog, LanguageOf(languageId_), OwnerWindow(sinks_, application_, item));
 }

@@ -3,8 +3,8 @@
 #include "Outlook/Business/AddinEventHandler.h"
 #include "support/MC_Critical_Section.h"
 
-/// The way from the channel's thread to an add-in object. The channel is never stopped and may deliver while the add-in
-/// is being switched off. It holds the gate, which the add-in closes before it ends.
+/// Passes notifications from the channel's thread to an add-in object. The channel never stops and may deliver while
+/// the user disables the add-in. It holds the gate, and the add-in closes the gate before it is destroyed.
 class NotifyGate {
 public:
     /// @param target called under the gate's lock; it may only log and post.
@@ -13,10 +13,10 @@ public:
     /// Passes the notification on while the gate is open. @return S_FALSE when it is closed. Any thread.
     HRESULT Notify(const NotifyData& data);
 
-    /// Returns when a call that is under way has ended. User-interface thread.
+    /// Waits until a call in progress has ended. User-interface thread.
     void Wait() { MC_Lock lock(&lock_); }
 
-    /// After this no call is under way and none will come. User-interface thread.
+    /// Afterwards no call is in progress and no call follows. User-interface thread.
     void Close();
 
 private:

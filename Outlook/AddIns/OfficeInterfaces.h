@@ -8,7 +8,7 @@
 #define __CRT_UUID_DECL(type, ...)
 #endif
 
-/// How the add-in was loaded and why it is let go; the add-in reads neither.
+/// How the add-in was loaded, and why it is disconnected. The add-in reads neither.
 enum ext_ConnectMode : long {
     ext_cm_AfterStartup = 0,
     ext_cm_Startup = 1,

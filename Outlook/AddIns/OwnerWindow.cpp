@@ -37,7 +37,7 @@ OwnerWindow::~OwnerWindow() {
         return;
     }
     const HWND window = WindowOf(unseen_);
-    // A host that does not tell its windows may show it: what the user does in it is then not to be missed.
+    // A window that the host does not report may be visible. Its events are then still needed.
     if (window != nullptr && !::IsWindowVisible(window)) {
         const SinkTables::RemovedInspector removed = sinks_.RemoveInspector(unseen_);
     }

@@ -4,12 +4,12 @@
 
 class SinkTables;
 
-/// The host's window that a dialog or the client's window belongs to: the inspector's in which an appointment stands,
-/// or the active explorer's when there is no appointment. User-interface thread.
+/// The host's window above which a dialog or the client's window appears: the inspector of an appointment, or the
+/// active explorer when there is no appointment. User-interface thread.
 ///
-/// The host makes an inspector for an appointment that stands in none as soon as it is asked for it, and announces it
-/// like any other. The add-in then follows a window that nobody sees and that never closes. So the destructor lets the
-/// tables forget an inspector that came in this way, unless it has become visible meanwhile.
+/// When the host is asked for the inspector of an appointment that has none, it creates one and announces it like any
+/// other. The add-in would then follow an invisible window that never closes. The destructor therefore removes such an
+/// inspector from the tables, unless it has become visible meanwhile.
 class OwnerWindow {
 public:
     OwnerWindow(SinkTables& sinks, Outlook::_Application* application, Outlook::_AppointmentItem* item);
@@ -17,11 +17,11 @@ public:
     OwnerWindow(const OwnerWindow&) = delete;
     OwnerWindow& operator=(const OwnerWindow&) = delete;
 
-    /// The window, or null when there is none (any more). It can close whenever messages are pumped.
+    /// The window, or null when there is none or it has closed. It can close whenever messages are pumped.
     HWND Get() const noexcept { return ::IsWindow(window_) ? window_ : nullptr; }
 
 private:
     SinkTables& sinks_;
-    Outlook::_InspectorPtr unseen_; // an inspector that this lookup alone may have brought up
+    Outlook::_InspectorPtr unseen_; // an inspector that only this lookup may have created
     HWND window_ = nullptr;
 };

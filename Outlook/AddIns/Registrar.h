@@ -4,16 +4,17 @@
 
 #include <string>
 
-/// Writes and removes the registry entries that make the COM class creatable and make Outlook load the add-in for
-/// every user of the machine. Needs write access to HKEY_CLASSES_ROOT and HKEY_LOCAL_MACHINE.
+/// Writes and removes the registry entries that register the COM class and make Outlook load the add-in for every user
+/// of the machine. Needs write access to HKEY_CLASSES_ROOT and HKEY_LOCAL_MACHINE.
 class Registrar {
 public:
     Registrar();
 
-    /// Writes all entries, or none: the first failure takes back what was written and is returned.
+    /// Writes all entries or none: after the first failure, the written entries are removed and the failure is
+    /// returned.
     HRESULT Register();
 
-    /// Removes all entries; one that is not there counts as removed. The first other failure ends it.
+    /// Removes all entries. A missing entry counts as removed. Any other failure stops the removal and is returned.
     HRESULT Unregister();
 
 private:

@@ -15,8 +15,8 @@ namespace {
 
 constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the add-in object in the log
 
-/// Gives the keyboard focus to the body editor of an appointment's window. A window that is missing on the way ends
-/// in a null handle, which takes the focus from nobody else's window but this thread's.
+/// Gives the keyboard focus to the body editor of an appointment's window. When a window on the way is missing, the
+/// handle is null. `SetFocus` then removes the focus, but only from windows of this thread.
 void FocusBodyEditor(Outlook::_Inspector* inspector) {
     IOleWindowPtr oleWindow;
     if (inspector == nullptr || FAILED(inspector->QueryInterface(&oleWindow))) {
@@ -36,8 +36,8 @@ HRESULT ReadCustomUI(BSTR ribbonId, BSTR& xml) {
     HRSRC found = GetRscByRibbonID(ribbonId);
     HGLOBAL loaded = found != nullptr ? ::LoadResource(ModuleState::module, found) : nullptr;
     if (loaded == nullptr) {
-        // Deliberate: an id that is none of ours leaves no error behind and so answers S_OK without a text; Office then
-        // shows nothing of this add-in on that ribbon.
+        // Deliberate: an unknown id sets no error, so the result is S_OK without a text. Office then shows nothing of
+        // this add-in on that ribbon.
         const DWORD error = ::GetLastError();
         LogLine(kSource, L"AddIn::GetCustomUI").Error() << L"LoadResource fail.";
         return HRESULT_FROM_WIN32(error);
@@ -70,7 +70,7 @@ HRESULT AskEnabled(IDispatch* control, VARIANT_BOOL& enable) {
     }
     MeetingInfo info;
     if (GetMeetingInfo(item, info) == IsMeeting::No) {
-        return S_FALSE; // Deliberate: success to Office, and tells a caller by v-table that there is no meeting.
+        return S_FALSE; // Deliberate: a success for Office. A caller by v-table learns that there is no meeting.
     }
     if (info.meetingStatus == Outlook::olMeetingCanceled) {
         enable = VARIANT_FALSE;
@@ -191,7 +191,7 @@ HRESULT AddIn::PressControl(IDispatch* control) {
         LogLine(kSource, L"AddIn::OnAction").Warning() << L"Unkown ribbon id: " << id;
         return E_NOTIMPL;
     }
-    // On the explorer's ribbon, and after a failure here, both stay null and the task is posted all the same.
+    // On the explorer's ribbon, and after a failure here, both stay null. The task is posted in every case.
     Outlook::_InspectorPtr inspector;
     Outlook::_AppointmentItemPtr item;
     MeetingInfo info;
@@ -199,15 +199,15 @@ HRESULT AddIn::PressControl(IDispatch* control) {
         GetMeetingInfo(item, info);
     }
     if (pressed->press == Press::SendsScheduling && item && info.confOutlookId.empty()) {
-        SetAppointmentItemFlag(item, Marker::kFlag, true); // the add-in's own before the schedule runs
+        SetAppointmentItemFlag(item, Marker::kFlag, true); // the appointment is ours before the action runs
     }
     if (pressed->press == Press::Deletes && item) {
-        Outlook::Delete(item); // What follows is the item's before-delete event.
+        Outlook::Delete(item); // The host then raises the item's before-delete event.
         return S_OK;
     }
     if (pressed->press == Press::SendsScheduling || pressed->press == Press::SendsChange) {
         currentInspector_ = inspector;
-        FocusBodyEditor(inspector); // The meeting's text is written at the caret there.
+        FocusBodyEditor(inspector); // The meeting's text is written at the caret of this editor.
     }
     taskWindow_.Post([this, type = pressed->action, item] { ActionTask(type, item); });
     return S_OK;

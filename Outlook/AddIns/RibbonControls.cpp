@@ -31,7 +31,7 @@ unsigned FindLabel(std::wstring_view id, Language language) {
 }
 
 HRSRC GetRscByRibbonID(const std::wstring& ribbonId) {
-    ::SetLastError(ERROR_SUCCESS); // so that an unknown id does not answer with an older call's error
+    ::SetLastError(ERROR_SUCCESS); // so that an unknown id does not return the error of an older call
     HRSRC found = nullptr;
     if (ribbonId == L"Microsoft.Outlook.Explorer") {
         found = ::FindResourceW(ModuleState::module, MAKEINTRESOURCEW(IDR_RIBBON_EXPLORER), L"XML");
@@ -41,7 +41,7 @@ HRSRC GetRscByRibbonID(const std::wstring& ribbonId) {
     if (found == nullptr) {
         const DWORD error = ::GetLastError();
         LogLine(kSource, L"AddIn::GetRscByRibbonID").Error() << L"Find resource of " << ribbonId << L" fail: " << error;
-        ::SetLastError(error); // the caller answers with it, and logging may have changed it
+        ::SetLastError(error); // the caller returns it, and logging may have changed it
     }
     return found;
 }

@@ -15,7 +15,7 @@ enum class Shown { Always, UnlessOurs, IfOurs };
 enum class Press {
     Sends,           ///< nothing
     SendsChange,     ///< remembers the appointment's window and puts the caret into its body
-    SendsScheduling, ///< as above; marks an appointment that was never saved as the add-in's own
+    SendsScheduling, ///< as `SendsChange`; also marks an appointment that was never saved as the add-in's own
     Deletes          ///< deletes the appointment and sends nothing; without an appointment the action is sent
 };
 
@@ -27,7 +27,7 @@ struct RibbonControl {
     Press press = Press::Sends;
 };
 
-/// The id of "Cancel" in an appointment. The tripled "e" is part of two ids.
+/// The id of "Cancel" in an appointment. Deliberate: the tripled "e" is part of two published ids.
 inline constexpr std::wstring_view kCancelControl = L"CancelMeeetingAppointment";
 
 /// All controls, also those that the shipped custom UI keeps in comments. `constexpr`: an allocation while the module
@@ -60,14 +60,14 @@ const RibbonControl* FindControl(std::wstring_view id);
 /// @return the string id of a control's or group's label, 0 for an unknown id.
 unsigned FindLabel(std::wstring_view id, Language language);
 
-// What Office's control objects tell. Failures are logged. User-interface thread.
+// These functions read Office's control objects. Failures are logged. User-interface thread.
 
 /// @return empty when the id cannot be read.
 std::wstring GetControlId(IDispatch* control);
-/// The inspector whose ribbon the control stands in. Fails for a control of the explorer.
+/// Finds the inspector on whose ribbon the control is. Fails for a control of the explorer.
 HRESULT GetInspectorForRibbon(IDispatch* control, Outlook::_InspectorPtr& inspector);
-/// @return true when the control stands in the window of an appointment; `inspector` may be set without.
+/// @return true when the control is in the window of an appointment. On false, `inspector` may be set all the same.
 bool GetAppointItemForRibbon(IDispatch* control, Outlook::_InspectorPtr& inspector, Outlook::_AppointmentItemPtr& item);
 
-/// The custom UI of a ribbon. @return null, with the thread's last error set, for an unknown ribbon.
+/// Finds the custom UI of a ribbon. @return null on failure, with the thread's last error set.
 HRSRC GetRscByRibbonID(const std::wstring& ribbonId);

@@ -17,11 +17,11 @@ namespace {
 constexpr const wchar_t* kSource = L"AddIns/AddIn"; // one label for the add-in object in the log
 constexpr const wchar_t* kMethod = L"AddIn::OnLoadImage";
 
-/// Wholly transparent pixels come out as 0 and the others premultiplied: the background's colour is black, and its own
-/// alpha plays no part. Any other colour leaves bright edges.
+/// With a black background, fully transparent pixels become 0 and the others premultiplied. Its own alpha has no
+/// effect. Any other colour leaves bright edges.
 constexpr Gdiplus::ARGB kBackground = 0xFF000000;
 
-/// A stream over a copy of a PNG resource. `status` tells why there is none.
+/// Opens a stream over a copy of a PNG resource. @return null on failure, with the reason in `status`.
 IStreamPtr OpenImageResource(const wchar_t* imageName, HRESULT& status) {
     const auto id = static_cast<WORD>(std::wcstol(imageName, nullptr, 10));
     HRSRC found = ::FindResourceW(ModuleState::module, MAKEINTRESOURCEW(id), L"PNG");
@@ -59,7 +59,7 @@ IStreamPtr OpenImageResource(const wchar_t* imageName, HRESULT& status) {
 }
 
 Gdiplus::Status Decode(IStream* stream, HBITMAP& handle) {
-    // GDI+ for this call alone: Office may ask for images before the connection has started it.
+    // GDI+ is started for this call alone: Office may ask for images before the connection has started it.
     ULONG_PTR token = StartGdiplus({});
     const Gdiplus::Status status = Gdiplus::Bitmap(stream).GetHBITMAP(Gdiplus::Color(kBackground), &handle);
     StopGdiplus(token);
@@ -87,7 +87,7 @@ HRESULT LoadRibbonImage(const wchar_t* imageName, IPictureDisp** image) {
     description.bmp.hbitmap = handle;
     status = ::OleCreatePictureIndirect(&description, __uuidof(IPictureDisp), TRUE, reinterpret_cast<void**>(image));
     if (SUCCEEDED(status)) {
-        owned.Detach(); // the picture's now
+        owned.Detach(); // The picture owns it now.
     }
     return status;
 }

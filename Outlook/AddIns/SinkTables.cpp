@@ -4,7 +4,7 @@
 
 namespace {
 
-/// The pointer that names an object whatever pointer to it is at hand.
+/// The one pointer that identifies an object. Every pointer to the object gives the same result.
 IUnknownPtr Identity(IUnknown* object) {
     IUnknownPtr identity;
     if (object != nullptr) {

@@ -6,9 +6,9 @@
 #include <map>
 #include <utility>
 
-/// The sinks of the host's open windows and items, one for each object. Objects are known by their COM identity: the
-/// host hands out the same inspector or item through different pointers. Every operation takes what it needs out of
-/// the tables before it calls a sink or the host, so that a handler that runs meanwhile finds them intact.
+/// The sinks of the host's open windows and items, one for each object. The tables identify objects by their COM
+/// identity: the host returns the same inspector or item through different pointers. Every operation updates the tables
+/// before it calls a sink or the host, so that a handler that runs meanwhile finds them consistent.
 class SinkTables {
 public:
     // The sink of a known object, null for others.
@@ -16,17 +16,17 @@ public:
     IEventSinkPtr FindInspector(IUnknown* inspector) const;
     IEventSinkPtr FindItem(IUnknown* item) const;
 
-    /// Keeps an explorer's sink. One that has come in meanwhile, while this one was being connected, stays instead.
+    /// Keeps an explorer's sink. A sink that was added while this one was being connected stays instead.
     void AddExplorer(IUnknown* explorer, const IEventSinkPtr& sink);
-    /// Disconnects the explorer's sink and forgets it.
+    /// Disconnects the explorer's sink and removes it.
     void RemoveExplorer(IUnknown* explorer);
 
-    /// Keeps an inspector's sink and counts the inspector for the item that it shows. As with explorers, a sink that is
-    /// known already stays.
+    /// Keeps an inspector's sink and counts the inspector for the item that it shows. A sink that is in the table
+    /// already stays, as with explorers.
     void AddInspector(IUnknown* inspector, const IEventSinkPtr& sink, IUnknown* item);
-    /// Keeps an item's sink, unless the item has one or its last inspector has gone.
+    /// Keeps an item's sink, unless the item has one or its last inspector has been removed.
     void AddItem(IUnknown* item, const IEventSinkPtr& sink);
-    /// An inspector that is being removed. Its end removes the item's sink with the item's last inspector.
+    /// The removal of an inspector. Its destructor removes the item's sink when this was the item's last inspector.
     class RemovedInspector {
     public:
         ~RemovedInspector() { tables_.CountDown(item_); }
@@ -40,10 +40,10 @@ public:
         SinkTables& tables_;
         IUnknownPtr item_;
     };
-    /// Disconnects the inspector's sink and forgets it. The result ends before the tables do.
+    /// Disconnects the inspector's sink and removes it. The tables must outlive the result.
     [[nodiscard]] RemovedInspector RemoveInspector(IUnknown* inspector);
 
-    /// Lets no event reach the add-in any more. Calls nobody.
+    /// Afterwards no event reaches the add-in. Calls neither host nor handlers.
     void Mute();
     /// Disconnects everything, each sink once.
     void Clear();
@@ -51,7 +51,8 @@ public:
 private:
     void CountDown(IUnknown* itemIdentity);
 
-    // Keys are identities. Each entry holds its own, so that the address cannot become another object's.
+    // The keys are identities. Each entry holds a reference on its own, so that the address cannot become another
+    // object's.
     struct ExplorerEntry {
         IUnknownPtr explorer;
         IEventSinkPtr sink;

@@ -15,11 +15,11 @@ constexpr UINT kRunTask = WM_USER + 1; // lParam: a heap-allocated Task that the
 
 using Task = TaskWindow::Task;
 
-/// Frees the tasks that still wait for a window that is about to go.
+/// Frees the tasks that still wait for a window that is being destroyed.
 void DropTasks(HWND window) noexcept {
     MSG message = {};
     while (::PeekMessageW(&message, window, kRunTask, kRunTask, PM_REMOVE)) {
-        if (message.message == WM_QUIT) { // comes whatever the filter is, and belongs to the host
+        if (message.message == WM_QUIT) { // passes every filter and belongs to the host
             DropTasks(window);
             ::PostQuitMessage(static_cast<int>(message.wParam));
             return;
@@ -58,22 +58,22 @@ void TaskWindow::Destroy() {
         return;
     }
     ::DestroyWindow(window);
-    // The class would otherwise outlive the module with a dangling procedure. It stays while another add-in object
-    // of this process has a window of it.
+    // Otherwise the class would outlive the module, with a dangling procedure. It stays while another add-in object of
+    // this process has a window of this class.
     ::UnregisterClassW(kWindowClass, ::GetModuleHandleW(nullptr));
 }
 
 void TaskWindow::Post(Task task) {
     const HWND window = window_;
     auto posted = std::make_unique<Task>(std::move(task));
-    // Without a window the message would go to the thread itself and reach nobody.
+    // Without a window the message would be posted to the thread itself and be lost.
     if (window != nullptr && ::PostMessageW(window, kRunTask, 0, reinterpret_cast<LPARAM>(posted.get()))) {
-        posted.release(); // the window procedure's now
+        posted.release(); // The window procedure frees it.
     }
 }
 
-/// The window goes, at the add-in's wish or because another program has closed it. Its handle is forgotten, because the
-/// number may soon be another window's.
+/// Handles the end of the window, which the add-in or another program has closed. The handle is cleared, because
+/// Windows may reuse its number for another window.
 void TaskWindow::Forget() noexcept {
     const HWND window = window_.exchange(nullptr);
     gate_.Wait(); // A notification that has already read the handle still posts.
@@ -86,11 +86,11 @@ LRESULT CALLBACK TaskWindow::Procedure(HWND window, UINT message, WPARAM wParam,
     case WM_NCCREATE:
         // Any program can send this message, so only a window without an owner takes one from it.
         if (owner == nullptr && !::SetPropW(window, kOwnerProperty, CreationParameter(lParam))) {
-            return FALSE; // No window: a task would run on an add-in that nothing keeps alive.
+            return FALSE; // Creation fails: a task would run on an add-in that nothing keeps alive.
         }
         break;
     case WM_NCDESTROY:
-        // None for a window that could not be completed.
+        // The pointer is null when the creation of the window failed.
         if (auto* const self = reinterpret_cast<TaskWindow*>(::SetWindowLongPtrW(window, GWLP_USERDATA, 0))) {
             self->Forget();
         }

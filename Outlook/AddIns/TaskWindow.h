@@ -8,27 +8,27 @@
 
 class NotifyGate;
 
-/// The add-in's hidden message window: the one way for work to reach the user-interface thread. A task that is posted
-/// to it runs later in that thread's message loop. User-interface thread, but for `Post`.
+/// The add-in's hidden message window, through which all work reaches the user-interface thread. A posted task runs
+/// later in that thread's message loop. User-interface thread, except `Post`.
 class TaskWindow {
 public:
     using Task = std::function<void()>;
 
-    /// @param gate the way by which other threads come to `Post`. It outlives the window.
+    /// @param gate the gate through which other threads call `Post`. It outlives the window.
     explicit TaskWindow(NotifyGate& gate) noexcept : gate_(gate) {}
     ~TaskWindow() { Destroy(); }
     TaskWindow(const TaskWindow&) = delete;
     TaskWindow& operator=(const TaskWindow&) = delete;
 
-    /// Does nothing when the window exists. Without memory there is no window, and tasks are lost.
-    /// @param owner kept alive while a task runs: a task can pump messages, and the host may let go of the add-in
+    /// Does nothing when the window exists. When memory is exhausted there is no window, and tasks are lost.
+    /// @param owner kept alive while a task runs: a task can pump messages, and the host may release the add-in
     ///   meanwhile. The owner outlives this object.
     void Create(IUnknown* owner);
     /// Destroys the window and frees the tasks that still wait.
     void Destroy();
 
-    /// Runs a task later on the user-interface thread. It is lost when there is no window. Any thread; others than the
-    /// user-interface thread come through the gate.
+    /// Runs a task later on the user-interface thread. The task is lost when there is no window. Any thread; threads
+    /// other than the user-interface thread call through the gate.
     void Post(Task task);
 
 private:

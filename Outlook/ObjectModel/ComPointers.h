@@ -1,7 +1,7 @@
 #pragma once
 
-/// The platform's smart pointers and texts for COM, from one place: comdef.h makes pointer types only for interfaces
-/// that are declared before it, and not every toolchain's makes any. Declaring one twice is harmless.
+/// The platform's smart pointers and texts for COM. comdef.h defines pointer types only for interfaces that are
+/// declared before it, and some toolchains define none. A second declaration of a type is harmless.
 #include <windows.h>
 #include <ole2.h>
 #include <ocidl.h>

@@ -8,8 +8,8 @@
 
 namespace Outlook {
 
-/// One member of one host interface, reached by name. The name is looked up once in the process, on first use: the
-/// host gives every object of an interface the same ids. Static storage only.
+/// One member of one host interface, called by name. The name is looked up once per process, at its first use: all
+/// objects of an interface have the same ids. Static storage only.
 class Member {
 public:
     constexpr explicit Member(const wchar_t* name) noexcept : name_(name) {}
@@ -21,15 +21,15 @@ private:
     std::atomic<DISPID> id_{DISPID_UNKNOWN};
 };
 
-/// The three helpers below answer the host's own failure: DISP_E_EXCEPTION becomes the status that the exception
-/// record carries. A null object raises E_POINTER as a COM error. User-interface thread only.
+/// The three helpers below return the host's own failure: DISP_E_EXCEPTION becomes the status in the exception record.
+/// A null object raises E_POINTER as a COM error. User-interface thread only.
 
 /// Reads a property, with its index when it has one. `result` is initialised first and belongs to the caller.
 HRESULT GetProperty(IDispatch* object, Member& member, VARIANT& result, std::initializer_list<VARIANT> arguments = {});
 
 HRESULT PutProperty(IDispatch* object, Member& member, const VARIANT& value);
 
-/// Calls a method; arguments in the order of the host's documentation.
+/// Calls a method. The arguments have the order of the host's documentation.
 HRESULT CallMethod(IDispatch* object, Member& member, VARIANT& result, std::initializer_list<VARIANT> arguments = {});
 
 } // namespace Outlook

@@ -2,10 +2,10 @@
 
 #include "Outlook/ObjectModel/ComPointers.h"
 
-/// The host's interfaces as identities for QueryInterface. Their members are reached by name, so each is an IDispatch
-/// and nothing more; no slot past IDispatch is ever called through these types.
+/// The host's interfaces as identities for QueryInterface. Their members are called by name, so each type is an
+/// IDispatch without further slots.
 
-// One compiler knows an interface's id by an attribute of the type, the other by a declaration at global scope.
+// One compiler takes an interface's id from an attribute of the type, the other from a declaration at global scope.
 #ifndef __CRT_UUID_DECL
 #define __CRT_UUID_DECL(type, ...)
 #endif
@@ -29,7 +29,7 @@ OUTLOOK_INTERFACE(_AppointmentItem, "00063033", 0x00063033)
 OUTLOOK_INTERFACE(_Folders, "00063040", 0x00063040)
 OUTLOOK_INTERFACE(FormDescription, "00063046", 0x00063046)
 OUTLOOK_INTERFACE(ItemEvents_10, "0006302B", 0x0006302B)
-OUTLOOK_INTERFACE(ExplorerEvents, "0006304F", 0x0006304F) // the first generation, as the other three
+OUTLOOK_INTERFACE(ExplorerEvents, "0006304F", 0x0006304F) // the first generation, as the other three event interfaces
 OUTLOOK_INTERFACE(ExplorersEvents, "00063078", 0x00063078)
 OUTLOOK_INTERFACE(InspectorsEvents, "00063079", 0x00063079)
 OUTLOOK_INTERFACE(InspectorEvents, "0006307D", 0x0006307D)

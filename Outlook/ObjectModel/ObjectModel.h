@@ -2,10 +2,10 @@
 
 #include "Outlook/ObjectModel/Interfaces.h"
 
-/// The members of the host's object model that the add-in uses, one function each. A function answers the host's own
-/// status; its output is empty (null, zero) unless the call succeeds, and a successful call may still yield a null
-/// object. A null object to call raises E_POINTER as a COM error. User-interface thread only: a host call can pump
-/// messages, so hold references of your own and read state again after one.
+/// The members of the host's object model that the add-in uses, one function each. A function returns the host's own
+/// status. Its output is empty (null, zero) unless the call succeeds. A successful call may still return a null object.
+/// A call on a null object raises E_POINTER as a COM error. User-interface thread only: a host call can pump messages,
+/// so hold references of your own and read state again afterwards.
 namespace Outlook {
 
 enum OlItemType : long { olAppointmentItem = 1 };
@@ -32,7 +32,7 @@ HRESULT GetLanguageID(LanguageSettings* settings, MsoAppLanguageID which, long& 
 HRESULT GetFolders(_NameSpace* session, _FoldersPtr& folders);
 HRESULT GetItemFromID(_NameSpace* session, const _bstr_t& entryId, const _bstr_t& storeId, IDispatchPtr& item);
 HRESULT GetCount(_Folders* folders, long& count);
-/// The index is handed over as VT_INT.
+/// The index is passed as VT_INT.
 HRESULT GetItem(_Folders* folders, int index, MAPIFolderPtr& folder);
 HRESULT GetStoreID(MAPIFolder* folder, _bstr_t& storeId);
 
