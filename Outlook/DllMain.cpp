@@ -15,12 +15,12 @@ namespace {
 constexpr const wchar_t* kSource = L"DllMain";
 
 bool HasMemory() noexcept {
-    void* volatile probe = std::malloc(1); // volatile, or a compiler may leave both calls out
+    void* volatile probe = std::malloc(1); // volatile: otherwise a compiler may remove both calls
     std::free(probe);
     return probe != nullptr;
 }
 
-/// The loader lock is held: nothing here waits, starts a thread or uses COM.
+/// Runs under the loader lock, so it does not wait, start a thread or use COM.
 void OnProcessAttach(HMODULE module) noexcept {
     ModuleState::module = module;
     if (!HasMemory()) {

@@ -1,5 +1,5 @@
-# `format` and `format-check`: the sources in the project's style, written or only looked at.
-# `tidy`: clang-tidy over what compiles natively.
+# `format` brings the sources into the project's style; `format-check` only checks them.
+# `tidy` runs clang-tidy over the parts that compile natively.
 find_program(CLANG_FORMAT NAMES clang-format-14 clang-format)
 if(CLANG_FORMAT)
     add_custom_target(format

@@ -2,7 +2,7 @@ include(GoogleTest)
 
 # add_test_suite(NAME SOURCES file... LIBRARIES target... [DESKTOP])
 # One GoogleTest program; each case becomes a ctest process of its own. DESKTOP: the suite uses windows that are found
-# by name across processes, so its cases never run beside another such suite's.
+# by name across processes, so its cases never run at the same time as those of another such suite.
 function(add_test_suite name)
     cmake_parse_arguments(ARG "DESKTOP" "" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})

@@ -4,7 +4,7 @@
 // The icon of every dialog.
 #define IDI_ADDIN 101
 
-// The type library must stay the number that AddIn::Init appends to the module's path.
+// The code appends this number to the module's path to load the type library.
 #define IDR_TYPELIB 102
 
 // Custom UI, resource type "XML".
@@ -45,6 +45,6 @@
 #define IDD_UPDATED_ZH 513
 #define IDD_UPDATED_EN 515
 
-// Buttons of the synchronisation dialogs; the number is the result of the modal dialog.
+// Buttons of the synchronisation dialogs. The number is the result of the modal dialog.
 #define IDC_SYNC_NOW 4
 #define IDC_SYNC_LATER 5

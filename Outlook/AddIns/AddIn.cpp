@@ -40,7 +40,7 @@ HRESULT LoadTypeLibrary(ITypeLibPtr& library) {
         LogLine(kSource, L"AddIn::Init").Error() << L"LoadTypelib faile: " << status;
         return status;
     }
-    // Its failure is harmless: the library is loaded, and the next start tries again.
+    // A failure is harmless: the library is loaded, and the next start tries again.
     ::RegisterTypeLib(library, module.data(), nullptr);
     return status;
 }

@@ -22,8 +22,8 @@ void LogEvent(const wchar_t* method, DISPID event,
     LogLine(kSource, method, line).Info() << L"DispId: " << event;
 }
 
-/// A "new window" event of a collection. Other arguments than one object are an error; an object that is no such window
-/// is passed over.
+/// Handles a "new window" event of a collection. Arguments other than one object are an error. An object that is no
+/// such window is ignored.
 template <class WindowPtr, class Handle>
 HRESULT OnNewWindow(const wchar_t* method, DISPID event, const DISPPARAMS& arguments, Handle&& handle) {
     if (event != kNewWindow) {
@@ -54,8 +54,8 @@ HRESULT OnWindowClose(const wchar_t* method, DISPID event, Handle&& handle) {
     return S_OK;
 }
 
-/// Refuses what the host is about to do. Cancel is the last argument, and arguments arrive last first. It does arrive
-/// without a reference to write to, or not at all; then there is nothing to refuse with.
+/// Refuses the host's action. `Cancel` is the last argument, and arguments arrive last first. The host may pass no
+/// arguments, or a `Cancel` that cannot be written. Then nothing happens.
 void Cancel(const DISPPARAMS& arguments) noexcept {
     if (arguments.cArgs == 0 || arguments.rgvarg == nullptr) {
         return;
@@ -66,7 +66,7 @@ void Cancel(const DISPPARAMS& arguments) noexcept {
     }
 }
 
-/// A handler's answer; one that fails by an exception lets the host go on.
+/// Runs a handler. @return its result; true after an exception, which lets the host continue.
 template <class Handle>
 bool Ask(const wchar_t* method, Handle&& handle) {
     bool goesAhead = true;
@@ -86,7 +86,7 @@ HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& po
         status = E_POINTER;
     }
     if (FAILED(status)) {
-        // Deliberate: one text for every kind of source; the log line's function tells nothing else apart either.
+        // Deliberate: the text is the same for every kind of source.
         LogLine(kSource, L"EventSinkImpl::Advise").Error()
             << L"Query IConnectionPointContainer interface from _Explorer fail: 0x" << Hex(status);
         return status;
@@ -158,7 +158,7 @@ HRESULT ItemEventsSink::OnWrite(const DISPPARAMS& arguments) {
         savedStatus_ = status;
     }
     writeArmed_ = true;
-    return S_OK; // A failure would make the host overlook the refusal.
+    return S_OK; // With a failure the host would ignore the refusal.
 }
 
 HRESULT ItemEventsSink::OnSend() {

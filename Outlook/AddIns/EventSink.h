@@ -60,8 +60,9 @@ private:
 /// @return a failure whenever `point` is null.
 HRESULT FindEventSource(IUnknown* source, REFIID events, IConnectionPointPtr& point);
 
-/// What every sink has in common. `Events` is the host's event interface, `SourcePtr` the pointer to the object that
-/// raises them: without it the host would let the events die. A concrete sink answers `OnEvent` for what matters to it.
+/// The common part of all sinks. `Events` is the host's event interface, `SourcePtr` the pointer to the object that
+/// raises the events. The sink keeps this object, because the host stops raising events for an object that nobody
+/// references. A concrete sink handles its events in `OnEvent`.
 template <class Events, class SourcePtr>
 class EventSinkImpl : public IEventSink, public Events {
 public:

@@ -55,7 +55,7 @@ HRESULT Factory::Create(IUnknown* outer, REFIID riid, void** ppv) {
     }
     LogLine(kSource, L"Factory::CreateInstance").Info() << L"riid: " << IdText(riid);
     AddIn* addIn = new AddIn; // owned by its reference count, which is 1
-    // The caller holds the only reference at the end, or the object goes.
+    // Afterwards the caller holds the only reference, or the object is destroyed.
     const IUnknownPtr creation(static_cast<IConnect*>(addIn), false);
     HRESULT status = addIn->Init();
     if (SUCCEEDED(status)) {

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The languages of the user interface. The value indexes arrays of texts: a further language is one more value here,
-/// a rule in `LanguageOf`, and one more column in each array.
+/// The languages of the user interface. The value is the index into arrays of texts. Another language needs a value
+/// here, a rule in `LanguageOf` and a column in each array; docs/contributing.md lists the files.
 enum class Language : size_t { Chinese, English };
 
 /// One entry for each language, in the order of the values above.

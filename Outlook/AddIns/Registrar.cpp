@@ -42,7 +42,7 @@ HRESULT WriteClassesKey(const std::wstring& path, std::initializer_list<TextValu
     return HRESULT_FROM_WIN32(result);
 }
 
-/// The status of a deletion's result; a key that was not there counts as deleted.
+/// Converts the result of a deletion to a status. A missing key counts as deleted.
 HRESULT ToDeletionStatus(LSTATUS result) {
     return result == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(result);
 }
@@ -61,7 +61,7 @@ HRESULT Registrar::Register() {
     try {
         status = RegisterAll();
     } catch (const std::bad_alloc&) {
-        // As any other failure: what was written is taken back, which needs no memory.
+        // Handled as any other failure: the written entries are removed, which needs no memory.
     }
     if (FAILED(status)) {
         LogLine(kSource, L"Registrar::Register").Error() << L"Register fail: 0x" << Hex(status);
@@ -112,13 +112,13 @@ HRESULT Registrar::RegisterProgIds() const {
 }
 
 HRESULT Registrar::RegisterAddIn() const {
-    // Opened, not created: without Office there is nothing to register with.
+    // The parent key is opened, not created: without it the registration fails and is taken back.
     HKEY opened = nullptr;
     LSTATUS result = ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kAddInsKey, 0, KEY_WRITE, &opened);
     const UniqueKey addIns(opened);
     for (const wchar_t* value : {L"Description", L"FriendlyName"}) {
         if (result == ERROR_SUCCESS) {
-            // Deliberate: without the terminator, as these two have always been written; readers cope with it.
+            // Deliberate: without the terminator. These two values have always been written so, and readers accept it.
             const auto bytes = static_cast<DWORD>(name_.size() * sizeof(wchar_t));
             result = ::RegSetKeyValueW(addIns.Get(), kProgId, value, REG_SZ, name_.c_str(), bytes);
         }

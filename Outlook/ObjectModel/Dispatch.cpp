@@ -19,7 +19,7 @@ bool OnTheFirstCallersThread() {
 }
 #endif
 
-/// The status that the host's exception record carries; the record's texts are freed.
+/// Reads the status in the host's exception record and frees the record's texts.
 HRESULT TakeStatus(EXCEPINFO& exception) noexcept {
     if (exception.pfnDeferredFillIn != nullptr) {
         exception.pfnDeferredFillIn(&exception);
@@ -27,7 +27,7 @@ HRESULT TakeStatus(EXCEPINFO& exception) noexcept {
     ::SysFreeString(exception.bstrSource);
     ::SysFreeString(exception.bstrDescription);
     ::SysFreeString(exception.bstrHelpFile);
-    // A record may carry the older 16-bit code instead of a status, or nothing at all.
+    // A record may contain the older 16-bit code instead of a status, or neither.
     return FAILED(exception.scode) ? exception.scode : DISP_E_EXCEPTION;
 }
 
@@ -58,7 +58,7 @@ HRESULT InvokeWithArguments(IDispatch* object, Member& member, WORD kind, VARIAN
     DISPPARAMS parameters = {reversed.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
     const HRESULT status = Invoke(object, member, kind, parameters, &result);
     if (FAILED(status)) {
-        ::VariantClear(&result); // A failed call may have left half an answer.
+        ::VariantClear(&result); // A failed call may have left a partial result.
     }
     return status;
 }
@@ -83,7 +83,7 @@ HRESULT GetProperty(IDispatch* object, Member& member, VARIANT& result, std::ini
 }
 
 HRESULT PutProperty(IDispatch* object, Member& member, const VARIANT& value) {
-    VARIANT argument = value; // a shallow copy: the value stays the caller's
+    VARIANT argument = value; // a shallow copy; the caller still owns the value
     DISPID put = DISPID_PROPERTYPUT;
     DISPPARAMS parameters = {&argument, &put, 1, 1};
     return Invoke(object, member, DISPATCH_PROPERTYPUT, parameters, nullptr);

@@ -75,7 +75,7 @@ VARIANT Omitted() {
     return value;
 }
 
-/// A call that yields no object answers with a null one or with nothing at all; both are success.
+/// A call without an object as its result returns a null object or an empty value. Both are success.
 template <class Interface>
 HRESULT TakeObject(HRESULT status, _variant_t& result, Interface& object) {
     object = nullptr;
@@ -89,7 +89,7 @@ HRESULT TakeObject(HRESULT status, _variant_t& result, Interface& object) {
     return result.punkVal->QueryInterface(&object);
 }
 
-/// Brings the result into the type that is wanted. `result` is cleared on failure.
+/// Converts the result to the wanted type. `result` is cleared on failure.
 HRESULT Convert(HRESULT status, _variant_t& result, VARTYPE type) {
     return FAILED(status) || result.vt == type ? status
                                                : ::VariantChangeType(&result, &result, VARIANT_ALPHABOOL, type);
@@ -107,7 +107,7 @@ HRESULT GetTextProperty(IDispatch* object, Member& member, _bstr_t& text) {
     _variant_t result;
     const HRESULT status = Convert(GetProperty(object, member, result), result, VT_BSTR);
     if (SUCCEEDED(status)) {
-        text = _bstr_t(result.bstrVal, false); // may run out of memory: until then the text is the result's
+        text = _bstr_t(result.bstrVal, false); // on exhausted memory, `result` still owns the text
         result.Detach();
     }
     return status;
