@@ -77,7 +77,7 @@ LogOneImpl::~LogOneImpl() {
     if (!postponed_.empty()) {
         const ProcessLockScope scope(processLock_, false); // DllMain again
         const bool waitedInVain = tries_ > 1;
-        if ((scope.Owned() || waitedInVain) && (file_ || OpenFile())) {
+        if ((scope.Owned() || waitedInVain) && (file_ || (reopenPending_ && OpenFile()))) {
             WriteOut(postponed_.c_str());
         }
     }
