@@ -16,8 +16,7 @@ constexpr wchar_t kChannelWindow[] = L"NbmProxyOutlookServerWnd";
 constexpr char kScheduled[] = R"({"notify":101,"confId":"c-1","subject":"Review","url":"https://m/1",)"
                               R"("contents":"Join","startTime":1709629200,"endTime":1709631000})";
 
-// What each piece of behaviour cannot do without, member by member. The lists come from what is asked for, not from
-// what the add-in does.
+// The members that each behaviour needs. The lists are derived from the behaviour, not from the add-in's code.
 
 /// The snapshot of an appointment: what a ribbon's answer depends on and what a command carries.
 const Members kSnapshot = {

@@ -10,8 +10,8 @@
 
 namespace bench {
 
-/// What a line of the logger costs the platform alone: a named mutex taken and released, the size check's three seeks
-/// and position read, the write, the flush; a finished text, no formatting.
+/// The platform calls of one log line: take and release a named mutex, the three seeks and the position of the size
+/// check, the write, the flush. The text is finished; nothing is formatted.
 class HandLog {
 public:
     explicit HandLog(const std::string& path) : file_(std::fopen(path.c_str(), "ab+")) {

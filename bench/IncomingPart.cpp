@@ -113,7 +113,7 @@ void MeasureJoining(const LongMessage& size, int samples, Linearity& linearity) 
     Report(row);
     linearity.Add(size.bytes, row);
 
-    // What of it is the platform's: fresh pages for a string that grows.
+    // The platform's part of the floor: fresh pages for a string that grows.
     std::string kept;
     kept.reserve(message.size() + message.size() / 2);
     const auto appendInPlace = [&] {

@@ -68,7 +68,7 @@ std::wstring_view Measured(const std::wstring& text) {
     return text.c_str();
 }
 
-/// One text in the three encodings. What the ANSI code page lacks is its replacement character there.
+/// One text in the three encodings. A character that the ANSI code page lacks is its replacement character there.
 struct Texts {
     explicit Texts(const std::wstring& text)
         : wide(text), utf8(Narrow(text, CP_UTF8).View()), locale(Narrow(text, CP_ACP).View()) {}

@@ -16,7 +16,7 @@ struct Effort {
     int Of(int full, int small) const { return quick ? small : full; }
 };
 
-/// What a row has to reach.
+/// The aim of a row.
 struct Aim {
     enum Kind : int {
         None,  // the figure is only stated

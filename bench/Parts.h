@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// What is measured. Each part runs in a process of its own and reports its rows; a failure is an exception.
+/// The parts of the benchmark. Each part runs in a process of its own and reports its rows; a failure is an exception.
 namespace bench {
 
 void MeasureLoad(const Effort& effort);

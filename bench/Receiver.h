@@ -11,7 +11,7 @@
 
 namespace bench {
 
-/// What the receiver has taken so far, in memory that both processes see.
+/// The counts of the receiver so far, in memory that both processes map.
 struct ReceiverState {
     std::atomic<int64_t> bytes;    // cbData of all messages
     std::atomic<int64_t> counter;  // performance counter at the last message

@@ -28,7 +28,7 @@ private:
 /// In the sample's process: prints its numbers.
 void PrintNumbers(const std::vector<double>& numbers);
 
-/// What a sample brings into its host.
+/// The module that a sample loads into its host.
 enum class Subject {
     Nothing,
     Sleeper,  // threads that do nothing but sleep; started by the part that measures them

@@ -96,7 +96,7 @@ void Summary::Add(const Row& row) {
     }
 }
 
-/// The median of the runs. What is rare, a slowest hundredth, is looked for in all samples together.
+/// The median of the runs. A rare value, such as the slowest hundredth, is taken from all samples together.
 double Summary::Typical(const std::vector<double>& perRun, const std::vector<double>& samples) const {
     return row_.quantile == 0.5 ? Quantile(perRun, 0.5) : Quantile(samples, row_.quantile);
 }

@@ -29,7 +29,7 @@ struct RotationRename {
     std::string to;
 };
 
-/// What a rotation does to the directory, in this order.
+/// The changes that a rotation makes in the directory, in this order.
 struct RotationPlan {
     std::vector<std::string> removals;
     std::vector<RotationRename> renames; // oldest copy first, so that no target is in the way

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-/// What the channel told its two callbacks. Never destroyed: a window thread may still log when the program ends.
+/// The calls of the channel's two callbacks. Never destroyed: a window thread may still log when the program ends.
 struct ChannelRecords {
     Inbox<std::string> received; // without the empty texts of idle ticks
     Inbox<std::string> log;

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-/// What a member of a FakeDispatch answers.
+/// The result of a member of a FakeDispatch.
 struct FakeAnswer {
     HRESULT status = S_OK;
     _variant_t value;          // also handed out by a call that fails

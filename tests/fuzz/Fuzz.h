@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-/// What the fuzz targets share. A target is one file that defines `FuzzOne`: it cuts its input up with `Fuzz::Input`,
-/// hands the parts to product code and checks with `FUZZ_CHECK` what must hold for every input.
+/// The common part of the fuzz targets. A target is one file that defines `FuzzOne`: it cuts its input with
+/// `Fuzz::Input`, passes the parts to product code and checks the properties of every input with `FUZZ_CHECK`.
 
 namespace Fuzz {
 

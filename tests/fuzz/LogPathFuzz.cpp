@@ -78,7 +78,7 @@ void CheckLevels(std::string_view path) {
 void FuzzOne(Fuzz::Input input) {
     const std::string_view current = input.TakeLine();
     const std::string_view path = input.TakeRest();
-    // Whatever the current directory looks like: a name without separators, and no "/" in what the path gave.
+    // For every current directory the name has no separators, and the part from the path has no "/".
     const LogLocation location = SplitLogPath(path, current);
     FUZZ_CHECK(location.fileName.find_first_of(kSeparators) == std::string::npos);
     if (IsAbsolute(path)) {

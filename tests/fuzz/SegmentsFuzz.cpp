@@ -4,7 +4,7 @@
 
 namespace {
 
-/// What was cut for the wire joins to the same message.
+/// Segments of a message join to the same message.
 void CheckRoundTrip(std::string_view pattern, std::size_t length) {
     if (pattern.empty()) {
         return;

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// What the stand-in host is tried with: an event sink and an add-in, both on the stack of the test.
+/// The partners for tests of the stand-in host: an event sink and an add-in, both on the stack of the test.
 namespace workbench {
 
 /// A sink that records what arrives. Its references must be back when it dies.

@@ -8,7 +8,7 @@
 
 namespace meeting_client {
 
-/// What the client does later, in the order it falls due. One thread.
+/// The later actions of the client, in the order of their times. One thread.
 class Agenda {
 public:
     using Clock = std::chrono::steady_clock;

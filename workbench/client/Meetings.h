@@ -47,7 +47,7 @@ std::optional<Json::Value> ParseObject(std::string_view text);
 /// One line, UTF-8 as it is.
 std::string Compact(const Json::Value& value);
 
-/// What is wrong with a command of the add-in, in words; empty when it has exactly the eight members, each of its type.
+/// Describes the errors in a command of the add-in. Empty when it has exactly the eight members with their types.
 std::vector<std::string> CommandFaults(const Json::Value& command);
 
 } // namespace meeting_client

@@ -33,7 +33,7 @@ long WriteScheme(HKEY root, const std::wstring& path, const std::wstring& comman
     return result == ERROR_SUCCESS ? WriteText(root, path + kCommand, nullptr, command) : result;
 }
 
-// What the system would run for the scheme.
+// The command that the system would run for the scheme.
 std::wstring MergedCommand() {
     wchar_t text[4096] = L"";
     DWORD size = sizeof text;
@@ -70,7 +70,7 @@ long RegisterUriScheme(const std::vector<std::wstring>& arguments) {
 long UnregisterUriScheme() {
     const auto program = OwnProgram();
     const long result = ::RegDeleteTreeW(HKEY_CURRENT_USER, kUserKey);
-    // What is left is deleted only when it is ours: it may be the installed client's.
+    // The remaining entry is deleted only when it is ours: it may belong to the installed client.
     if (program && MergedCommand().starts_with(process::JoinCommandLine(*program, {}))) {
         ::RegDeleteTreeW(HKEY_CLASSES_ROOT, kMergedKey);
     }

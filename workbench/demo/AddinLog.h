@@ -17,7 +17,7 @@ public:
     const std::wstring& Path() const { return path_; }
     /// The lines written since the start. A text of several lines counts as several.
     std::vector<std::wstring> Lines() const;
-    /// Waits for a line with that text among those not told yet, and tells it. What comes before it is skipped.
+    /// Waits for a line with that text among those not printed yet, and prints it. The lines before it are skipped.
     void Tell(Story& story, const std::wstring& text);
     /// The warnings and errors, each once, with how often it was written.
     std::map<std::wstring, std::size_t> Complaints() const;

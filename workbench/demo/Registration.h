@@ -20,7 +20,7 @@ public:
     Registration(const Registration&) = delete;
     Registration& operator=(const Registration&) = delete;
 
-    /// What Outlook does at its start: looks through its add-ins' keys for those to load.
+    /// Does as Outlook at its start: looks for add-ins to load in their registry keys.
     /// @return the ProgID of this one. @throws StepFailed when it is not among them.
     std::wstring FindInOutlooksList();
     void Remove();

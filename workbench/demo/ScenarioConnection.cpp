@@ -74,7 +74,7 @@ void CreateAddIn(Stage& stage) {
     story.Data(L"class", workbench::DescribeIid(CLSID_NembraMeeting));
 }
 
-/// What COM asks a module before it unloads it.
+/// Asks the module as COM does before it unloads the module.
 HRESULT CanUnload(HMODULE module) {
     using Function = HRESULT(STDAPICALLTYPE*)();
     const auto ask = reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(module, "DllCanUnloadNow")));

@@ -1,7 +1,7 @@
 #include "workbench/demo/Scenarios.h"
 #include "workbench/demo/Stage.h"
 
-// What the user does with a meeting appointment after it was scheduled, and what the client learns of it.
+// The user changes, sends and deletes a scheduled meeting appointment, and the client receives the commands.
 namespace demo {
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "support/Text.h"
 
-// What comes from the client later: results, and changes that its user makes there.
+// Later notifications of the client: results, and changes that its user makes there.
 namespace demo {
 namespace {
 

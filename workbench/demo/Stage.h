@@ -94,8 +94,8 @@ public:
     void EndClient();
     void Order(const std::string& order);
     std::wstring ClientProgram() const;
-    /// What the user will enter in the client's own form, to which a press without an appointment leads. For as long
-    /// as that client runs.
+    /// Sets the input of the user in the client's own form, which follows a press without an appointment. It holds as
+    /// long as that client runs.
     void FillForm();
 
     // --- Buttons, commands, notifications ---

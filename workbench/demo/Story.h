@@ -32,9 +32,9 @@ public:
     Story& operator=(const Story&) = delete;
 
     void Scenario(std::wstring_view heading);
-    /// What the demo or its user does now. It has `limit` milliseconds until the next step.
+    /// Prints an action of the demo or its user. The action has `limit` milliseconds until the next step.
     void Act(std::wstring_view text, unsigned limit = kUsualLimit);
-    /// Waits until it has happened, then tells so.
+    /// Waits until it has happened, then prints it.
     /// @throws StepFailed with the step and its deadline when it does not happen in time.
     void Await(std::wstring_view text, const std::function<bool()>& happened, unsigned limit = kUsualLimit);
     /// Something that must hold already. @throws StepFailed.

@@ -82,7 +82,7 @@ void BareCycle() {
     ::FreeLibrary(module);
 }
 
-/// What the first cycles leave for good (the channel and its two threads, the system's own stores) does not count.
+/// The lasting resources of the first cycles (the channel and its two threads, the system's own stores) do not count.
 Trend Repeat(const std::string& kind, std::uint64_t count, void (*cycle)()) {
     const std::uint64_t early = std::min<std::uint64_t>(count, std::max<std::uint64_t>(count / 10, 5));
     Trend trend;

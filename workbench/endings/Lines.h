@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-/// What a log file of the add-in must look like, and lines that show when they were damaged. Needs no Windows.
+/// The form of the add-in's log file, and lines that show whether they are damaged. Needs no Windows.
 namespace endings {
 
 /// A line of known content: a writer's mark, a number, and a filling of a length that depends on the number. One in
@@ -20,7 +20,7 @@ struct Numbered {
     std::uint64_t number = 0;
 };
 
-/// What such a line says; nothing when a byte of it is not as it was written.
+/// Reads such a line. @return nothing when any of its bytes was changed.
 std::optional<Numbered> ReadNumbered(std::string_view text);
 
 /// The lines of one writer, in the order in which they were found.

@@ -16,7 +16,7 @@ std::uint64_t SizeOf(const std::filesystem::path& file);
 /// Creates the file with so many bytes that take no room on the disk.
 /// @throws std::runtime_error
 void MakeSparse(const std::filesystem::path& file, std::uint64_t bytes);
-/// What the file holds behind that many bytes. A process that writes it does not mind.
+/// Reads the file from that offset to its end. Another process may write the file meanwhile.
 std::string ReadFrom(const std::filesystem::path& file, std::uint64_t offset);
 
 } // namespace endings

@@ -68,7 +68,7 @@ private:
     void Violation(const std::string& what) { report_.Violation(std::string(scene_.name) + ": " + what); }
     DWORD Limit() const { return static_cast<DWORD>(kWriteLimit + lines_ * scene_.writers / 2); }
     /// A process that was stopped inside its write ends it afterwards, over what the others have written meanwhile:
-    /// they do not wait for it for good. What that damages is told, but no violation.
+    /// they do not wait for it forever. Damage from that is printed and is no violation.
     bool Resumed() const { return scene_.trouble == Trouble::Suspend; }
     bool Killed(const Writer& writer) const { return scene_.trouble == Trouble::Kill && &writer == &writers_.front(); }
 

@@ -7,7 +7,7 @@
 
 namespace endings {
 
-/// What a run tells at its end, and what it holds against the add-in.
+/// The results of a run and the violations that it found.
 class Report {
 public:
     /// Tells the violation at once.

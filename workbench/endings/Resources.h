@@ -6,7 +6,7 @@
 
 namespace endings {
 
-/// What this process holds, its threads included.
+/// The resources that this process holds, its threads included.
 struct Resources {
     gauges::Usage usage;
     DWORD threads = 0;
@@ -22,8 +22,9 @@ struct Trend {
     unsigned long long cycles = 0;
 };
 
-/// What has grown, in words; empty when nothing has. A leak grows with each cycle; what a system's stores grow by does
-/// not. @param allowed cycles that are known to leave something behind; as many are reckoned.
+/// Names the resources that have grown; empty when none has. A leak grows with each cycle; the system's own stores do
+/// not.
+/// @param allowed cycles that are known to leave something behind. Their growth is scaled to as many cycles.
 std::string Growth(const Trend& trend, const Trend& allowed = {});
 
 } // namespace endings

@@ -9,7 +9,7 @@
 
 namespace faults {
 
-/// What became of the points, by scene and by kind.
+/// The results of the points, by scene and by kind.
 class Account {
 public:
     struct Row {

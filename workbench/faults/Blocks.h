@@ -8,7 +8,7 @@
 
 namespace faults {
 
-/// What the module has been given and has not given back. Filled by the hooks; any thread.
+/// The resources that the module has received and not released. The hooks fill it; any thread.
 struct Holdings {
     std::map<std::string, std::size_t> counts; // what is held and how many, zeros left out
 

@@ -23,7 +23,7 @@ struct Exclusion {
 };
 const std::vector<Exclusion>& Exclusions();
 
-// What the special hooks offer to the scenes.
+// Functions of the special hooks for the scenes.
 
 /// How often the module's channel has gone round; it runs faster than outside, see SpecialHooks.cpp.
 std::uint64_t ChannelRounds();

@@ -39,7 +39,7 @@ inline constexpr KindMask kFileKinds = Mask(Kind::ReadOnly) | Mask(Kind::DiskFul
 
 const char* Name(Kind kind);
 
-/// What a run lets fail: call `number` of the kind, counted from 1, and with `onward` every later one too.
+/// The calls that a run lets fail: call `number` of the kind, counted from 1, and with `onward` all later ones too.
 struct Order {
     Kind kind = Kind::Allocation;
     std::uint64_t number = 0; // 0: nothing fails

@@ -20,7 +20,7 @@ public:
 
     /// Before each step; nothing fails here.
     virtual void Prepare() {}
-    /// What is examined. @return whether it had its effect, which it always has when nothing fails.
+    /// The examined step. @return whether it had its effect. It always has its effect when no call fails.
     virtual bool Step() = 0;
     /// Asked at last: whether the module does its usual work.
     virtual bool Works() { return true; }

@@ -169,7 +169,8 @@ bool SessionAct::Works() {
            (Degraded() || workbench::PumpUntil([this] { return session_.CommandCame(kStartAudio); }, kArrivalLimit));
 }
 
-/// The channel is started once in a process, by the first connection. What it could not make then it does without.
+/// The first connection of a process starts the channel. The channel works without the parts that it could not create
+/// then.
 bool SessionAct::Degraded() {
     return !MeetingClient::HasServer() || ChannelRounds() == 0;
 }

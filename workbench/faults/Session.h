@@ -49,7 +49,7 @@ public:
     /// A number that no other text of this process has.
     static std::string Unique();
 
-    // What a step keeps from its preparation.
+    // Objects that the preparation makes for the step.
     workbench::ItemPtr item;
     workbench::ExplorerPtr explorer;
     std::uint64_t before = 0;
@@ -65,7 +65,7 @@ private:
     std::unique_ptr<workbench::DialogResponder> responder_;
 };
 
-/// What a scene within Outlook does. Without `cutText` there are no cut texts.
+/// The parts of a scene within Outlook. Without `cutText` there are no cut texts.
 struct SessionPlan {
     bool withClient = true;
     Session::Start start = Session::Start::Connected;

@@ -52,7 +52,7 @@ void Tell(const char* format, ...) {
     }
 }
 
-/// What a thread says that will not go on. It may have no stack left to say it itself.
+/// The last report of a thread that will not continue. The thread may have no stack left to print it itself.
 struct LastWords {
     std::atomic<bool> spoken{false};
     ChildCode code = kChildCrashed;

@@ -138,7 +138,7 @@ bool IsSeenWhenGivenBack(char* block, std::size_t size) {
     });
 }
 
-/// What a module does whose frees are watched.
+/// Plays a module whose frees are watched.
 bool IsLateWriteSeen(std::size_t size) {
     return IsSeenInPassing([&] {
         char* volatile block = static_cast<char*>(std::malloc(size));

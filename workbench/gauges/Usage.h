@@ -8,7 +8,7 @@
 
 namespace gauges {
 
-/// What this process holds of the system's resources.
+/// The system resources that this process holds.
 struct Usage {
     DWORD handles = 0;               // to kernel objects
     std::optional<DWORD> gdiObjects; // nothing where the system does not tell

@@ -17,7 +17,7 @@ struct EventInterface {
     const wchar_t* name;
 };
 
-/// What came of an event with a Cancel argument.
+/// The result of an event with a Cancel argument.
 struct CancelOutcome {
     bool cancelled = false;
     std::vector<HRESULT> results; // one per sink, in the order of Advise

@@ -17,8 +17,8 @@ namespace workbench {
 class OutlookHost;
 class DispatchObject;
 
-/// What every host object shares. It outlives the host as long as somebody holds an object, so that a late call gets a
-/// status and not a crash.
+/// The state that all host objects share. It outlives the host while an object is referenced, so that a late call
+/// returns a status and does not crash.
 struct HostCore {
     OutlookHost* host = nullptr; // null once the host has gone
     Habits habits;

@@ -29,7 +29,7 @@ struct WindowLine {
 /// "2024-03-05 09:00 UTC"; the date is in days since 1899-12-30.
 std::wstring DateText(DATE date);
 
-/// What a host window shows and whom it tells. Invisible buttons are simply not listed.
+/// The content of a host window and the receiver of its events. Invisible buttons are not listed.
 class WindowOwner {
 public:
     virtual ~WindowOwner() = default;

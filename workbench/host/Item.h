@@ -60,7 +60,7 @@ public:
     EventSource& Events() { return *events_; }
     std::shared_ptr<EventSource> SharedEvents() { return events_; }
 
-    // What the user or the object model can do with it. Each fires the events Outlook fires.
+    // Actions of the user or the object model. Each raises the events that Outlook raises.
     /// Write(Cancel). @return false when a sink cancelled it.
     bool Save();
     /// Send(Cancel), then Write(Cancel); closes its inspector. @return false when a sink cancelled it.

@@ -38,7 +38,7 @@ HRESULT MeetingStatus(Call& call) {
     return Wrote(call, item, call.PropertyLong(item.fields.meetingStatus));
 }
 
-/// What the user can do with an item. A sink's Cancel ends the call with E_ABORT.
+/// Does an action of the user with an item. A sink's Cancel ends the call with E_ABORT.
 template <bool (Item::*Action)()>
 HRESULT Do(Call& call) {
     const ItemPtr item = ItemObject::Of(call).shared_from_this();

@@ -70,7 +70,7 @@ enum ConnectMode : int { kAfterStartup = 0, kStartup = 1, kExternal = 2, kComman
 enum DisconnectMode : int { kHostShutdown = 0, kUserClosed = 1 };
 inline constexpr long kLanguageIdUi = 2; // msoLanguageIDUI
 
-/// What Outlook's store answers for an entry id it does not know.
+/// The status that Outlook's store returns for an unknown entry id.
 inline constexpr HRESULT kMapiNotFound = static_cast<HRESULT>(0x8004010F);
 
 } // namespace workbench

@@ -48,7 +48,7 @@ public:
     std::wstring version;
     long language;
     DATE now;
-    /// What the user answers when an unsaved item's window is closed: save, discard, or `kClosePrompt` for "Cancel".
+    /// The user's answer when an unsaved item's window is closed: save, discard, or `kClosePrompt` for "Cancel".
     OlInspectorClose closeAnswer = kCloseDiscard;
 
     // --- Windows and items, as the user makes them ---

@@ -20,7 +20,7 @@ enum class Surface { Explorer, Appointment, MailCompose };
 /// "Microsoft.Outlook.Explorer" and so on.
 const wchar_t* RibbonId(Surface surface);
 
-/// What IRibbonControl.Context gives in a callback: the active window of that surface (the default), nothing, or a
+/// The result of IRibbonControl.Context in a callback: the active window of that surface (the default), nothing, or a
 /// certain object.
 class RibbonContext {
 public:
@@ -95,7 +95,7 @@ public:
     /// An IRibbonControl as the callbacks get it.
     DispatchPtr MakeControl(const std::wstring& id, const RibbonContext& context = {});
 
-    /// What the add-in asked to invalidate, in order.
+    /// The controls that the add-in asked to invalidate, in order.
     const std::vector<Invalidation>& Invalidations() const { return *invalidations_; }
     std::size_t OnLoadCount() const { return onLoadCount_; }
 

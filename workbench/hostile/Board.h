@@ -9,7 +9,7 @@
 
 namespace hostile {
 
-/// What the two processes tell each other, in memory that both map.
+/// The data that the two processes exchange, in memory that both map.
 struct Board {
     // Written by the sender.
     std::atomic<std::uint64_t> sent;

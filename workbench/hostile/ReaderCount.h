@@ -7,7 +7,7 @@
 
 namespace hostile {
 
-/// What the add-in's reader did with messages.
+/// Counts of the results of the add-in's reader.
 struct ReaderVerdicts {
     std::uint64_t noJson = 0;
     std::uint64_t noNotification = 0; // JSON, but no object, or without a type

@@ -25,8 +25,8 @@ constexpr ULONGLONG kSilence = 150'000;       // ms without any message sent
 constexpr std::uint64_t kSentPerCheck = 1000; // of the heaps
 constexpr std::size_t kAnswers = 4096;        // of one responder
 constexpr std::size_t kMegabyte = 1024 * 1024;
-// What the run may cost besides the parts that the channel keeps: the stand-in Outlook keeps every item it ever had,
-// and a heap's blocks grow with its use. Far less than what is sent in a run of a million.
+// The memory that the run may use besides the parts that the channel keeps: the stand-in Outlook keeps all its items,
+// and a heap's blocks grow with its use. This is far less than the bytes sent in a run of a million messages.
 constexpr std::size_t kBytesOfItem = 4096; // without its texts
 constexpr std::size_t kAllowance = 16 * kMegabyte;
 constexpr DWORD kMostHandles = 16; // that the system keeps for later
@@ -114,7 +114,7 @@ void Run::StartSender() {
     sender_.emplace(process::ProgramPath(), arguments, process::Streams::Own);
 }
 
-/// What the main thread does besides handling its messages.
+/// The main thread's work besides its messages.
 void Run::Look() {
     watchdog_.Beat();
     log_.Read();

@@ -35,8 +35,8 @@ enum class Outcome {
     Complete, ///< a message that reaches the reader
 };
 
-/// What becomes of a shot by the wire format's rules (docs/protocol.md). It shares no code with the add-in's channel,
-/// so that a mistake on one side cannot cancel itself out on the other. Needs no Windows.
+/// Predicts the result of a shot by the rules of the wire format (docs/protocol.md). It shares no code with the
+/// add-in's channel, so that a mistake on one side does not cancel the same mistake on the other. Needs no Windows.
 class WindowModel {
 public:
     Outcome Look(const Shot& shot) const { return Sort(shot).outcome; }

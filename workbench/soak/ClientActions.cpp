@@ -9,7 +9,7 @@
 
 #include <iterator>
 
-// What the client sends by itself, and what becomes of its process.
+// The client's own notifications, and the starts and ends of its process.
 namespace soak {
 namespace {
 
@@ -110,7 +110,7 @@ void Soak::KillClient(const Draw& draw) {
     }
 }
 
-/// What follows has to get through all the same.
+/// The messages that follow must still arrive.
 void Soak::KillClientMidway(const Draw& draw) {
     if (client_.TakesOrders()) {
         client_.Order("die-midway 3000 " + std::to_string(1 + draw.a % 2));

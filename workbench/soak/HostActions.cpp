@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
-// What the user of Outlook does, and Outlook itself.
+// The actions of Outlook's user and of Outlook itself.
 namespace soak {
 namespace {
 

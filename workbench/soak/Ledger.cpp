@@ -32,7 +32,7 @@ void TellCount(const char* what, std::uint64_t count) {
 
 } // namespace
 
-/// What the messages of this session have to be blamed for.
+/// Reports the violations in the messages of this session.
 void Soak::CheckMessages() {
     for (MessageFlow* flow : {&commands_, &notifications_}) {
         flow->GiveUp();

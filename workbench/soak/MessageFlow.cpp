@@ -56,7 +56,7 @@ void MessageFlow::Match(bool judge) {
         const auto found = std::find_if(underway_.begin(), underway_.end(),
                                         [&](const Entry& entry) { return entry.text == got_.front(); });
         if (found != underway_.end()) {
-            // What was sent before it can no longer come.
+            // Messages that were sent before it can no longer arrive.
             std::for_each(underway_.begin(), found, [this](const Entry& entry) { Lose(entry); });
             PassExcuseOn(found);
             underway_.erase(underway_.begin(), found + 1);

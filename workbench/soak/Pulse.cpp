@@ -6,7 +6,7 @@ namespace soak {
 namespace {
 
 constexpr const wchar_t* kClientWindow = L"NbmProxyOutlookClientWnd";
-// A third of the time that the channel waits. What it gives up is noticed even if this thread is late.
+// A third of the channel's time limit. A message that reaches this limit is noticed even when this thread is late.
 constexpr std::chrono::milliseconds kSlow{1000};
 constexpr std::chrono::milliseconds kBetween{100};
 constexpr UINT kPatience = 5000; // ms; the next question follows

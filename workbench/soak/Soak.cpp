@@ -177,7 +177,7 @@ void Soak::RenewResponder() {
     responder_->whileOpen = [this](const workbench::DialogSeen&) { WhileDialogIsOpen(); };
 }
 
-/// What else can happen while a dialog of the add-in waits for its answer.
+/// Plays other actions while a dialog of the add-in waits for its answer.
 void Soak::WhileDialogIsOpen() {
     ++dialogs_;
     watchdog_.Beat();

@@ -47,7 +47,7 @@ protected:
     std::string WaitForCommand(size_t count = 1);
     /// The next command that the client gets; null when none came.
     Json::Value NextCommand();
-    /// What arrived before a command of this test's own: proves that nothing was sent.
+    /// Sends a command of its own and looks at the messages before it. @return true when there are none.
     bool NothingWasSent();
     /// Has the client send a notification and pumps until the add-in has handled it.
     void Notify(const std::string& json);

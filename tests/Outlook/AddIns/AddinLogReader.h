@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// What this process writes to the add-in's log from the reader's construction on.
+/// Reads the lines that this process writes to the add-in's log after the reader's construction.
 class AddinLogReader {
 public:
     AddinLogReader();

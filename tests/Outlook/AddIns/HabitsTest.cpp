@@ -31,7 +31,7 @@ const HabitCase kHarmless[] = {
 
 } // namespace
 
-/// Whatever the host's ways, the same things happen.
+/// The behaviour is the same for all habits of the host.
 class HostHabits : public AddInFixture {};
 
 TEST_F(HostHabits, AMeetingIsScheduledAndChangedWhateverTheHostsWays) {

@@ -28,7 +28,7 @@ class FailingHost : public LifeFixture {
 protected:
     /// One event with its nth call failing. @return whether there was such a call.
     bool Run(const Scene& scene, size_t call, FailKind kind);
-    /// What the log must say about it.
+    /// Checks the log lines of the failure.
     void ExpectLog(const workbench::CallRecord& failed, const Scene& scene, FailKind kind);
 };
 

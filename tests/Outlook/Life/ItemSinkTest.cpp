@@ -51,7 +51,7 @@ protected:
         variant.pboolVal = value;
         return variant;
     }
-    /// What Cancel is after the event, VARIANT_FALSE before it.
+    /// Raises an event. @return the value of Cancel after it.
     VARIANT_BOOL Fire(DISPID event, VARIANT_BOOL before = VARIANT_FALSE) {
         VARIANT_BOOL cancel = before;
         GuardedArguments guarded({Reference(&cancel)});

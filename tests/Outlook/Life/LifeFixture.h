@@ -8,7 +8,7 @@
 /// Appointments of the add-in in a connected host, and what the client heard of them.
 class LifeFixture : public AddInFixture {
 protected:
-    /// What the add-in leaves in the comment of an appointment that it has filled.
+    /// The comment of an appointment that the add-in has filled.
     static constexpr const wchar_t* kNewMeeting = LR"({"nbm_flag":true,"is_new_item":true,"conf_id":"c-1"})";
     static constexpr const wchar_t* kKnownMeeting = LR"({"nbm_flag":true,"is_new_item":false,"conf_id":"c-1"})";
 
@@ -29,7 +29,7 @@ protected:
     /// one.
     void StartFreshClient();
 
-    /// What a connected add-in holds when no inspector is open and nothing is under way.
+    /// The sinks of a connected add-in when no inspector is open and no call is in progress.
     std::vector<std::wstring> RestingSinks();
     std::vector<std::wstring> HeldObjects() { return Host().Objects().Outstanding(); }
 

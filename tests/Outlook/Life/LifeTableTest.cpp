@@ -209,7 +209,7 @@ void LifeTable::Run(const Case& each, size_t number) {
     if (expected.command >= 0) {
         expectedCommands_.push_back({number, expected.command, ToNarrow(item->EntryId()), centre});
     }
-    item->fields.comment.clear(); // What follows is not the case's.
+    item->fields.comment.clear(); // The events that follow do not belong to the case.
     inspector->CloseWithoutAsking();
 }
 

@@ -11,7 +11,7 @@ using workbench::kCloseDiscard;
 using workbench::kClosePrompt;
 using workbench::kCloseSave;
 
-/// What becomes of an appointment that the client's notification has made, in the order the user does it.
+/// The life of an appointment that the client's notification has made, in the order of the user's actions.
 class MeetingStory : public LifeFixture {
 protected:
     void SetUp() override {

@@ -10,7 +10,7 @@ using workbench::ItemPtr;
 using workbench::kCloseDiscard;
 using workbench::kClosePrompt;
 
-/// What happens while a handler waits for the user or the host, and when the add-in goes meanwhile.
+/// Events while a handler waits for the user or the host, and the release of the add-in meanwhile.
 class Reentry : public LifeFixture {
 protected:
     /// Saves the item; `meanwhile` runs while the synchronisation question is open.

@@ -30,7 +30,7 @@ std::string TextEntry(const std::string& text) {
     return "sz(" + std::to_string((text.size() + 1) * sizeof(wchar_t)) + ") " + text + "\\0";
 }
 
-/// What the module's calls to the registry went through: counts the writing ones and refuses one of them.
+/// Takes the module's calls to the registry, counts the writing ones and refuses one of them.
 struct CallGate {
     int refused = -1; // index of the call that is denied
     int calls = 0;
@@ -160,7 +160,7 @@ TEST_F(Registration, WritesItsEntriesAndTakesThemBackAmongForeignOnes) {
     EXPECT_THAT(register_(), IsStatus(S_OK));
     EXPECT_EQ(Image(), RegisteredImage());
 
-    // What was changed since is set right; what others put into the add-in's key stays as long as the key.
+    // Changed values are corrected. Values that others have put into the add-in's key stay as long as the key.
     const std::wstring addInKey = std::wstring(kAddInsKey) + L"\\" + kProgId;
     const DWORD notLoaded = 2;
     ::RegSetKeyValueW(Machine(), addInKey.c_str(), L"LoadBehavior", REG_DWORD, &notLoaded, sizeof(notLoaded));

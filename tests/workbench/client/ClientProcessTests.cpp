@@ -161,8 +161,8 @@ TEST(ScriptedClient, GoesThroughItsScriptOrSaysWhichLineFailed) {
     std::filesystem::remove(path);
 }
 
-// Who pairs the transcript with what arrived relies on it: an order that came while a message was underway was once
-// carried out inside that, and its message was written down first.
+// Tests that compare the transcript with the arrived messages rely on this order. Once, an order that arrived during
+// the handling of a message was carried out inside it, and its own message was recorded first.
 TEST(LiveClient, TheTranscriptHasTheOrderInWhichMessagesArrive) {
     FakeAddin addin;
     ClientProcess client;

@@ -91,7 +91,7 @@ TEST(HostileMutations, SameSeedGivesTheSameBytes) {
     EXPECT_TRUE(differs);
 }
 
-// What the add-in would keep or queue without bound stays bounded, and yet each kind of shot is there.
+// The run limits the data that the add-in would keep or queue without limit, and still contains each kind of shot.
 TEST(HostileMutations, StaysBoundedAndLeavesNoKindOut) {
     constexpr std::uint64_t kShots = 100'000;
     Mutations mutations(1);
