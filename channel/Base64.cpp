@@ -65,7 +65,7 @@ inline std::uint64_t ReadEight(const std::uint8_t* bytes) noexcept {
 
 /// Writes the eight characters of the upper six bytes.
 inline void EncodeTwoGroups(std::uint64_t bits, char* out) noexcept {
-    for (int pair = 0; pair < 4; ++pair) {
+    for (std::size_t pair = 0; pair < 4; ++pair) {
         std::memcpy(out + 2 * pair, kPairTable[bits >> (52 - 12 * pair) & 0xFFF].data(), 2);
     }
 }

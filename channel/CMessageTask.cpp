@@ -204,7 +204,7 @@ void CMessageTask::PrintMsg(std::string_view message) {
     for (const EnvelopeKey& key : kEnvelopeKeys) {
         if (const auto found = FindEnvelope(message, key)) {
             const auto length = static_cast<int>(std::min(found->size(), kLogBuffer));
-            Log(key.format, length, found->data());
+            Log(key.format, length, found->data()); // NOLINT(bugprone-suspicious-stringview-data-usage) %.*s
         }
     }
 }

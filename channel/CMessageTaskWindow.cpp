@@ -35,7 +35,7 @@ bool CMessageTask::StartWindowThread(const std::shared_ptr<CMessageTask>& task) 
     if (!thread) {
         return false;
     }
-    argument.release(); // the thread frees it
+    static_cast<void>(argument.release()); // the thread frees it
     return true;
 }
 

@@ -70,7 +70,7 @@ void OpenAddinLogUnder(const wchar_t* folder) noexcept {
     if (AddinLogId() != 0 || std::wcslen(folder) >= MAX_PATH) {
         return;
     }
-    std::wmemcpy(path, folder, std::wcslen(folder));
+    std::wmemcpy(path, folder, std::wcslen(folder) + 1);
     if (!::PathAppendW(path, kLogFile)) {
         return;
     }

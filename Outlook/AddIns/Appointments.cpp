@@ -19,7 +19,7 @@ _bstr_t MakeBstr(const std::wstring& text) {
     BSTR& place = made.GetBSTR(); // both steps may find no memory; the second must not lose the text of the first
     place = ::SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
     if (place == nullptr) {
-        _com_issue_error(E_OUTOFMEMORY);
+        throw _com_error(E_OUTOFMEMORY);
     }
     return made;
 }

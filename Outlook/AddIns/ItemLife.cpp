@@ -120,7 +120,7 @@ bool AddIn::OnAppointmentItemWrite(Outlook::_AppointmentItemPtr item) {
 bool AddIn::OnAppointmentItemDelete(Outlook::_AppointmentItemPtr /*item*/) {
     // During the call Office asks the callbacks again and may pass another ribbon to `OnLoad`.
     if (const Outlook::IRibbonUIPtr ribbon = ribbonUI_) {
-        Outlook::InvalidateControl(ribbon, kCancelControl.data());
+        Outlook::InvalidateControl(ribbon, kCancelControl);
     }
     return true;
 }

@@ -28,7 +28,7 @@ struct RibbonControl {
 };
 
 /// The id of "Cancel" in an appointment. Deliberate: the tripled "e" is part of two published ids.
-inline constexpr std::wstring_view kCancelControl = L"CancelMeeetingAppointment";
+inline constexpr wchar_t kCancelControl[] = L"CancelMeeetingAppointment";
 
 /// All controls, also those that the shipped custom UI keeps in comments. `constexpr`: an allocation while the module
 /// loads could fail and end the host. Every control is enabled, unless it stands in the window of a cancelled meeting.

@@ -35,7 +35,7 @@ public:
 
     private:
         friend class SinkTables;
-        RemovedInspector(SinkTables& tables, IUnknownPtr item) : tables_(tables), item_(std::move(item)) {}
+        RemovedInspector(SinkTables& tables, const IUnknownPtr& item) : tables_(tables), item_(item) {}
 
         SinkTables& tables_;
         IUnknownPtr item_;

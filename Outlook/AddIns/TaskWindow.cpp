@@ -68,7 +68,7 @@ void TaskWindow::Post(Task task) {
     auto posted = std::make_unique<Task>(std::move(task));
     // Without a window the message would be posted to the thread itself and be lost.
     if (window != nullptr && ::PostMessageW(window, kRunTask, 0, reinterpret_cast<LPARAM>(posted.get()))) {
-        posted.release(); // The window procedure frees it.
+        static_cast<void>(posted.release()); // The window procedure frees it.
     }
 }
 

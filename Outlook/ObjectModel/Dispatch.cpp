@@ -33,7 +33,7 @@ HRESULT TakeStatus(EXCEPINFO& exception) noexcept {
 
 HRESULT Invoke(IDispatch* object, Member& member, WORD kind, DISPPARAMS& parameters, VARIANT* result) {
     if (object == nullptr) {
-        _com_issue_error(E_POINTER);
+        throw _com_error(E_POINTER);
     }
     assert(OnTheFirstCallersThread());
     DISPID id = DISPID_UNKNOWN;

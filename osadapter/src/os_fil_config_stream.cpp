@@ -146,7 +146,7 @@ int KOSA_Fsetpos(FILE* stream, const fpos_t* position) {
 void KOSA_Rewind(FILE* stream) {
     const RuntimeGuard guard;
     if (stream != nullptr) {
-        rewind(stream);
+        rewind(stream); // NOLINT(bugprone-unsafe-functions) this function is its wrapper
     }
 }
 

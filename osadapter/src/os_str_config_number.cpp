@@ -47,11 +47,11 @@ int32_t SecureFormat(char* destination, uint64_t size, int64_t count, const char
 }
 
 int KOSA_StrToInt(const char* text) {
-    return text == nullptr ? 0 : atoi(text);
+    return text == nullptr ? 0 : atoi(text); // NOLINT(cert-err34-c) this function is its wrapper
 }
 
 double KOSA_StrToFloat(const char* text) {
-    return text == nullptr ? 0.0 : atof(text);
+    return text == nullptr ? 0.0 : atof(text); // NOLINT(cert-err34-c) this function is its wrapper
 }
 
 long KOSA_Strtol(const char* text, char** end, int base) {

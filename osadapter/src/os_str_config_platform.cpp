@@ -17,7 +17,7 @@ using SocketErrorFunction = int(WINAPI*)();
 SocketErrorFunction FindSocketError() noexcept {
     const HMODULE library = ::LoadLibraryExW(L"ws2_32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     const auto found = library == nullptr ? nullptr : ::GetProcAddress(library, "WSAGetLastError");
-    return reinterpret_cast<SocketErrorFunction>(reinterpret_cast<void*>(found));
+    return reinterpret_cast<SocketErrorFunction>(reinterpret_cast<void (*)()>(found));
 }
 
 } // namespace

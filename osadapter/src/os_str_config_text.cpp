@@ -5,6 +5,7 @@
 
 #include <ctype.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 
@@ -73,10 +74,9 @@ char* KOSA_StrConcat(const char* first, ...) {
     if (first == nullptr) {
         return nullptr;
     }
-    const size_t firstLength = strlen(first);
     va_list texts;
     va_start(texts, first);
-    const size_t bytes = firstLength + LengthOfTexts(&texts) + 1;
+    const size_t bytes = strlen(first) + LengthOfTexts(&texts) + 1;
     va_end(texts);
     if (bytes > UINT32_MAX) {
         return nullptr;
@@ -85,13 +85,10 @@ char* KOSA_StrConcat(const char* first, ...) {
     if (joined == nullptr) {
         return nullptr;
     }
-    memcpy(joined, first, firstLength);
-    char* end = joined + firstLength;
+    char* end = joined;
     va_start(texts, first);
-    while (const char* const text = NextText(&texts)) {
-        const size_t length = strlen(text);
-        memcpy(end, text, length);
-        end += length;
+    for (const char* text = first; text != nullptr; text = NextText(&texts)) {
+        end = std::copy_n(text, strlen(text), end);
     }
     va_end(texts);
     return joined;

@@ -8,6 +8,8 @@
 /// so, and the guard is empty there.
 class RuntimeGuard {
 public:
+    RuntimeGuard(const RuntimeGuard&) = delete;
+    RuntimeGuard& operator=(const RuntimeGuard&) = delete;
 #ifdef _MSC_VER
     RuntimeGuard() noexcept : before_(_set_thread_local_invalid_parameter_handler(Ignore)) {}
     ~RuntimeGuard() {
@@ -22,7 +24,4 @@ private:
     RuntimeGuard() noexcept {}
     ~RuntimeGuard() {}
 #endif
-public:
-    RuntimeGuard(const RuntimeGuard&) = delete;
-    RuntimeGuard& operator=(const RuntimeGuard&) = delete;
 };
