@@ -3,7 +3,7 @@
 #include "bench/WorkFolder.h"
 #include "support/AddinLog.h"
 #include "support/LogLine.h"
-#include "support/LogOne.h"
+#include "support/LogOneApi.h"
 
 #ifdef BENCH_HAS_SPDLOG
 #include "bench/SpdlogPeer.h"

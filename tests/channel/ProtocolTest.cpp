@@ -1,5 +1,6 @@
 #include "tests/channel/ChannelFixture.h"
 
+#include "channel/CMessageTask.h"
 #include "channel/ChannelGlobals.h"
 #include "channel/uisdk_protocol.h"
 
