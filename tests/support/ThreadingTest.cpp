@@ -119,16 +119,6 @@ TEST(WorkerThread, IsWaitedForInItsLastSteps) {
     }
 }
 
-TEST(Event, IsManualResetAndTimesOut) {
-    MC_Event event;
-    EXPECT_FALSE(event.Wait(0));
-    event.Set();
-    EXPECT_TRUE(event.Wait(0));
-    EXPECT_TRUE(event.Wait(0));
-    event.Reset();
-    EXPECT_FALSE(event.Wait(1));
-}
-
 TEST(CriticalSection, IsRecursiveAndExcludesOtherThreads) {
     MC_Critical_Section lock(true);
     int otherGotIt = 1;
