@@ -264,23 +264,6 @@ TEST_F(RibbonPress, TheUserIsAskedToLogInAlthoughTheWindowHasClosed) {
     EXPECT_NE(user.Last().owner, owner);
 }
 
-TEST_F(RibbonPress, OnceTheClientIsUpTheNextPressReachesIt) {
-    Connect();
-    DialogResponder user(IDCANCEL);
-    ExplorerRibbon().Press(L"StartMeetingCalendar");
-    ASSERT_TRUE(PumpUntil([&] { return user.Done(); }, kDeadline));
-    StartClient();
-    ExplorerRibbon().Press(L"BookMeetingMail");
-    EXPECT_EQ(NextCommand()["cmd"], 4) << "and the first press is not repeated";
-    StopClient();
-    DialogResponder again(IDCANCEL);
-    ExplorerRibbon().Press(L"StartMeetingCalendar");
-    EXPECT_TRUE(PumpUntil([&] { return again.Done(); }, kDeadline));
-    StartClient();
-    ExplorerRibbon().Press(L"StartMeetingCalendar");
-    EXPECT_EQ(NextCommand()["cmd"], 2);
-}
-
 TEST_F(RibbonPress, APressWhileTheDialogIsOpenIsHandledInItsLoop) {
     Connect();
     DialogResponder user(std::vector<int>{IDCANCEL, IDCANCEL});
