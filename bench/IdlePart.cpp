@@ -2,7 +2,7 @@
 #include "bench/Receiver.h"
 #include "bench/Sample.h"
 #include "resources/Connect.h"
-#include "workbench/gauges/ImportPatch.h"
+#include "workbench/verify/core/ImportPatch.h"
 
 #include <atomic>
 #include <memory>
@@ -45,7 +45,7 @@ int64_t ProcessorTime() { // microseconds
 void ConnectCounted(HostSession& session) {
     workbench::AddInHost& addIn = session.Host().LoadAddIn(AddInPath(), CLSID_NembraMeeting);
     Require(addIn.LoadStatus() == S_OK, "the add-in cannot be loaded");
-    Require(gauges::PatchImport(addIn.Module(), "Sleep", reinterpret_cast<void*>(&CountedSleep)) != nullptr,
+    Require(verify::PatchImport(addIn.Module(), "Sleep", reinterpret_cast<void*>(&CountedSleep)) != nullptr,
             "the add-in imports no Sleep");
     Require(addIn.Connect() == S_OK, "the add-in does not connect");
 }

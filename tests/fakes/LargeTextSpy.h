@@ -1,13 +1,13 @@
 #pragma once
 
-#include "workbench/gauges/MallocSpy.h"
+#include "workbench/verify/core/MallocSpy.h"
 
 #include <set>
 #include <string>
 
 /// Knows the large blocks that COM's allocator has given out since `Watch`, BSTRs among them. Large, because small
 /// BSTRs are kept in a cache after they were freed.
-class LargeTextSpy final : public gauges::MallocSpy {
+class LargeTextSpy final : public verify::MallocSpy {
 public:
     static constexpr size_t kLarge = 200'000; // bytes
 

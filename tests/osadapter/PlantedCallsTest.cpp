@@ -1,7 +1,7 @@
 #include "osadapter/include/kosa.h"
 #include "support/UniqueResource.h"
 #include "tests/support/TempFolder.h"
-#include "workbench/gauges/ImportPatch.h"
+#include "workbench/verify/core/ImportPatch.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +50,7 @@ BOOL WINAPI FailingFindNext(HANDLE find, WIN32_FIND_DATAW* data) {
 template <class Function>
 Function Replace(const char* name, Function replacement) {
     return reinterpret_cast<Function>(
-        gauges::PatchImport(::GetModuleHandleW(nullptr), name, reinterpret_cast<void*>(replacement)));
+        verify::PatchImport(::GetModuleHandleW(nullptr), name, reinterpret_cast<void*>(replacement)));
 }
 
 /// Fails each allocation of the call in turn, alone and with all later ones. The call must then answer -1.

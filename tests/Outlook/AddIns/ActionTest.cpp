@@ -1,5 +1,5 @@
 #include "tests/Outlook/AddIns/AddInFixture.h"
-#include "workbench/gauges/ImportPatch.h"
+#include "workbench/verify/core/ImportPatch.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -250,7 +250,7 @@ HINSTANCE WINAPI CloseInsteadOfLaunch(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, 
 TEST_F(RibbonPress, TheUserIsAskedToLogInAlthoughTheWindowHasClosed) {
     Load();
     // The link to the client takes the function's address when it starts.
-    ASSERT_NE(gauges::PatchImport(::GetModuleHandleW(L"OutlookAddIn.dll"), "ShellExecuteW",
+    ASSERT_NE(verify::PatchImport(::GetModuleHandleW(L"OutlookAddIn.dll"), "ShellExecuteW",
                                   reinterpret_cast<void*>(&CloseInsteadOfLaunch)),
               nullptr);
     Host().OpenExplorer();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "support/UniqueResource.h"
-#include "workbench/gauges/ImportPatch.h"
+#include "workbench/verify/core/ImportPatch.h"
 
 #include <windows.h>
 
@@ -57,8 +57,8 @@ private:
 class ImportPatch {
 public:
     ImportPatch(HMODULE module, const char* function, void* replacement)
-        : module_(module), function_(function), original_(gauges::PatchImport(module, function, replacement)) {}
-    ~ImportPatch() { gauges::PatchImport(module_, function_, original_); }
+        : module_(module), function_(function), original_(verify::PatchImport(module, function, replacement)) {}
+    ~ImportPatch() { verify::PatchImport(module_, function_, original_); }
     ImportPatch(const ImportPatch&) = delete;
     ImportPatch& operator=(const ImportPatch&) = delete;
     /// False when the module imports no such function.

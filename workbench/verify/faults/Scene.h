@@ -1,0 +1,53 @@
+#pragma once
+
+#include "workbench/verify/faults/Injector.h"
+#include "workbench/verify/faults/StagedModule.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace verify {
+
+/// One life of a scene: it is set up, stepped through once with a failing call and once without, and ended.
+class Act {
+public:
+    Act() = default;
+    virtual ~Act() = default;
+    Act(const Act&) = delete;
+    Act& operator=(const Act&) = delete;
+
+    /// Before each step; nothing fails here.
+    virtual void Prepare() {}
+    /// The examined step. @return whether it had its effect. It always has its effect when no call fails.
+    virtual bool Step() = 0;
+    /// Asked at last: whether the module does its usual work.
+    virtual bool Works() { return true; }
+    /// Whether it then does without something that it was to make once and could not, by design: such as its channel.
+    virtual bool Degraded() { return false; }
+    /// Ends everything. @return what was not as it must be even after a failure.
+    virtual std::vector<std::string> End() { return {}; }
+
+    // The kinds that are no imported functions: texts and calls on Outlook's objects.
+
+    /// Has the next step's text or call fail if the order names such a kind; none for an order without a number.
+    virtual void Spoil(const Order&) {}
+    /// Adds the texts and calls of the last step.
+    virtual void Count(Counts&) const {}
+    /// The text or the call that the last step met and that failed; empty when there was none.
+    virtual std::string Spoilt() const { return {}; }
+    /// Asked behind a step with such a call. @return what was not as it must be after it.
+    virtual std::vector<std::string> Judge() { return {}; }
+};
+
+struct Scene {
+    const char* name;
+    /// Something that happens once in a process: each point gets a process of its own.
+    bool fresh;
+    /// The module is attached before; otherwise the scene does it.
+    bool attached;
+    std::function<std::unique_ptr<Act>(StagedModule& module)> make;
+};
+
+} // namespace verify

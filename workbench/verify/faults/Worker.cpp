@@ -1,0 +1,264 @@
+#include "workbench/verify/faults/Faults.h"
+
+#include "workbench/verify/core/Process.h"
+#include "workbench/verify/core/Report.h"
+#include "workbench/verify/core/Usage.h"
+#include "workbench/verify/faults/Blocks.h"
+#include "workbench/verify/faults/Hooks.h"
+
+#include "support/Text.h"
+
+#include <windows.h>
+#include <comdef.h>
+
+#include <algorithm>
+#include <exception>
+#include <stdexcept>
+
+namespace verify {
+namespace {
+
+constexpr int kCleanRuns = 3;    // the first ones leave behind what is made once
+constexpr int kLooks = 5;        // at what is held, before it counts as a leak
+constexpr int kMeasuredRuns = 5; // clean ones too, which tell what the system itself keeps of each run
+
+/// Over a whole scene. The system's own threads come and go. Its cache holds graphics; the module's own bitmaps are
+/// counted one by one, as is its memory.
+constexpr Usage kSlack = {8, kNotJudged, 0, 128, 128, kNotJudged, kNotJudged, kNotJudged};
+
+class Player {
+public:
+    Player(const Scene& scene, const FaultOptions& options)
+        : scene_(scene),
+          options_(options),
+          watchdog_(std::chrono::seconds(options.patience)),
+          module_(ToWide(options.module)) {
+        if (scene.attached && !module_.Attach()) {
+            throw std::runtime_error("the module does not attach");
+        }
+    }
+
+    void Play();
+
+private:
+    /// @return whether a call failed.
+    bool Run(const Order& order, bool told = true);
+    bool StepSafely(Act& act);
+    void TellFound() const;
+    void PlayRound(Order order);
+    bool PlayPoint(const Order& order);
+    void JudgeHoldings();
+    void TellHeld() const;
+    void MeasureCleanRuns();
+    void JudgeUsage() const;
+    static void Problem(const std::string& text) { Say("problem {}", text); }
+    static void AwaitQuiet();
+
+    const Scene& scene_;
+    const FaultOptions& options_;
+    Watchdog watchdog_;
+    StagedModule module_;
+    Holdings baseline_;
+    std::pair<Holdings, Holdings> usual_; // after the last two clean runs
+    Counts found_{};
+    bool degraded_ = false;
+    Usage usageAtFirst_{};
+    Usage usageBefore_{};
+    std::uint64_t points_ = 0;
+};
+
+bool Player::StepSafely(Act& act) {
+    try {
+        return act.Step();
+    } catch (const _com_error& error) {
+        Problem(fmt::format("an exception left the module, or the host has one: {}", error.Error()));
+    } catch (const std::exception& error) {
+        Problem(std::string("an exception left the module: ") + error.what());
+    } catch (...) {
+        Problem("an exception left the module");
+    }
+    return false;
+}
+
+bool Player::Run(const Order& order, bool told) {
+    watchdog_.Doing(fmt::format("{} {} {}", scene_.name, order.Round(), order.number));
+    if (told) {
+        Say("at {} {}", order.number == 0 ? "clean" : order.Round(), order.number);
+    }
+    const std::unique_ptr<Act> act = scene_.make(module_);
+    act->Prepare();
+    act->Spoil(order);
+    Arm(order);
+    const bool worked = StepSafely(*act);
+    const Counts counts = Disarm();
+    bool struck = HasStruck();
+    if (const std::string spoilt = act->Spoilt(); !spoilt.empty()) {
+        Say("failed {}", spoilt);
+        struck = true;
+        for (const std::string& problem : act->Judge()) {
+            Problem(problem);
+        }
+    }
+    if (order.number == 0) {
+        found_ = counts;
+        act->Count(found_);
+        if (!worked) {
+            Problem("the scene has no effect although nothing failed");
+        }
+    }
+    act->Spoil({});
+    act->Prepare();
+    if (!StepSafely(*act)) {
+        Problem("the unharmed repetition has no effect");
+    }
+    if (!act->Works()) {
+        Problem("the module does not do its work afterwards");
+    }
+    degraded_ = act->Degraded();
+    if (degraded_) {
+        Say("degraded");
+    }
+    for (const std::string& problem : act->End()) {
+        Problem(problem);
+    }
+    return struck;
+}
+
+/// A message that is under way in the channel has its memory.
+void Player::AwaitQuiet() {
+    const std::uint64_t rounds = ChannelRounds();
+    const ULONGLONG end = ::GetTickCount64() + 50;
+    while (ChannelRounds() < rounds + 3 && ::GetTickCount64() < end) {
+        ::Sleep(1);
+    }
+}
+
+void Player::JudgeHoldings() {
+    Holdings now = TakeHoldings();
+    for (int look = 0; look < kLooks && !GrowthOf(baseline_, now, usual_).empty(); ++look) {
+        AwaitQuiet();
+        now = TakeHoldings();
+    }
+    for (const std::string& line : GrowthOf(baseline_, now, usual_)) {
+        Problem(line);
+    }
+    // The next point answers for itself. A point that left less, such as a log that stayed closed, sets no measure.
+    for (const auto& [thing, count] : now) {
+        baseline_[thing] = std::max(baseline_[thing], count);
+    }
+}
+
+/// Of several looks the least: the memory that the channel's threads hold for a moment is no leak.
+void Player::TellHeld() const {
+    Holdings least = TakeHoldings();
+    for (int look = 0; look < kLooks; ++look) {
+        AwaitQuiet();
+        const Holdings now = TakeHoldings();
+        for (auto& [thing, count] : least) {
+            const auto found = now.find(thing);
+            count = std::min(count, found != now.end() ? found->second : 0);
+        }
+    }
+    for (const auto& [thing, count] : least) {
+        Say("held {} {}", count, thing);
+    }
+}
+
+void Player::TellFound() const {
+    for (const Order& round : AllRounds()) {
+        Say("found {} {}", round.Round(), found_[static_cast<std::size_t>(round.kind)]);
+    }
+}
+
+void Player::Play() {
+    const std::optional<Order> only = ParseRound(options_.kind);
+    if (scene_.fresh) {
+        Run(only ? Order{only->kind, options_.from, only->onward} : Order{});
+        if (!only) {
+            TellFound();
+        }
+        if (!degraded_) { // commands wait in a channel that does not run
+            TellHeld();
+        }
+        return;
+    }
+    for (int i = 0; i < kCleanRuns; ++i) {
+        Run({});
+    }
+    TellFound();
+    MeasureCleanRuns();
+    bool reached = false;
+    for (const Order& round : AllRounds()) {
+        reached = reached || round.Round() == options_.first;
+        if (only ? round.Round() == options_.kind : reached) {
+            PlayRound(round);
+        }
+    }
+    JudgeUsage();
+}
+
+void Player::PlayRound(Order order) {
+    const std::uint64_t found = found_[static_cast<std::size_t>(order.kind)];
+    for (order.number = options_.kind.empty() ? 1 : options_.from;; order.number += options_.every) {
+        bool struck = PlayPoint(order);
+        for (int attempt = 1; attempt < kAttempts && !struck && order.number <= found; ++attempt) {
+            struck = PlayPoint(order); // The module's own threads make some of the calls, not always in time.
+        }
+        if (!struck && order.number <= found) {
+            Say("missed");
+        }
+        if ((!struck && order.number >= found) || options_.only) {
+            return;
+        }
+    }
+}
+
+bool Player::PlayPoint(const Order& order) {
+    const bool struck = Run(order);
+    ++points_;
+    JudgeHoldings();
+    return struck;
+}
+
+void Player::MeasureCleanRuns() {
+    usageAtFirst_ = MeasureUsage();
+    for (int i = 0; i < kMeasuredRuns; ++i) {
+        usual_.first = std::move(usual_.second);
+        Run({}, false);
+        AwaitQuiet();
+        usual_.second = TakeHoldings();
+    }
+    baseline_ = usual_.second;
+    usageBefore_ = MeasureUsage();
+}
+
+/// Handles and the like after all points. Some systems keep a handle of each run, whoever makes it.
+void Player::JudgeUsage() const {
+    Usage known = ScaledGrowth(usageAtFirst_, usageBefore_, kMeasuredRuns, points_ + kMeasuredRuns);
+    known[kWindows] = 0;
+    if (const std::string grown = Growth(usageBefore_, MeasureUsage(), kSlack, known); !grown.empty()) {
+        Problem("leak: over all points: " + grown);
+    }
+}
+
+} // namespace
+
+int PlayScene(const Scene& scene, const FaultOptions& options) {
+    ReportCrashes();
+    WatchComMemory();
+    ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    UINT code = kNoViolation;
+    try {
+        // Never destroyed, nor is the runtime's end run through: the module's threads are still at work, and the end is
+        // not examined here.
+        (new Player(scene, options))->Play();
+        Say("end");
+    } catch (const std::exception& error) {
+        Say("problem the scene cannot be played: {}", error.what());
+        code = kViolations;
+    }
+    ::TerminateProcess(::GetCurrentProcess(), code);
+    return kViolations;
+}
+
+} // namespace verify
