@@ -67,9 +67,10 @@ struct WireMessage {
 /// the add-in's side does against the wire format is a failure. The window exists while the object lives.
 class PeerWindow {
 public:
+    ~PeerWindow() { Wake(); }
+
     Inbox<WireMessage>& Wire() { return wire_; }
     Inbox<std::string>& Messages() { return messages_; }
-    ~PeerWindow() { Wake(); }
 
     /// From its return to `Wake` the window takes no messages.
     void Hang();

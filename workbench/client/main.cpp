@@ -3,6 +3,7 @@
 #include "workbench/client/Options.h"
 #include "workbench/client/Transcript.h"
 #include "workbench/client/UriScheme.h"
+
 #include "support/Text.h"
 
 #include <windows.h>
@@ -69,15 +70,15 @@ int RunClient(const Options& options) {
 } // namespace
 
 int main() {
-    const std::vector<std::wstring> arguments = Arguments();
-    std::vector<std::string> narrow;
-    for (const std::wstring& argument : arguments) {
-        narrow.insert(narrow.begin(), ToUtf8(argument)); // the parser takes them from the end
-    }
     Options options;
     CLI::App app("", "meeting_client");
-    Describe(app, options);
     try {
+        const std::vector<std::wstring> arguments = Arguments();
+        std::vector<std::string> narrow;
+        for (const std::wstring& argument : arguments) {
+            narrow.insert(narrow.begin(), ToUtf8(argument)); // the parser takes them from the end
+        }
+        Describe(app, options);
         app.parse(std::move(narrow));
         return options.registerUri || options.unregisterUri ? EditRegistration(options, arguments) : RunClient(options);
     } catch (const CLI::ParseError& error) {

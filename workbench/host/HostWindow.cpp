@@ -1,7 +1,6 @@
 #include "workbench/host/HostWindow.h"
 
 #include "workbench/host/HostCore.h"
-#include "workbench/host/WindowIcon.h"
 #include "workbench/host/WindowPainter.h"
 
 #include <windowsx.h>
@@ -44,8 +43,9 @@ void RegisterOne(const wchar_t* name, WNDPROC procedure, bool withIcon = false) 
     type.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
     type.lpszClassName = name;
     if (withIcon) { // the class keeps them as long as the process lives
-        type.hIcon = MakeWindowIcon(::GetSystemMetrics(SM_CXICON));
-        type.hIconSm = MakeWindowIcon(::GetSystemMetrics(SM_CXSMICON));
+        const int small = ::GetSystemMetrics(SM_CXSMICON);
+        type.hIcon = ::LoadIconW(nullptr, IDI_APPLICATION);
+        type.hIconSm = static_cast<HICON>(::CopyImage(type.hIcon, IMAGE_ICON, small, small, 0));
     }
     ::RegisterClassExW(&type);
 }

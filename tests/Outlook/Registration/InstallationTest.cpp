@@ -3,7 +3,6 @@
 #include "support/Text.h"
 #include "tests/Outlook/Registration/Registry.h"
 #include "tests/fakes/AddInModule.h"
-#include "tests/fakes/StatusMatcher.h"
 #include "workbench/process/ChildProcess.h"
 #include "workbench/process/OwnProgram.h"
 
@@ -19,7 +18,6 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr const wchar_t* kProgId = L"NembraMeeting.OutlookAddin";
 constexpr const wchar_t* kAddInsKeys[] = {
     // from the outermost; not all need be there before Office is
     L"SOFTWARE\\Microsoft\\Office",
@@ -119,43 +117,6 @@ protected:
     bool ready_ = false;
     std::vector<const wchar_t*> madeKeys_; // innermost first
 };
-
-TEST_F(Installation, MakesTheClassCreatableUntilItIsRemoved) {
-    const auto create = [](REFCLSID id) {
-        IDispatch* object = nullptr;
-        const HRESULT status =
-            ::CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, reinterpret_cast<void**>(&object));
-        if (object != nullptr) {
-            EXPECT_EQ(object->Release(), 0u);
-        }
-        return status;
-    };
-    const auto findClass = [](const std::wstring& progId) {
-        CLSID found = CLSID_NULL;
-        const HRESULT status = ::CLSIDFromProgID(progId.c_str(), &found);
-        EXPECT_EQ(found == CLSID_NembraMeeting, SUCCEEDED(status));
-        return status;
-    };
-    if (!madeKeys_.empty()) {
-        EXPECT_NE(RegSvr({L"/s"}), 0u) << "there is no list of Outlook's add-ins yet";
-        EXPECT_FALSE(HasKey(HKEY_CLASSES_ROOT, ServerKey()));
-    }
-    EXPECT_THAT(create(CLSID_NembraMeeting), IsStatus(REGDB_E_CLASSNOTREG));
-    Install();
-    EXPECT_TRUE(HasKey(HKEY_LOCAL_MACHINE, std::wstring(kAddInsKeys[2]) + L"\\" + kProgId));
-    EXPECT_THAT(findClass(kProgId), IsStatus(S_OK));
-    EXPECT_THAT(findClass(std::wstring(kProgId) + L".1"), IsStatus(S_OK));
-    ::UnRegisterTypeLib(LIBID_NBMOutlookAddin, 1, 0, 0, SYS_WIN64); // another test's object may have registered it
-    EXPECT_THAT(create(CLSID_NembraMeeting), IsStatus(S_OK));
-    EXPECT_EQ(RegisteredLibrary(), AddInModulePath());
-
-    EXPECT_EQ(RegSvr({L"/s", L"/u"}), 0u);
-    EXPECT_FALSE(HasKey(HKEY_LOCAL_MACHINE, std::wstring(kAddInsKeys[2]) + L"\\" + kProgId));
-    EXPECT_THAT(findClass(kProgId), IsStatus(CO_E_CLASSSTRING));
-    ::CoFreeUnusedLibraries();
-    EXPECT_THAT(create(CLSID_NembraMeeting), IsStatus(REGDB_E_CLASSNOTREG));
-    EXPECT_EQ(RegisteredLibrary(), AddInModulePath()) << "the type library is no part of the registration";
-}
 
 TEST_F(Installation, ServesAScriptThatKnowsItByNameOnly) {
     Install();
