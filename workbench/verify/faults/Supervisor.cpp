@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <map>
 #include <sstream>
-#include <stdexcept>
 
 namespace verify {
 namespace {
@@ -294,7 +293,8 @@ int RunFaults(const std::vector<Scene>& scenes, FaultOptions options, const std:
         return kNoViolation;
     }
     if (!options.kind.empty() && !ParseRound(options.kind)) {
-        throw std::runtime_error("there is no kind " + options.kind);
+        SayLine("there is no kind " + options.kind);
+        return kBadCommandLine;
     }
     std::vector<const Scene*> wanted;
     for (const Scene& scene : scenes) {
@@ -304,7 +304,8 @@ int RunFaults(const std::vector<Scene>& scenes, FaultOptions options, const std:
         }
     }
     if (wanted.empty() || (!options.scenes.empty() && wanted.size() < options.scenes.size())) {
-        throw std::runtime_error("there is no such scene");
+        SayLine("there is no such scene");
+        return kBadCommandLine;
     }
     if (options.worker) {
         return PlayScene(*wanted.front(), options);

@@ -124,7 +124,7 @@ bool Stage::Degraded() {
 void Stage::Spoil(const Order& order) {
     spoils_ = order;
     if (plan_.text != nullptr) {
-        const bool cut = order.kind == Kind::Json && order.number != 0;
+        const bool cut = Cuts() && order.kind == Kind::Json && order.number != 0;
         text = std::string(plan_.text).substr(0, cut ? order.number - 1 : std::string::npos);
     }
     if (!session_.Running()) {
@@ -145,7 +145,7 @@ void Stage::Spoil(const Order& order) {
 }
 
 void Stage::Count(Counts& counts) const {
-    if ((plan_.flags & kCutText) != 0) {
+    if (Cuts()) {
         counts[static_cast<std::size_t>(Kind::Json)] = std::strlen(plan_.text);
     }
     if (!session_.Running() || (plan_.flags & kOncePerProcess) != 0) {
@@ -165,7 +165,7 @@ std::optional<CallRecord> Stage::FailedCall() const {
 }
 
 std::string Stage::Spoilt() const {
-    if (spoils_.kind == Kind::Json && spoils_.number != 0 && spoils_.number <= std::strlen(plan_.text)) {
+    if (Cuts() && spoils_.kind == Kind::Json && spoils_.number != 0 && spoils_.number <= std::strlen(plan_.text)) {
         return "text";
     }
     const auto call = FailedCall();

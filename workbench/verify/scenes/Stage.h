@@ -78,6 +78,7 @@ public:
 
 private:
     void Begin();
+    bool Cuts() const { return (plan_.flags & kCutText) != 0; }
     std::optional<workbench::CallRecord> FailedCall() const;
 
     const Plan& plan_;
