@@ -49,8 +49,11 @@ std::wstring DeleteCommand(const std::wstring& machineKey, const std::wstring& n
 }
 
 std::wstring RegisterCommand(const Scene& scene) {
-    const std::wstring beside = Parent(scene.machine.Folder(Place::Program)) + L"\\" + kModuleFile;
-    const std::wstring& module = scene.FileExists(scene.module) ? scene.module : beside;
+    std::wstring module = scene.machine.Folder(Place::Installed) + L"\\" + kModuleFile;
+    if (!scene.FileExists(module)) {
+        const std::wstring beside = Parent(scene.machine.Folder(Place::Program)) + L"\\" + kModuleFile;
+        module = scene.FileExists(scene.module) ? scene.module : beside;
+    }
     return L"\"" + scene.machine.Folder(Place::System) + L"\\regsvr32.exe\" /s \"" + module + L"\"";
 }
 

@@ -42,7 +42,8 @@ bool IsBlockedByControl(const Scene& scene);                     ///< F7
 std::wstring RegistryName(Hive hive, const std::wstring& key);   ///< "HKLM\…"
 /// A command that deletes a key, or the value `name` in it.
 std::wstring DeleteCommand(const std::wstring& machineKey, const std::wstring& name = {});
-/// The command that registers the module: the registered file when it exists, else the file beside this program.
+/// The command that registers the module: the installer's file, else the registered one, else the one beside this
+/// program.
 std::wstring RegisterCommand(const Scene& scene);
 
 } // namespace doctor

@@ -195,7 +195,11 @@ void ServerPath(const Scene& scene, Finding& found) {
     } else if (!scene.FileExists(path)) {
         found.Add(Verdict::Fail, texts::kFileMissing, {path});
     } else {
+        const std::wstring installed = scene.machine.Folder(Place::Installed) + L"\\" + kModuleFile;
         found.Add(Verdict::Ok, texts::kServerAt, {path});
+        if (scene.FileExists(installed) && !SameText(installed, path)) {
+            found.Add(Verdict::Warn, texts::kOtherCopy, {installed});
+        }
         CompareEntries(scene, Verdict::Warn, found, [](const registry::Value& entry) {
             return std::wstring_view(entry.key) == registry::kClassKey;
         });

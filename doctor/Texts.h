@@ -96,7 +96,7 @@ inline constexpr Text kNoServer{L"COM 类未注册。", L"The class is not regis
 inline constexpr Text kPathNotFull{L"“{0}”不是完整路径，或带有引号。",
                                    L"\"{0}\" is not a full path, or has quotation marks."};
 inline constexpr Text kFileMissing{L"文件 {0} 不存在。", L"The file {0} does not exist."};
-inline constexpr Text kOtherCopy{L"安装程序的文件是 {0}。", L"The installer's file is {0}."};
+inline constexpr Text kOtherCopy{L"但安装程序的文件是 {0}。", L"The installer's file, however, is {0}."};
 inline constexpr Text kNoUserClass{L"用户没有同名的 COM 类。", L"The user has no class of this name."};
 inline constexpr Text kUserClass{L"用户的 {0} 覆盖了计算机的注册项。", L"The user's {0} hides the computer's entry."};
 inline constexpr Text kUserClassOther{L"用户的 {0} 指向另一处：{1}。", L"The user's {0} leads somewhere else: {1}."};

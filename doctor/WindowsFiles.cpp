@@ -198,6 +198,9 @@ std::wstring WindowsMachine::Folder(Place place) const {
     case Place::Log:
         ::SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, path);
         return path + std::wstring(L"\\NembraMeeting\\log");
+    case Place::Installed:
+        ::SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES, nullptr, SHGFP_TYPE_CURRENT, path);
+        return path + std::wstring(L"\\Nembra\\OutlookAddIn");
     case Place::Program:
         break;
     }
