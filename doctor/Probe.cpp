@@ -36,6 +36,12 @@ HRESULT CreateObject(HMODULE module) {
     return status;
 }
 
+/// Ends the process with the exception's code, before a debugger or an error report can hold it.
+LONG WINAPI EndAtOnce(EXCEPTION_POINTERS* exception) {
+    ::TerminateProcess(::GetCurrentProcess(), exception->ExceptionRecord->ExceptionCode);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
 /// A job that ends its processes when this process ends.
 UniqueHandle MakeJob() {
     UniqueHandle job(::CreateJobObjectW(nullptr, nullptr));
@@ -50,6 +56,7 @@ UniqueHandle MakeJob() {
 DWORD ProbeModule(const wchar_t* path) {
     // No box that waits for the user, neither for a missing library nor for a crash.
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+    ::SetUnhandledExceptionFilter(EndAtOnce);
     HRESULT status = ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     if (FAILED(status)) {
         return static_cast<DWORD>(status);
