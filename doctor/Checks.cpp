@@ -5,6 +5,20 @@
 #include <algorithm>
 
 namespace doctor {
+namespace {
+
+void RunCheck(const Check& check, const Scene& scene, Finding& found) {
+    if (check.needsModule && !scene.image) {
+        found.Add(Verdict::Info, texts::kNoModule);
+        return;
+    }
+    check.run(scene, found);
+    if (found.Fact().empty() && check.fine != nullptr) {
+        found.Add(Verdict::Ok, *check.fine);
+    }
+}
+
+} // namespace
 
 std::vector<Check> AllChecks() {
     std::vector<Check> all;
@@ -26,7 +40,7 @@ std::vector<Finding> RunChecks(const Scene& scene, std::wstring_view only) {
         const bool wanted = only.empty() ? !IsLoaded(scene) || kForLoadedAddIn.find(*check.id) != std::wstring::npos
                                          : SameText(check.id, only);
         if (wanted) {
-            check.run(scene, findings.emplace_back(check.id, check.name, check.ceiling, scene.language));
+            RunCheck(check, scene, findings.emplace_back(check.id, check.name, check.ceiling, scene.language));
         }
     }
     return findings;

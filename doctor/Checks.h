@@ -13,8 +13,11 @@ struct Check {
     const wchar_t* id; ///< its letter names the group
     const wchar_t* name;
     void (*run)(const Scene& scene, Finding& found);
+    /// The fact when the check adds none: nothing was found.
+    const Text* fine = nullptr;
     /// A check whose reading is not confirmed on Windows gives at most a warning.
     Verdict ceiling = Verdict::Fail;
+    bool needsModule = false; ///< left out when the module cannot be read; R7 and F1 report why
 };
 
 std::span<const Check> HostChecks();         // H

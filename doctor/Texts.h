@@ -166,7 +166,7 @@ inline constexpr Text kAllowRule{L"请由管理员添加允许规则，或安装
                                  L"Have an administrator add an allow rule, or install the signed release."};
 
 // Disabling
-inline constexpr Text kNotListed{L"{0} 中没有此加载项。", L"The add-in is not in {0}."};
+inline constexpr Text kNotListed{L"该列表中没有此加载项。", L"The add-in is not on this list."};
 inline constexpr Text kDisabled{L"Outlook 已将此加载项列入禁用项目（{0}）。",
                                 L"Outlook has put the add-in on its list of disabled items ({0})."};
 inline constexpr Text kEnableItem{L"请在“选项、加载项、管理：禁用项目”中启用它，或删除该值。",
