@@ -143,7 +143,7 @@ void Scheme(const Scene& scene, Finding& found) {
     }
     if (user && machine) {
         found.Add(Verdict::Warn, texts::kUserScheme).Advise(texts::kReinstallClient);
-        found.Offer({Repair::Kind::DeleteKey, key});
+        found.Offer({Repair::Kind::DeleteKey, key, {}});
     }
 }
 

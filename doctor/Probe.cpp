@@ -14,7 +14,7 @@ constexpr DWORD kLimit = 10'000; // ms
 HRESULT CreateObject(HMODULE module) {
     using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
     const auto getClassObject =
-        reinterpret_cast<GetClassObject>(reinterpret_cast<void*>(::GetProcAddress(module, "DllGetClassObject")));
+        reinterpret_cast<GetClassObject>(reinterpret_cast<void (*)()>(::GetProcAddress(module, "DllGetClassObject")));
     if (getClassObject == nullptr) {
         return HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND);
     }

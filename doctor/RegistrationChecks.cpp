@@ -207,7 +207,7 @@ void UserClasses(const Scene& scene, Finding& found) {
         const bool same = SameText(text, expected);
         found.Add(same ? Verdict::Warn : Verdict::Fail, same ? texts::kUserClass : texts::kUserClassOther,
                   {name, text});
-        found.Advise(texts::kDeleteUserClass).Offer({Repair::Kind::DeleteKey, kClassesKey + key});
+        found.Advise(texts::kDeleteUserClass).Offer({Repair::Kind::DeleteKey, kClassesKey + key, {}});
     };
     judge(registry::kClassKey, L"\\InprocServer32", scene.Text(Hive::Machine, kClassesKey + ServerKey()));
     judge(registry::kProgId, L"\\CLSID", registry::kClassId);

@@ -5,6 +5,7 @@ Each fault must be found by its check and by no unrelated one. It is then repair
 doctor shows to an administrator, or, where it shows none, by the test. After each repair the computer must be healthy again.
 """
 import argparse
+import html
 import json
 import os
 import pathlib
@@ -14,6 +15,7 @@ import subprocess
 import sys
 import textwrap
 import time
+import unicodedata
 import zipfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -250,18 +252,21 @@ def try_collection():
 def save_picture(name):
     """Draws the report as a terminal shows it, with one colour for each verdict."""
     colours = {"[OK": "#6cc070", "[INFO": "#7aa7e8", "[WARN": "#e5c04b", "[FAIL": "#f0706a", "[?": "#c08be0"}
-    _, report = wine(DOCTOR, "--language", options.language)
-    lines = ["> OutlookAddInDoctor"]
-    for line in report.splitlines():
-        indent = " " * (34 if line.startswith("[") else len(line) - len(line.lstrip()))
-        lines += textwrap.wrap(line, 120, subsequent_indent=indent, break_long_words=False) or [" "]
-    picture = ["convert", "-background", "#1e2227", "-font", "Noto-Sans-Mono-CJK-SC", "-pointsize", "15"]
-    for line in lines:
+    size, spacing, margin = 15, 22, 16  # pixels; a letter is half as wide as high, a Chinese one as wide as high
+    texts, width, y = [], 0, margin
+    for line in ["> OutlookAddInDoctor"] + wine(DOCTOR, "--language", options.language)[1].splitlines():
         colour = next((colours[mark] for mark in colours if line.startswith(mark)), "#d8dce2")
-        text = line.replace("\\", "\\\\").replace("%", "%%")
-        picture += ["-fill", colour, "label:" + text]
-    picture += ["-append", "-bordercolor", "#1e2227", "-border", "14", "-strip", options.pictures / f"{name}.png"]
-    subprocess.run(picture, check=True)
+        indent = " " * (34 if line.startswith("[") else len(line) - len(line.lstrip()))
+        for part in textwrap.wrap(line, 130, subsequent_indent=indent, break_long_words=False) or [""]:
+            y += spacing
+            width = max(width, sum(size if unicodedata.east_asian_width(c) in "WF" else size / 2 for c in part))
+            texts.append(f'<text x="{margin}" y="{y}" fill="{colour}" xml:space="preserve">{html.escape(part)}</text>')
+    svg = (f'<svg xmlns="http://www.w3.org/2000/svg" width="{width + 2 * margin}" height="{y + margin}" '
+           f'font-family="Noto Sans Mono CJK SC" font-size="{size}">'
+           f'<rect width="100%" height="100%" fill="#1e2227"/>{"".join(texts)}</svg>')
+    drawn = subprocess.run(["rsvg-convert"], input=svg.encode(), stdout=subprocess.PIPE, check=True).stdout
+    target = f"png8:{options.pictures / name}.png"
+    subprocess.run(["convert", "-", "-colors", "48", "-strip", target], input=drawn, check=True)
 
 
 def save_pictures():
