@@ -98,8 +98,9 @@ HRESULT AddInHost::LoadClass(REFCLSID clsid) {
     return loadStatus_;
 }
 
-HRESULT AddInHost::LoadProgId(const std::wstring& progId) {
+HRESULT AddInHost::LoadProgId(const std::wstring& name) {
     CLSID clsid{};
+    progId = name;
     loadStatus_ = ::CLSIDFromProgID(progId.c_str(), &clsid);
     return FAILED(loadStatus_) ? loadStatus_ : LoadClass(clsid);
 }
@@ -120,7 +121,7 @@ HRESULT AddInHost::Connect(ConnectMode mode) {
     if (SUCCEEDED(connectStatus_)) {
         CustomData custom;
         const DispatchPtr application = host_.Application();
-        const DispatchPtr instance = MakeAddInInstance(host_.Core());
+        const DispatchPtr instance = MakeComAddIn(host_.Core(), *this);
         connectStatus_ = connection->OnConnection(application, mode, instance, custom.Get());
         connected_ = SUCCEEDED(connectStatus_);
         Note(L"OnConnection = " + DescribeHex(static_cast<unsigned long>(connectStatus_)));

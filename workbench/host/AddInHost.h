@@ -24,8 +24,11 @@ public:
     // How the object is made; OutlookHost::LoadAddIn and its relatives call one of these. COM must be initialised.
     HRESULT LoadFile(const std::wstring& path, REFCLSID clsid); // LoadLibrary, DllGetClassObject, CreateInstance
     HRESULT LoadClass(REFCLSID clsid);                          // CoCreateInstance
-    HRESULT LoadProgId(const std::wstring& progId);
+    HRESULT LoadProgId(const std::wstring& name);
     HRESULT Adopt(IUnknown* addIn); // an object made by the test
+
+    /// Its name in COMAddIns; empty unless it was loaded by it or the owner of the host sets it.
+    std::wstring progId;
 
     /// Status of the load; S_OK when there is an object.
     HRESULT LoadStatus() const { return loadStatus_; }

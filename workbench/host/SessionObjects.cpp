@@ -147,6 +147,7 @@ constexpr Member kApplicationMembers[] = {
          call.Host().RequestQuit();
          return S_OK;
      }},
+    {0x0118, L"COMAddIns", kGet, 0, 0, [](Call& call) { return call.Return(MakeComAddIns(CoreOf(call))); }},
     {0x0119, L"Explorers", kGet, 0, 0, [](Call& call) { return call.Return(MakeExplorers(CoreOf(call))); }},
     {0x011A, L"Inspectors", kGet, 0, 0, [](Call& call) { return call.Return(MakeInspectors(CoreOf(call))); }},
     {0x011B, L"LanguageSettings", kGet, 0, 0,
@@ -201,7 +202,6 @@ constexpr ObjectClass kFolderClass{L"Folder", kIidFolder, kFolderMembers};
 constexpr ObjectClass kExplorersClass{L"Explorers", kIidExplorers, kExplorersMembers};
 constexpr ObjectClass kInspectorsClass{L"Inspectors", kIidInspectors, kInspectorsMembers};
 constexpr ObjectClass kLanguageClass{L"LanguageSettings", kIidLanguageSettings, kLanguageMembers};
-constexpr ObjectClass kAddInClass{L"COMAddIn", kIidComAddIn, {}};
 
 std::wstring NextLabel(HostCore& core) {
     return L"#" + std::to_wstring(core.nextObject++);
@@ -238,11 +238,6 @@ DispatchPtr MakeInspectors(const std::shared_ptr<HostCore>& core) {
 
 DispatchPtr MakeLanguageSettings(const std::shared_ptr<HostCore>& core) {
     return HandOut(core, kLanguageClass, &kLanguageKey, NextLabel(*core), std::make_shared<SessionModel>());
-}
-
-DispatchPtr MakeAddInInstance(const std::shared_ptr<HostCore>& core) {
-    auto model = std::make_shared<SessionModel>();
-    return HandOut(core, kAddInClass, model.get(), NextLabel(*core), model);
 }
 
 } // namespace workbench
