@@ -2,44 +2,40 @@
 
 #include "Outlook/AddIns/LogValues.h"
 #include "Outlook/AddIns/ModuleState.h"
-#include "resources/Connect.h"
+#include "Outlook/AddIns/RegistryTable.h"
 #include "support/LogLine.h"
 #include "support/UniqueResource.h"
 
+#include <cwchar>
 #include <new>
+#include <string>
 
 namespace {
 
 constexpr const wchar_t* kSource = L"AddIns/Registrar";
-constexpr const wchar_t* kProgId = L"NembraMeeting.OutlookAddin";
-constexpr const wchar_t* kVersionedProgId = L"NembraMeeting.OutlookAddin.1";
-constexpr const wchar_t* kAddInsKey = L"SOFTWARE\\Microsoft\\Office\\Outlook\\Addins";
-constexpr DWORD kLoadAtStart = 3; // load at start-up, loaded
+constexpr const wchar_t* kTrees[] = {registry::kClassKey, registry::kProgId, registry::kVersionedProgId};
 
-struct TextValue {
-    const wchar_t* subKey; // null: the key itself
-    const wchar_t* name;   // null: the key's default value
-    std::wstring text;
-};
-
-LSTATUS SetText(HKEY key, const TextValue& value) {
-    const auto bytes = static_cast<DWORD>((value.text.size() + 1) * sizeof(wchar_t));
-    return ::RegSetKeyValueW(key, value.subKey, value.name, REG_SZ, value.text.c_str(), bytes);
+LSTATUS OpenKey(const wchar_t* path, UniqueKey& key) {
+    HKEY opened = nullptr;
+    // Outlook's list is opened, not created: without it the registration fails and is taken back.
+    const LSTATUS result =
+        path == registry::kAddInsKey
+            ? ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_WRITE, &opened)
+            : ::RegCreateKeyExW(HKEY_CLASSES_ROOT, path, 0, nullptr, 0, KEY_WRITE, nullptr, &opened, nullptr);
+    key.Reset(opened);
+    return result;
 }
 
-/// Creates a key below HKEY_CLASSES_ROOT and sets the values in it and below it.
-HRESULT WriteClassesKey(const std::wstring& path, std::initializer_list<TextValue> values) {
-    HKEY opened = nullptr;
-    LSTATUS result =
-        ::RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &opened, nullptr);
-    const UniqueKey key(opened);
-    for (const TextValue& value : values) {
-        if (result != ERROR_SUCCESS) {
-            break;
-        }
-        result = SetText(key.Get(), value);
+LSTATUS SetValue(HKEY key, const registry::Value& value, const std::wstring& module) {
+    if (value.number != 0) {
+        const DWORD number = value.number;
+        return ::RegSetKeyValueW(key, value.subKey, value.name, REG_DWORD, &number, sizeof(number));
     }
-    return HRESULT_FROM_WIN32(result);
+    const wchar_t* text = value.text != nullptr ? value.text : module.c_str();
+    // Deliberate: the texts for Outlook have no terminator. They have always been written so, and readers accept it.
+    const size_t terminator = value.key == registry::kAddInsKey ? 0 : 1;
+    const auto bytes = static_cast<DWORD>((std::wcslen(text) + terminator) * sizeof(wchar_t));
+    return ::RegSetKeyValueW(key, value.subKey, value.name, REG_SZ, text, bytes);
 }
 
 /// Converts the result of a deletion to a status. A missing key counts as deleted.
@@ -49,17 +45,11 @@ HRESULT ToDeletionStatus(LSTATUS result) {
 
 } // namespace
 
-Registrar::Registrar()
-    : clsidText_(IdText(CLSID_NembraMeeting).text),
-      classKey_(L"CLSID\\" + clsidText_),
-      addInKey_(std::wstring(kAddInsKey) + L"\\" + kProgId),
-      name_(L"NembraMeetingOutlookAddin") {}
-
 HRESULT Registrar::Register() {
     LogLine(kSource, L"Registrar::Register").Debug() << L"Register";
     HRESULT status = E_OUTOFMEMORY;
     try {
-        status = RegisterAll();
+        status = WriteAll();
     } catch (const std::bad_alloc&) {
         // Handled as any other failure: the written entries are removed, which needs no memory.
     }
@@ -70,73 +60,37 @@ HRESULT Registrar::Register() {
     return status;
 }
 
-HRESULT Registrar::RegisterAll() const {
-    HRESULT status = RegisterClass();
-    if (SUCCEEDED(status)) {
-        status = RegisterProgIds();
-    }
-    return SUCCEEDED(status) ? RegisterAddIn() : status;
-}
-
-HRESULT Registrar::RegisterClass() const {
+HRESULT Registrar::WriteAll() {
     std::wstring module;
     const HRESULT status = ModuleState::GetPath(module);
     if (FAILED(status)) {
         return status;
     }
-    return WriteClassesKey(classKey_, {
-                                          {nullptr, nullptr, name_},
-                                          {L"InprocServer32", nullptr, module},
-                                          {L"InprocServer32", L"ThreadingModel", L"Apartment"},
-                                          {L"ProgID", nullptr, kProgId},
-                                          // Deliberate: the id of the interface, as it has been published. The add-in
-                                          // finds its type library by the library's own id, not through this value.
-                                          {L"TypeLib", nullptr, IdText(IID_IConnect).text},
-                                          {L"VersionIndependentProgID", nullptr, kProgId},
-                                      });
-}
-
-HRESULT Registrar::RegisterProgIds() const {
-    const HRESULT status = WriteClassesKey(kProgId, {
-                                                        {nullptr, nullptr, name_},
-                                                        {L"CLSID", nullptr, clsidText_},
-                                                        {L"CurVer", nullptr, kVersionedProgId},
-                                                    });
-    if (FAILED(status)) {
-        return status;
-    }
-    return WriteClassesKey(kVersionedProgId, {
-                                                 {nullptr, nullptr, name_},
-                                                 {L"CLSID", nullptr, clsidText_},
-                                             });
-}
-
-HRESULT Registrar::RegisterAddIn() const {
-    // The parent key is opened, not created: without it the registration fails and is taken back.
-    HKEY opened = nullptr;
-    LSTATUS result = ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kAddInsKey, 0, KEY_WRITE, &opened);
-    const UniqueKey addIns(opened);
-    for (const wchar_t* value : {L"Description", L"FriendlyName"}) {
+    UniqueKey key;
+    const wchar_t* path = nullptr;
+    for (const registry::Value& value : registry::kValues) {
+        LSTATUS result = ERROR_SUCCESS;
+        if (value.key != path) {
+            path = value.key;
+            result = OpenKey(path, key);
+        }
         if (result == ERROR_SUCCESS) {
-            // Deliberate: without the terminator. These two values have always been written so, and readers accept it.
-            const auto bytes = static_cast<DWORD>(name_.size() * sizeof(wchar_t));
-            result = ::RegSetKeyValueW(addIns.Get(), kProgId, value, REG_SZ, name_.c_str(), bytes);
+            result = SetValue(key.Get(), value, module);
+        }
+        if (result != ERROR_SUCCESS) {
+            return HRESULT_FROM_WIN32(result);
         }
     }
-    if (result == ERROR_SUCCESS) {
-        result =
-            ::RegSetKeyValueW(addIns.Get(), kProgId, L"LoadBehavior", REG_DWORD, &kLoadAtStart, sizeof(kLoadAtStart));
-    }
-    return HRESULT_FROM_WIN32(result);
+    return S_OK;
 }
 
 HRESULT Registrar::Unregister() {
     LogLine(kSource, L"Registrar::Unregister").Debug() << L"Unregister";
-    for (const wchar_t* tree : {classKey_.c_str(), kProgId, kVersionedProgId}) {
+    for (const wchar_t* tree : kTrees) {
         const HRESULT status = ToDeletionStatus(::RegDeleteTreeW(HKEY_CLASSES_ROOT, tree));
         if (status != S_OK) {
             return status;
         }
     }
-    return ToDeletionStatus(::RegDeleteKeyW(HKEY_LOCAL_MACHINE, addInKey_.c_str()));
+    return ToDeletionStatus(::RegDeleteKeyW(HKEY_LOCAL_MACHINE, registry::kAddInKey));
 }
