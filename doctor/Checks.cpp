@@ -1,0 +1,57 @@
+#include "doctor/Checks.h"
+
+#include "doctor/Texts.h"
+
+#include <algorithm>
+
+namespace doctor {
+
+std::vector<Check> AllChecks() {
+    std::vector<Check> all;
+    for (const auto group : {HostChecks, RegistrationChecks, FileChecks, StateChecks, LinkChecks}) {
+        const std::span<const Check> checks = group();
+        all.insert(all.end(), checks.begin(), checks.end());
+    }
+    return all;
+}
+
+bool IsLoaded(const Scene& scene) {
+    return !scene.loadedModule.empty() && SameText(scene.loadedModule, scene.module);
+}
+
+std::vector<Finding> RunChecks(const Scene& scene, std::wstring_view only) {
+    constexpr std::wstring_view kForLoadedAddIn = L"HLC";
+    std::vector<Finding> findings;
+    for (const Check& check : AllChecks()) {
+        const bool wanted = only.empty() ? !IsLoaded(scene) || kForLoadedAddIn.find(*check.id) != std::wstring::npos
+                                         : SameText(check.id, only);
+        if (wanted) {
+            check.run(scene, findings.emplace_back(check.id, check.name, check.ceiling, scene.language));
+        }
+    }
+    return findings;
+}
+
+bool IsDenied(Access access, const std::wstring& what, Finding& found) {
+    if (access == Access::Denied) {
+        found.Add(Verdict::Unknown, texts::kDenied, {what}).Advise(texts::kAsAffectedUser);
+    }
+    return access == Access::Denied;
+}
+
+std::wstring RegistryName(Hive hive, const std::wstring& key) {
+    return (hive == Hive::Machine ? L"HKLM\\" : L"HKCU\\") + key;
+}
+
+std::wstring DeleteCommand(const std::wstring& machineKey, const std::wstring& name) {
+    return L"reg delete \"" + RegistryName(Hive::Machine, machineKey) + L"\"" +
+           (name.empty() ? L"" : L" /v \"" + name + L"\"") + L" /f /reg:64";
+}
+
+std::wstring RegisterCommand(const Scene& scene) {
+    const std::wstring beside = Parent(scene.machine.Folder(Place::Program)) + L"\\" + kModuleFile;
+    const std::wstring& module = scene.FileExists(scene.module) ? scene.module : beside;
+    return L"\"" + scene.machine.Folder(Place::System) + L"\\regsvr32.exe\" /s \"" + module + L"\"";
+}
+
+} // namespace doctor

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "doctor/Finding.h"
+#include "doctor/Scene.h"
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace doctor {
+
+struct Check {
+    const wchar_t* id; ///< its letter names the group
+    const wchar_t* name;
+    void (*run)(const Scene& scene, Finding& found);
+    /// A check whose reading is not confirmed on Windows gives at most a warning.
+    Verdict ceiling = Verdict::Fail;
+};
+
+std::span<const Check> HostChecks();         // H
+std::span<const Check> RegistrationChecks(); // R
+std::span<const Check> FileChecks();         // F
+std::span<const Check> StateChecks();        // D, E, P
+std::span<const Check> LinkChecks();         // L, C
+
+/// All checks in the order of the report.
+std::vector<Check> AllChecks();
+
+/// Whether Outlook has loaded the registered module, so that only host, log and client matter.
+bool IsLoaded(const Scene& scene);
+
+/// Runs all checks, or the one with this id. Without `only`, the groups that a loaded add-in makes needless are left
+/// out.
+std::vector<Finding> RunChecks(const Scene& scene, std::wstring_view only = {});
+
+/// Adds a fact when access was denied. @return whether it was.
+bool IsDenied(Access access, const std::wstring& what, Finding& found);
+
+// Facts that checks of several groups need
+bool AsksForSignature(const Scene& scene, std::uint32_t& level); ///< P3
+bool IsBlockedByControl(const Scene& scene);                     ///< F7
+std::wstring RegistryName(Hive hive, const std::wstring& key);   ///< "HKLM\…"
+/// A command that deletes a key, or the value `name` in it.
+std::wstring DeleteCommand(const std::wstring& machineKey, const std::wstring& name = {});
+/// The command that registers the module: the registered file when it exists, else the file beside this program.
+std::wstring RegisterCommand(const Scene& scene);
+
+} // namespace doctor
