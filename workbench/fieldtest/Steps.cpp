@@ -320,11 +320,10 @@ Outcome Schedule(Field& field) {
     field.confId = AwaitFilled(field);
     const OpenItem open = field.FindOpen(field.confId);
     field.report.Answer(3, "item: " + YesNo(SameObject(open.item, Child(open.inspector, L"CurrentItem"))), kInModel);
-    const std::wstring caption = ToWide(Text(open.inspector, L"Caption"));
     for (const HWND window : OutlookWindows()) {
         wchar_t title[512] = L"";
         ::GetWindowTextW(window, title, 512);
-        if (caption == title) {
+        if (ToUtf8(title).find(field.subject) != std::string::npos) {
             ProbeEditor(field, window);
         }
     }

@@ -24,7 +24,7 @@ HRESULT FindAddIn(Call& call) {
     long number = 0;
     if (const VARIANT* which = call.Argument(0); which && which->vt == VT_BSTR) {
         call.Text(0, progId);
-        found = std::find_if(addIns.begin(), addIns.end(), [&](const auto& one) { return one->progId == progId; });
+        found = std::find_if(addIns.begin(), addIns.end(), [&](const auto& one) { return one->listedAs == progId; });
     } else if (SUCCEEDED(call.Long(0, number)) && number >= 1 && static_cast<std::size_t>(number) <= addIns.size()) {
         found = addIns.begin() + (number - 1);
     }
@@ -39,7 +39,7 @@ constexpr Member kComAddInsMembers[] = {
 
 constexpr Member kComAddInMembers[] = {
     {0x0003, L"ProgId", kGet, 0, 0,
-     [](Call& call) { return call.Return(ObjectOf<ComAddInModel>::Of(call).addIn->progId); }},
+     [](Call& call) { return call.Return(ObjectOf<ComAddInModel>::Of(call).addIn->listedAs); }},
     {0x0006, L"Connect", kGet, 0, 0,
      [](Call& call) { return call.ReturnBoolean(ObjectOf<ComAddInModel>::Of(call).addIn->Connected()); }},
 };

@@ -81,9 +81,6 @@ void Joiner::TakeSegment(std::uint32_t number, std::string_view text, Result& re
         result.faults.push_back(Sized("segment of a wrong size", body.size()));
     }
     const auto [part, first] = parts_.try_emplace(number);
-    if (first && number == lastFinished_) {
-        result.faults.push_back("the number of the message before");
-    }
     if (first && last) {
         result.faults.push_back("last segment without a first one");
     }
@@ -91,7 +88,6 @@ void Joiner::TakeSegment(std::uint32_t number, std::string_view text, Result& re
     if (last) {
         result.message = std::move(part->second);
         parts_.erase(part);
-        lastFinished_ = number;
     }
 }
 

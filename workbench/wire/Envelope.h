@@ -41,7 +41,6 @@ private:
     void TakeSegment(std::uint32_t number, std::string_view text, Result& result);
 
     std::map<std::uint32_t, std::string> parts_;
-    std::uint32_t lastFinished_ = 0;
 };
 
 } // namespace wire

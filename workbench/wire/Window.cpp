@@ -94,6 +94,7 @@ WindowThread::WindowThread(const wchar_t* name, Window::Receive receive) {
     });
     try {
         window_ = window.get();
+        threadId_ = ::GetWindowThreadProcessId(window_, nullptr);
     } catch (...) {
         thread_.join();
         throw;
@@ -101,14 +102,13 @@ WindowThread::WindowThread(const wchar_t* name, Window::Receive receive) {
 }
 
 WindowThread::~WindowThread() {
-    ::PostThreadMessageW(::GetWindowThreadProcessId(window_, nullptr), WM_QUIT, 0, 0);
+    ::PostThreadMessageW(threadId_, WM_QUIT, 0, 0);
     thread_.join();
 }
 
 void WindowThread::Post(std::function<void()> action) {
     auto owned = std::make_unique<std::function<void()>>(std::move(action));
-    if (::PostThreadMessageW(::GetWindowThreadProcessId(window_, nullptr), kRun, 0,
-                             reinterpret_cast<LPARAM>(owned.get()))) {
+    if (::PostThreadMessageW(threadId_, kRun, 0, reinterpret_cast<LPARAM>(owned.get()))) {
         static_cast<void>(owned.release()); // the thread's loop frees it
     }
 }

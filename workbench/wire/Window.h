@@ -66,6 +66,7 @@ public:
 
 private:
     HWND window_ = nullptr;
+    DWORD threadId_ = 0; // kept: a window that somebody else has closed does not tell it
     std::thread thread_;
 };
 

@@ -153,8 +153,8 @@ int main(int count, char** arguments) {
         host.AddStore(L"kim@example.org");
         host.OpenExplorer();
         const bool load = Number(kUserKey, L"LoadBehavior") != kOff || Number(kManaged, kProgId) == 1;
-        AddInHost& addIn = load ? host.LoadAddIn(ToWide(arguments[1]), CLSID_NembraMeeting) : host.AdoptAddIn(nullptr);
-        addIn.progId = kProgId;
+        AddInHost& addIn = host.LoadAddIn(ToWide(arguments[1]), CLSID_NembraMeeting);
+        addIn.listedAs = kProgId;
         if (load) {
             addIn.Connect();
         }
