@@ -23,6 +23,7 @@ int _islower_l(int character, _locale_t locale);
 int _isupper_l(int character, _locale_t locale);
 float _strtof_l(const char* text, char** end, _locale_t locale);
 double _strtod_l(const char* text, char** end, _locale_t locale);
+int _dupenv_s(char** value, size_t* size, const char* name);
 }
 
 #undef signbit

@@ -5,6 +5,20 @@
 #include <algorithm>
 
 namespace doctor {
+namespace {
+
+void RunCheck(const Check& check, const Scene& scene, Finding& found) {
+    if (check.needsModule && !scene.image) {
+        found.Add(Verdict::Info, texts::kNoModule);
+        return;
+    }
+    check.run(scene, found);
+    if (found.Fact().empty() && check.fine != nullptr) {
+        found.Add(Verdict::Ok, *check.fine);
+    }
+}
+
+} // namespace
 
 std::vector<Check> AllChecks() {
     std::vector<Check> all;
@@ -26,7 +40,7 @@ std::vector<Finding> RunChecks(const Scene& scene, std::wstring_view only) {
         const bool wanted = only.empty() ? !IsLoaded(scene) || kForLoadedAddIn.find(*check.id) != std::wstring::npos
                                          : SameText(check.id, only);
         if (wanted) {
-            check.run(scene, findings.emplace_back(check.id, check.name, check.ceiling, scene.language));
+            RunCheck(check, scene, findings.emplace_back(check.id, check.name, check.ceiling, scene.language));
         }
     }
     return findings;
@@ -49,8 +63,11 @@ std::wstring DeleteCommand(const std::wstring& machineKey, const std::wstring& n
 }
 
 std::wstring RegisterCommand(const Scene& scene) {
-    const std::wstring beside = Parent(scene.machine.Folder(Place::Program)) + L"\\" + kModuleFile;
-    const std::wstring& module = scene.FileExists(scene.module) ? scene.module : beside;
+    std::wstring module = scene.machine.Folder(Place::Installed) + L"\\" + kModuleFile;
+    if (!scene.FileExists(module)) {
+        const std::wstring beside = Parent(scene.machine.Folder(Place::Program)) + L"\\" + kModuleFile;
+        module = scene.FileExists(scene.module) ? scene.module : beside;
+    }
     return L"\"" + scene.machine.Folder(Place::System) + L"\\regsvr32.exe\" /s \"" + module + L"\"";
 }
 

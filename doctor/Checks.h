@@ -13,8 +13,11 @@ struct Check {
     const wchar_t* id; ///< its letter names the group
     const wchar_t* name;
     void (*run)(const Scene& scene, Finding& found);
+    /// The fact when the check adds none: nothing was found.
+    const Text* fine = nullptr;
     /// A check whose reading is not confirmed on Windows gives at most a warning.
     Verdict ceiling = Verdict::Fail;
+    bool needsModule = false; ///< left out when the module cannot be read; R7 and F1 report why
 };
 
 std::span<const Check> HostChecks();         // H
@@ -42,7 +45,8 @@ bool IsBlockedByControl(const Scene& scene);                     ///< F7
 std::wstring RegistryName(Hive hive, const std::wstring& key);   ///< "HKLM\…"
 /// A command that deletes a key, or the value `name` in it.
 std::wstring DeleteCommand(const std::wstring& machineKey, const std::wstring& name = {});
-/// The command that registers the module: the registered file when it exists, else the file beside this program.
+/// The command that registers the module: the installer's file, else the registered one, else the one beside this
+/// program.
 std::wstring RegisterCommand(const Scene& scene);
 
 } // namespace doctor

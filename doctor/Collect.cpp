@@ -32,9 +32,8 @@ std::string Bytes(const RegistryValue& value) {
 }
 
 std::string RegistryText(const Machine& machine) {
-    const auto keys = machine.KeysRead(); // a copy: the loop reads them again
     std::string text;
-    for (const auto& [hive, key] : keys) {
+    for (const auto& [hive, key] : machine.KeysRead()) { // reading a known key again leaves the set as it is
         const Answer<RegistryValues> values = machine.Values(hive, key);
         if (values.access == Access::Absent) {
             continue;

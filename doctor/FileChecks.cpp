@@ -14,14 +14,6 @@ constexpr FileVersion kOwnVersion = {{ADDIN_VERSION_NUMBERS}};
 constexpr std::uint32_t kLoadFailures = 0x10000;  // below: errors of Windows, from loading the file
 constexpr std::uint32_t kExceptions = 0xC0000000; // from here on: exceptions that ended the process
 
-/// Adds a fact when there is no file to look at; R7 and F1 report why.
-bool LacksModule(const Scene& scene, Finding& found) {
-    if (!scene.image) {
-        found.Add(Verdict::Info, texts::kNoModule);
-    }
-    return !scene.image;
-}
-
 void ModuleFile(const Scene& scene, Finding& found) {
     if (scene.module.empty()) {
         found.Add(Verdict::Info, texts::kNoModule);
@@ -51,9 +43,6 @@ void ModuleFile(const Scene& scene, Finding& found) {
 
 void MarkOfWeb(const Scene& scene, Finding& found) {
     constexpr std::string_view kZone = "ZoneId=";
-    if (LacksModule(scene, found)) {
-        return;
-    }
     const Answer<std::string> mark = scene.machine.Head(scene.module + L":Zone.Identifier", 1024);
     const std::size_t at = mark->find(kZone);
     const char zone =
@@ -61,30 +50,19 @@ void MarkOfWeb(const Scene& scene, Finding& found) {
     if (zone >= '3' && zone <= '9') {
         found.Add(Verdict::Warn, texts::kMark, {std::wstring(1, static_cast<wchar_t>(zone))});
         found.Advise(texts::kUnblock);
-    } else {
-        found.Add(Verdict::Ok, texts::kNoMark);
     }
 }
 
 void Writable(const Scene& scene, Finding& found) {
-    if (LacksModule(scene, found)) {
-        return;
-    }
     for (const std::wstring& path : {scene.module, Parent(scene.module)}) {
         const Answer<bool> writable = scene.machine.Writable(path);
         if (!IsDenied(writable.access, path, found) && writable.value) {
             found.Add(Verdict::Warn, texts::kWritable, {path}).Advise(texts::kUseProgramFiles);
         }
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNotWritable);
-    }
 }
 
 void Imports(const Scene& scene, Finding& found) {
-    if (LacksModule(scene, found)) {
-        return;
-    }
     const auto libraries = ImportedLibraries(scene.image.value);
     if (!libraries) {
         found.Add(Verdict::Fail, texts::kImportsDamaged).Advise(texts::kRepair);
@@ -98,15 +76,9 @@ void Imports(const Scene& scene, Finding& found) {
             found.Add(Verdict::Fail, texts::kImportMissing, {name}).Advise(texts::kRepairWindows);
         }
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kImportsFine);
-    }
 }
 
 void ModuleSignature(const Scene& scene, Finding& found) {
-    if (LacksModule(scene, found)) {
-        return;
-    }
     const Signature signature = scene.machine.SignatureOf(scene.module);
     std::uint32_t level = 0;
     switch (signature.state) {
@@ -148,9 +120,6 @@ const Text& ProbeAdvice(std::uint32_t code) {
 }
 
 void Probe(const Scene& scene, Finding& found) {
-    if (LacksModule(scene, found)) {
-        return;
-    }
     if (IsLoaded(scene)) {
         found.Add(Verdict::Ok, texts::kProbeSkipped);
         return;
@@ -159,7 +128,6 @@ void Probe(const Scene& scene, Finding& found) {
     const std::wstring code = HexText(result.code);
     switch (result.end) {
     case ProbeResult::End::Done:
-        found.Add(Verdict::Ok, texts::kProbeFine);
         break;
     case ProbeResult::End::NotStarted:
         found.Add(Verdict::Unknown, texts::kProbeNotStarted, {code}).Advise(texts::kSendLog);
@@ -188,9 +156,6 @@ const std::vector<ControlLog>& ControlLogs() {
 }
 
 void ApplicationControl(const Scene& scene, Finding& found) {
-    if (LacksModule(scene, found)) {
-        return;
-    }
     for (const ControlLog& log : ControlLogs()) {
         const auto events = scene.machine.Events(log.channel, L"", log.ids);
         IsDenied(events.access, log.channel, found);
@@ -207,19 +172,16 @@ void ApplicationControl(const Scene& scene, Finding& found) {
     if (smart == 1U && scene.machine.SignatureOf(scene.module).state == SignatureState::None) {
         found.Add(Verdict::Warn, texts::kSmartControl).Advise(texts::kUseSigned);
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNoControl);
-    }
 }
 
 constexpr Check kChecks[] = {
     {L"F1", L"file", ModuleFile},
-    {L"F2", L"mark-of-web", MarkOfWeb, Verdict::Warn},
-    {L"F3", L"writable", Writable},
-    {L"F4", L"imports", Imports},
-    {L"F5", L"signature", ModuleSignature},
-    {L"F6", L"probe", Probe},
-    {L"F7", L"app-control", ApplicationControl, Verdict::Warn},
+    {L"F2", L"mark-of-web", MarkOfWeb, &texts::kNoMark, Verdict::Warn, true},
+    {L"F3", L"writable", Writable, &texts::kNotWritable, Verdict::Fail, true},
+    {L"F4", L"imports", Imports, &texts::kImportsFine, Verdict::Fail, true},
+    {L"F5", L"signature", ModuleSignature, nullptr, Verdict::Fail, true},
+    {L"F6", L"probe", Probe, &texts::kProbeFine, Verdict::Fail, true},
+    {L"F7", L"app-control", ApplicationControl, &texts::kNoControl, Verdict::Warn, true},
 };
 
 } // namespace

@@ -23,7 +23,7 @@ struct Repair {
     enum class Kind { DeleteKey, DeleteValue, SetNumber };
     Kind kind = Kind::DeleteValue;
     std::wstring key; ///< below HKEY_CURRENT_USER
-    std::wstring name = {};
+    std::wstring name;
     std::uint32_t number = 0;
 };
 

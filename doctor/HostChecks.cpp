@@ -75,8 +75,6 @@ void NewOutlook(const Scene& scene, Finding& found) {
         found.Offer({Repair::Kind::SetNumber, preferences, L"UseNewOutlook", 0});
     } else if (scene.outlooks.empty() && !scene.machine.Processes(L"olk.exe").empty()) {
         found.Add(Verdict::Fail, texts::kNewOutlook).Advise(texts::kSwitchBack);
-    } else {
-        found.Add(Verdict::Ok, texts::kClassicUsed);
     }
     if (scene.Number(Hive::User, kOfficeKey + outlook + L"Options\\General", L"HideNewOutlookToggle").value_or(0) ==
         1) {
@@ -135,9 +133,12 @@ void Levels(const Scene& scene, Finding& found) {
 }
 
 constexpr Check kChecks[] = {
-    {L"H1", L"outlook-there", OutlookThere}, {L"H2", L"bitness", Bitness},
-    {L"H3", L"version", OutlookVersion},     {L"H4", L"new-outlook", NewOutlook, Verdict::Warn},
-    {L"H5", L"loaded-now", LoadedNow},       {L"H6", L"level", Levels},
+    {L"H1", L"outlook-there", OutlookThere},
+    {L"H2", L"bitness", Bitness},
+    {L"H3", L"version", OutlookVersion},
+    {L"H4", L"new-outlook", NewOutlook, &texts::kClassicUsed, Verdict::Warn}, // its values are not confirmed on Windows
+    {L"H5", L"loaded-now", LoadedNow},
+    {L"H6", L"level", Levels},
 };
 
 } // namespace

@@ -63,7 +63,8 @@ struct Event {
     std::wstring text; ///< the event's strings, one after the other
 };
 
-enum class Place { System, Log, Program }; ///< of Windows, of the add-in's log, of this program
+/// The folder of Windows' libraries, of the add-in's log, and of the installer; and this program's file.
+enum class Place { System, Log, Installed, Program };
 
 struct ProbeResult {
     enum class End { Done, Failed, TimedOut, NotStarted };

@@ -53,7 +53,7 @@ std::optional<std::size_t> ToOffset(std::string_view content, std::size_t header
         const auto start = Read<std::uint32_t>(content, at + kSectionAddress);
         const auto bytes = Read<std::uint32_t>(content, at + kSectionBytes);
         const auto offset = Read<std::uint32_t>(content, at + kSectionOffset);
-        if (offset && address >= *start && address - *start < *bytes) {
+        if (start && bytes && offset && address >= *start && address - *start < *bytes) {
             return std::size_t{address} - *start + *offset;
         }
     }

@@ -14,7 +14,7 @@ constexpr DWORD kLimit = 10'000; // ms
 HRESULT CreateObject(HMODULE module) {
     using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
     const auto getClassObject =
-        reinterpret_cast<GetClassObject>(reinterpret_cast<void*>(::GetProcAddress(module, "DllGetClassObject")));
+        reinterpret_cast<GetClassObject>(reinterpret_cast<void (*)()>(::GetProcAddress(module, "DllGetClassObject")));
     if (getClassObject == nullptr) {
         return HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND);
     }
@@ -36,6 +36,12 @@ HRESULT CreateObject(HMODULE module) {
     return status;
 }
 
+/// Ends the process with the exception's code, before a debugger or an error report can hold it.
+LONG WINAPI EndAtOnce(EXCEPTION_POINTERS* exception) {
+    ::TerminateProcess(::GetCurrentProcess(), exception->ExceptionRecord->ExceptionCode);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
 /// A job that ends its processes when this process ends.
 UniqueHandle MakeJob() {
     UniqueHandle job(::CreateJobObjectW(nullptr, nullptr));
@@ -50,6 +56,7 @@ UniqueHandle MakeJob() {
 DWORD ProbeModule(const wchar_t* path) {
     // No box that waits for the user, neither for a missing library nor for a crash.
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+    ::SetUnhandledExceptionFilter(EndAtOnce);
     HRESULT status = ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     if (FAILED(status)) {
         return static_cast<DWORD>(status);

@@ -79,8 +79,6 @@ void SecondView(const Scene& scene, Finding& found) {
     }
     if (found.GetVerdict() == Verdict::Fail) {
         found.Command(RegisterCommand(scene));
-    } else if (found.GetVerdict() == Verdict::Ok) {
-        found.Add(Verdict::Ok, texts::kNoSecondView);
     }
 }
 
@@ -129,9 +127,6 @@ void UserBehaviour(const Scene& scene, Finding& found) {
         found.Add(Verdict::Fail, texts::kBehaviour, {name, text}).Add(Verdict::Fail, texts::kUserWins);
         found.Advise(texts::kEnableInList).Offer({Repair::Kind::DeleteValue, key, kBehaviourName});
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNoUserValue);
-    }
 }
 
 void StreamedShadow(const Scene& scene, Finding& found) {
@@ -155,9 +150,6 @@ void StreamedShadow(const Scene& scene, Finding& found) {
         }
         found.Advise(texts::kAdministratorDeletes).Command(DeleteCommand(key));
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNoShadow);
-    }
 }
 
 void ProgIds(const Scene& scene, Finding& found) {
@@ -171,9 +163,6 @@ void ProgIds(const Scene& scene, Finding& found) {
                    [&](const registry::Value& entry) { return belongs(entry) && isClassId(entry); });
     CompareEntries(scene, Verdict::Warn, found,
                    [&](const registry::Value& entry) { return belongs(entry) && !isClassId(entry); });
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNamesLead);
-    }
     OfferRepair(scene, found);
 }
 
@@ -195,7 +184,11 @@ void ServerPath(const Scene& scene, Finding& found) {
     } else if (!scene.FileExists(path)) {
         found.Add(Verdict::Fail, texts::kFileMissing, {path});
     } else {
+        const std::wstring installed = scene.machine.Folder(Place::Installed) + L"\\" + kModuleFile;
         found.Add(Verdict::Ok, texts::kServerAt, {path});
+        if (scene.FileExists(installed) && !SameText(installed, path)) {
+            found.Add(Verdict::Warn, texts::kOtherCopy, {installed});
+        }
         CompareEntries(scene, Verdict::Warn, found, [](const registry::Value& entry) {
             return std::wstring_view(entry.key) == registry::kClassKey;
         });
@@ -214,24 +207,19 @@ void UserClasses(const Scene& scene, Finding& found) {
         const bool same = SameText(text, expected);
         found.Add(same ? Verdict::Warn : Verdict::Fail, same ? texts::kUserClass : texts::kUserClassOther,
                   {name, text});
-        found.Advise(texts::kDeleteUserClass).Offer({Repair::Kind::DeleteKey, kClassesKey + key});
+        found.Advise(texts::kDeleteUserClass).Offer({Repair::Kind::DeleteKey, kClassesKey + key, {}});
     };
     judge(registry::kClassKey, L"\\InprocServer32", scene.Text(Hive::Machine, kClassesKey + ServerKey()));
     judge(registry::kProgId, L"\\CLSID", registry::kClassId);
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNoUserClass);
-    }
 }
 
 void TypeLibrary(const Scene& scene, Finding& found) {
     const std::wstring key = std::wstring(L"TypeLib\\") + IdText(LIBID_NBMOutlookAddin).text;
     const std::wstring path = scene.ClassText(key + L"\\1.0\\0\\win64");
-    if (path.empty() || scene.FileExists(path)) {
-        found.Add(Verdict::Ok, texts::kLibraryFine);
-        return;
+    if (!path.empty() && !scene.FileExists(path)) {
+        found.Add(Verdict::Warn, texts::kLibraryMissing, {path}).Advise(texts::kAdministratorDeletes);
+        found.Command(DeleteCommand(kClassesKey + key));
     }
-    found.Add(Verdict::Warn, texts::kLibraryMissing, {path}).Advise(texts::kAdministratorDeletes);
-    found.Command(DeleteCommand(kClassesKey + key));
 }
 
 void KillBit(const Scene& scene, Finding& found) {
@@ -243,22 +231,19 @@ void KillBit(const Scene& scene, Finding& found) {
             found.Advise(texts::kAskAdministration);
         }
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNoKillBit);
-    }
 }
 
 constexpr Check kChecks[] = {
     {L"R1", L"key", AddInKey},
-    {L"R2", L"wrong-view", SecondView},
+    {L"R2", L"wrong-view", SecondView, &texts::kNoSecondView},
     {L"R3", L"machine-LoadBehavior", MachineBehaviour},
-    {L"R4", L"user-LoadBehavior", UserBehaviour},
-    {L"R5", L"c2r-shadow", StreamedShadow},
-    {L"R6", L"progid", ProgIds},
+    {L"R4", L"user-LoadBehavior", UserBehaviour, &texts::kNoUserValue},
+    {L"R5", L"c2r-shadow", StreamedShadow, &texts::kNoShadow},
+    {L"R6", L"progid", ProgIds, &texts::kNamesLead},
     {L"R7", L"server-path", ServerPath},
-    {L"R8", L"user-classes", UserClasses},
-    {L"R9", L"typelib", TypeLibrary},
-    {L"R10", L"kill-bit", KillBit},
+    {L"R8", L"user-classes", UserClasses, &texts::kNoUserClass},
+    {L"R9", L"typelib", TypeLibrary, &texts::kLibraryFine},
+    {L"R10", L"kill-bit", KillBit, &texts::kNoKillBit},
 };
 
 } // namespace

@@ -47,7 +47,7 @@ std::wstring Overall(const std::vector<Finding>& findings, bool loaded, Language
 std::wstring Remedy(const Finding& finding, const std::wstring& indent, Language language) {
     std::wstring lines;
     for (const std::wstring& command : finding.Commands()) {
-        lines += indent + L"  " + command + L"\n";
+        lines.append(indent).append(L"  ").append(command).append(L"\n");
     }
     if (!finding.Repairs().empty()) {
         const std::wstring command = std::wstring(L"OutlookAddInDoctor --fix ") + finding.Id();

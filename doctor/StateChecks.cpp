@@ -46,9 +46,6 @@ void SearchList(const Scene& scene, const wchar_t* list, const Text& fact, const
             }
         }
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNotListed, {list});
-    }
 }
 
 void DisabledItems(const Scene& scene, Finding& found) {
@@ -88,8 +85,6 @@ void Exempt(const Scene& scene, Finding& found) {
     if (number) {
         const Text& reason = kReasons[*number < std::size(kReasons) ? *number : 0];
         found.Add(Verdict::Info, texts::kExempt, {reason[scene.language], std::to_wstring(*number)});
-    } else {
-        found.Add(Verdict::Ok, texts::kNoExempt);
     }
 }
 
@@ -97,7 +92,9 @@ void Reminder(const Scene& scene, Finding& found) {
     const bool told =
         UserValue(scene, L"Resiliency\\NotificationReminderAddinData", registry::kProgId) ||
         UserValue(scene, L"Resiliency\\NotificationReminderAddinData", registry::kProgId + std::wstring(L"\\dtype"));
-    found.Add(told ? Verdict::Info : Verdict::Ok, told ? texts::kReminder : texts::kNoReminder);
+    if (told) {
+        found.Add(Verdict::Info, texts::kReminder);
+    }
 }
 
 void LoadTimes(const Scene& scene, Finding& found) {
@@ -142,9 +139,6 @@ void OutlookEvents(const Scene& scene, Finding& found) {
             slow = true;
         }
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNoEvents);
-    }
 }
 
 void CrashEvents(const Scene& scene, Finding& found) {
@@ -155,9 +149,6 @@ void CrashEvents(const Scene& scene, Finding& found) {
             found.Add(Verdict::Fail, texts::kCrashEvent, {std::to_wstring(event.id)}).Advise(texts::kSendLog);
             return;
         }
-    }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNoEvents);
     }
 }
 
@@ -192,9 +183,6 @@ void Managed(const Scene& scene, Finding& found) {
             found.Add(Verdict::Warn, texts::kManagedStrange, {name, value}).Advise(texts::kAskAdministration);
         }
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNotManaged);
-    }
 }
 
 void OnlyListed(const Scene& scene, Finding& found) {
@@ -207,16 +195,15 @@ void OnlyListed(const Scene& scene, Finding& found) {
     }
     if (restricted && !listed) {
         found.Add(Verdict::Fail, texts::kRestricted).Advise(texts::kAddToList, {registry::kProgId});
-    } else {
-        found.Add(Verdict::Ok, texts::kNotRestricted);
     }
 }
 
 void MacroSecurity(const Scene& scene, Finding& found) {
     std::uint32_t level = 0;
     if (!AsksForSignature(scene, level)) {
-        found.Add(Verdict::Ok, texts::kNoSignaturePolicy);
-    } else if (scene.module.empty() || scene.machine.SignatureOf(scene.module).state == SignatureState::Valid) {
+        return;
+    }
+    if (scene.module.empty() || scene.machine.SignatureOf(scene.module).state == SignatureState::Valid) {
         found.Add(Verdict::Info, texts::kSignaturePolicy, {std::to_wstring(level)});
     } else {
         found.Add(Verdict::Fail, texts::kSignaturePolicy, {std::to_wstring(level)}).Advise(texts::kTrustPublisher);
@@ -233,23 +220,20 @@ void OtherHostsNames(const Scene& scene, Finding& found) {
             }
         }
     }
-    if (found.Fact().empty()) {
-        found.Add(Verdict::Ok, texts::kNoOtherNames);
-    }
 }
 
 constexpr Check kChecks[] = {
-    {L"D1", L"disabled-items", DisabledItems},
-    {L"D2", L"crashing", Crashing},
-    {L"D3", L"exempt", Exempt},
-    {L"D4", L"reminder", Reminder, Verdict::Warn},
+    {L"D1", L"disabled-items", DisabledItems, &texts::kNotListed},
+    {L"D2", L"crashing", Crashing, &texts::kNotListed},
+    {L"D3", L"exempt", Exempt, &texts::kNoExempt},
+    {L"D4", L"reminder", Reminder, &texts::kNoReminder, Verdict::Warn},
     {L"D5", L"load-times", LoadTimes},
-    {L"E1", L"events", OutlookEvents},
-    {L"E2", L"crashes", CrashEvents, Verdict::Warn},
-    {L"P1", L"managed", Managed},
-    {L"P2", L"only-listed", OnlyListed, Verdict::Warn},
-    {L"P3", L"macro-security", MacroSecurity, Verdict::Warn},
-    {L"P4", L"other-hosts-names", OtherHostsNames},
+    {L"E1", L"events", OutlookEvents, &texts::kNoEvents},
+    {L"E2", L"crashes", CrashEvents, &texts::kNoEvents, Verdict::Warn},
+    {L"P1", L"managed", Managed, &texts::kNotManaged},
+    {L"P2", L"only-listed", OnlyListed, &texts::kNotRestricted, Verdict::Warn},
+    {L"P3", L"macro-security", MacroSecurity, &texts::kNoSignaturePolicy, Verdict::Warn},
+    {L"P4", L"other-hosts-names", OtherHostsNames, &texts::kNoOtherNames},
 };
 
 } // namespace

@@ -96,7 +96,7 @@ inline constexpr Text kNoServer{L"COM 类未注册。", L"The class is not regis
 inline constexpr Text kPathNotFull{L"“{0}”不是完整路径，或带有引号。",
                                    L"\"{0}\" is not a full path, or has quotation marks."};
 inline constexpr Text kFileMissing{L"文件 {0} 不存在。", L"The file {0} does not exist."};
-inline constexpr Text kOtherCopy{L"安装程序的文件是 {0}。", L"The installer's file is {0}."};
+inline constexpr Text kOtherCopy{L"但安装程序的文件是 {0}。", L"The installer's file, however, is {0}."};
 inline constexpr Text kNoUserClass{L"用户没有同名的 COM 类。", L"The user has no class of this name."};
 inline constexpr Text kUserClass{L"用户的 {0} 覆盖了计算机的注册项。", L"The user's {0} hides the computer's entry."};
 inline constexpr Text kUserClassOther{L"用户的 {0} 指向另一处：{1}。", L"The user's {0} leads somewhere else: {1}."};
@@ -166,7 +166,7 @@ inline constexpr Text kAllowRule{L"请由管理员添加允许规则，或安装
                                  L"Have an administrator add an allow rule, or install the signed release."};
 
 // Disabling
-inline constexpr Text kNotListed{L"{0} 中没有此加载项。", L"The add-in is not in {0}."};
+inline constexpr Text kNotListed{L"该列表中没有此加载项。", L"The add-in is not on this list."};
 inline constexpr Text kDisabled{L"Outlook 已将此加载项列入禁用项目（{0}）。",
                                 L"Outlook has put the add-in on its list of disabled items ({0})."};
 inline constexpr Text kEnableItem{L"请在“选项、加载项、管理：禁用项目”中启用它，或删除该值。",

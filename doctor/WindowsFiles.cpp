@@ -3,7 +3,6 @@
 #include "support/UniqueResource.h"
 
 #include <windows.h>
-#include <aclapi.h>
 #include <shlobj.h>
 #include <softpub.h>
 #include <wintrust.h>
@@ -12,13 +11,6 @@
 
 namespace doctor {
 namespace {
-
-struct LocalTraits {
-    using Value = PSECURITY_DESCRIPTOR;
-    static Value Empty() noexcept { return nullptr; }
-    static void Close(Value memory) noexcept { ::LocalFree(memory); }
-};
-using UniqueDescriptor = UniqueResource<LocalTraits>;
 
 Access FromError(DWORD error) {
     switch (error) {
@@ -158,15 +150,17 @@ Signature WindowsMachine::SignatureOf(const std::wstring& path) const {
 }
 
 Answer<bool> WindowsMachine::Writable(const std::wstring& path) const {
-    PSECURITY_DESCRIPTOR read = nullptr;
     constexpr SECURITY_INFORMATION kParts =
         OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
-    const DWORD error =
-        ::GetNamedSecurityInfoW(path.c_str(), SE_FILE_OBJECT, kParts, nullptr, nullptr, nullptr, nullptr, &read);
-    const UniqueDescriptor descriptor(read);
+    DWORD bytes = 0;
+    ::GetFileSecurityW(path.c_str(), kParts, nullptr, 0, &bytes);
+    std::vector<std::uint8_t> descriptor(bytes);
+    if (!::GetFileSecurityW(path.c_str(), kParts, descriptor.data(), bytes, &bytes)) {
+        return {FromError(::GetLastError()), false};
+    }
     const UniqueHandle token = OrdinaryToken();
-    if (error != ERROR_SUCCESS || !token) {
-        return {error != ERROR_SUCCESS ? FromError(error) : Access::Denied, false};
+    if (!token) {
+        return {Access::Denied, false};
     }
     GENERIC_MAPPING mapping = {FILE_GENERIC_READ, FILE_GENERIC_WRITE, FILE_GENERIC_EXECUTE, FILE_ALL_ACCESS};
     PRIVILEGE_SET privileges{};
@@ -174,7 +168,7 @@ Answer<bool> WindowsMachine::Writable(const std::wstring& path) const {
     DWORD granted = 0;
     BOOL allowed = FALSE;
     // For a folder the same bit allows to make files in it.
-    if (!::AccessCheck(descriptor.Get(), token.Get(), FILE_WRITE_DATA, &mapping, &privileges, &size, &granted,
+    if (!::AccessCheck(descriptor.data(), token.Get(), FILE_WRITE_DATA, &mapping, &privileges, &size, &granted,
                        &allowed)) {
         return {Access::Denied, false};
     }
@@ -198,6 +192,9 @@ std::wstring WindowsMachine::Folder(Place place) const {
     case Place::Log:
         ::SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, path);
         return path + std::wstring(L"\\NembraMeeting\\log");
+    case Place::Installed:
+        ::SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES, nullptr, SHGFP_TYPE_CURRENT, path);
+        return path + std::wstring(L"\\Nembra\\OutlookAddIn");
     case Place::Program:
         break;
     }

@@ -49,12 +49,11 @@ std::string LocalTime(const FILETIME& time) {
 }
 
 std::optional<std::wstring> CommandLineOf(HANDLE process) {
-    constexpr auto kCommandLine =
-        static_cast<PROCESSINFOCLASS>(60); // ProcessCommandLineInformation, from Windows 8.1 on
-    using Query = NTSTATUS(NTAPI*)(HANDLE, PROCESSINFOCLASS, void*, ULONG, ULONG*);
+    constexpr ULONG kCommandLine = 60; // ProcessCommandLineInformation, from Windows 8.1 on
+    using Query = NTSTATUS(NTAPI*)(HANDLE, ULONG, void*, ULONG, ULONG*);
     const HMODULE system = ::GetModuleHandleW(L"ntdll.dll");
-    const auto query = reinterpret_cast<Query>(
-        reinterpret_cast<void*>(system == nullptr ? nullptr : ::GetProcAddress(system, "NtQueryInformationProcess")));
+    const FARPROC found = system == nullptr ? nullptr : ::GetProcAddress(system, "NtQueryInformationProcess");
+    const auto query = reinterpret_cast<Query>(reinterpret_cast<void (*)()>(found));
     std::vector<std::uint64_t> buffer(8192 + 8); // a command line has at most 64 KiB; aligned for the structure
     if (query == nullptr || query(process, kCommandLine, buffer.data(),
                                   static_cast<ULONG>(buffer.size() * sizeof buffer[0]), nullptr) < 0) {
@@ -68,9 +67,8 @@ std::optional<std::vector<std::wstring>> ModulesOf(DWORD id) {
     const UniqueHandle process(::OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, id));
     std::vector<HMODULE> modules(2048);
     DWORD bytes = 0;
-    if (!process ||
-        !::EnumProcessModulesEx(process.Get(), modules.data(), static_cast<DWORD>(modules.size() * sizeof(HMODULE)),
-                                &bytes, LIST_MODULES_ALL)) {
+    if (!process || !::EnumProcessModules(process.Get(), modules.data(),
+                                          static_cast<DWORD>(modules.size() * sizeof(HMODULE)), &bytes)) {
         return std::nullopt;
     }
     modules.resize(std::min(modules.size(), bytes / sizeof(HMODULE)));
@@ -127,7 +125,8 @@ std::optional<Event> Render(EVT_HANDLE event) {
                      &bytes, &count)) {
         return std::nullopt;
     }
-    return ToEvent(xml.c_str());
+    xml.resize(std::min(xml.find(L'\0'), xml.size()));
+    return ToEvent(xml);
 }
 
 } // namespace

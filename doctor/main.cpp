@@ -107,7 +107,7 @@ void Declare(CLI::App& app, Options& options) {
     app.add_option("--fix", options.fix, "Repair what this check found, as far as it belongs to the user")
         ->type_name("ID")
         ->check(CLI::IsMember(ids, CLI::ignore_case).description("")); // the list would fill the help
-    app.add_flag("--yes", options.yes, "Repair without a question");
+    app.add_flag("--yes", options.yes, "Repair without a question")->needs("--fix");
     app.add_option("--collect", options.collect, "Also pack report, logs and registry values for support")
         ->type_name("FILE.zip")
         ->excludes("--fix");

@@ -233,6 +233,13 @@ TEST(Checks, OfTheRegistration) {
         {"quoted", [](M& m) { m.Put(Hive::Machine, kServer, L"", L"\"" + kModulePath + L"\""); }, L"R7", Verdict::Fail,
          L"quotation", 0, L"F1"},
         {"missing", [](M& m) { m.files.erase(kModulePath); }, L"R7", Verdict::Fail, L"does not exist", 0, L"F1"},
+        {"another copy",
+         [](M& m) {
+             m.files[L"D:\\OutlookAddIn.dll"] = m.files[kModulePath];
+             m.versions[L"D:\\OutlookAddIn.dll"] = m.versions[kModulePath];
+             m.Put(Hive::Machine, kServer, L"", L"D:\\OutlookAddIn.dll");
+         },
+         L"R7", Verdict::Warn, L"installer's file"},
         {"threads", [](M& m) { m.Put(Hive::Machine, kServer, L"ThreadingModel", L"Both"); }, L"R7", Verdict::Warn,
          L"Both"},
         {"user's class",

@@ -109,9 +109,16 @@ public:
     }
     std::optional<std::uint64_t> FreeBytes(const std::wstring&) const override { return freeBytes; }
     std::wstring Folder(doctor::Place place) const override {
-        return place == doctor::Place::System ? kSystemPath
-               : place == doctor::Place::Log  ? kLogPath
-                                              : L"D:\\Tools\\OutlookAddInDoctor.exe";
+        switch (place) {
+        case doctor::Place::System:
+            return kSystemPath;
+        case doctor::Place::Log:
+            return kLogPath;
+        case doctor::Place::Installed:
+            return doctor::Parent(kModulePath);
+        default:
+            return L"D:\\Tools\\OutlookAddInDoctor.exe";
+        }
     }
     std::vector<doctor::Process> Processes(const wchar_t* program) const override {
         return program != std::wstring(L"olk.exe") ? outlooks : std::vector<doctor::Process>(newOutlookRuns ? 1 : 0);
