@@ -71,8 +71,7 @@ OpenItem Field::FindOpen(const std::string& id) const {
 
 IDispatchPtr Field::Stored() const {
     try {
-        return ObjectOf(
-            Call(Child(application, L"Session"), L"GetItemFromID", {_variant_t(ToWide(entryId).c_str())}));
+        return ObjectOf(Call(Child(application, L"Session"), L"GetItemFromID", {_variant_t(ToWide(entryId).c_str())}));
     } catch (const HostError&) {
         return nullptr;
     }
@@ -190,7 +189,8 @@ void RunSteps(Field& field) {
     std::size_t number = 0;
     for (const Step& step : AllSteps()) {
         field.prompt = "\nStep " + std::to_string(++number) + " of " + std::to_string(AllSteps().size()) + " [" +
-                       step.id + "]" + (*step.points ? std::string(" open points ") + step.points : "") + "\n    " + step.told;
+                       step.id + "]" + (*step.points ? std::string(" open points ") + step.points : "") + "\n    " +
+                       step.told;
         Outcome outcome;
         try {
             outcome = step.run(field);

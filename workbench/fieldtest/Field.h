@@ -57,7 +57,6 @@ public:
     DWORD outlook = 0;        ///< process id
     bool FindOutlook();
     bool AddInConnected() const;
-    bool ModuleLoaded() const { return ModulePath().has_value(); }
     std::optional<std::wstring> ModulePath() const;
     /// The open window of the appointment whose marker has this conference id.
     OpenItem FindOpen(const std::string& confId) const;

@@ -16,8 +16,8 @@ constexpr wchar_t kScheme[] = L"Software\\Classes\\quorvex";
 constexpr wchar_t kBackup[] = L"Software\\NembraFieldTest";
 constexpr DWORD kClientLimit = 20'000; // ms
 constexpr int kTries = 50;
-constexpr DWORD kAgain = 100;          // ms
-constexpr long kDiscard = 1;           // olDiscard
+constexpr DWORD kAgain = 100; // ms
+constexpr long kDiscard = 1;  // olDiscard
 
 void Require(LSTATUS status, const char* what) {
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) {
@@ -43,8 +43,8 @@ void CopyKey(const wchar_t* from, const wchar_t* to) {
 std::optional<DWORD> NumberOf(const std::wstring& key, const std::wstring& name) {
     DWORD number = 0;
     DWORD size = sizeof number;
-    const LSTATUS status = ::RegGetValueW(HKEY_CURRENT_USER, key.c_str(), name.c_str(), RRF_RT_REG_DWORD, nullptr,
-                                          &number, &size);
+    const LSTATUS status =
+        ::RegGetValueW(HKEY_CURRENT_USER, key.c_str(), name.c_str(), RRF_RT_REG_DWORD, nullptr, &number, &size);
     return status == ERROR_SUCCESS ? std::optional(number) : std::nullopt;
 }
 
@@ -80,8 +80,7 @@ void Unmark(IDispatch* item) {
 void DeleteItem(IDispatch* application, const std::wstring& entryId) {
     IDispatchPtr item;
     try {
-        item = ObjectOf(
-            Call(Child(application, L"Session"), L"GetItemFromID", {_variant_t(entryId.c_str())}));
+        item = ObjectOf(Call(Child(application, L"Session"), L"GetItemFromID", {_variant_t(entryId.c_str())}));
     } catch (const HostError&) {
         return; // the person has deleted it
     }

@@ -78,9 +78,9 @@ std::string Report::Table() const {
     for (int point = 1; point <= kPoints; ++point) {
         const auto found = answers_.find(point);
         const bool observed = found != answers_.end();
-        table += fmt::format("| {} | {} | {} | {} | {} |\n", point, kQuestions[point - 1],
-                             observed ? "observed" : "open", observed ? found->second.first : "not observed",
-                             observed ? found->second.second : "");
+        table +=
+            fmt::format("| {} | {} | {} | {} | {} |\n", point, kQuestions[point - 1], observed ? "observed" : "open",
+                        observed ? found->second.first : "not observed", observed ? found->second.second : "");
     }
     return table;
 }

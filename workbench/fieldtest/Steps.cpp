@@ -15,8 +15,8 @@ using meeting_client::Compact;
 using meeting_client::ParseObject;
 
 enum Command : int { kSchedule = 4, kCancel = 5, kModify = 6 };
-constexpr long kMeeting = 1;       // olMeeting
-constexpr long kLanguageOfUi = 2;  // msoLanguageIDUI
+constexpr long kMeeting = 1;                                                         // olMeeting
+constexpr long kLanguageOfUi = 2;                                                    // msoLanguageIDUI
 constexpr GUID kExplorerEvents = {0x0006304F, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}}; // the first generation
 constexpr wchar_t kAddInKey[] = L"Software\\Microsoft\\Office\\Outlook\\Addins\\NembraMeeting.OutlookAddin";
 constexpr wchar_t kManaged[] = L"Software\\Microsoft\\Office\\16.0\\Outlook\\Resiliency\\AddinList";
@@ -29,13 +29,9 @@ Outcome Pass(std::string text) {
     return {Verdict::Pass, std::move(text)};
 }
 
-[[noreturn]] void Fail(std::string text) {
-    throw StepEnd{{Verdict::Fail, std::move(text)}};
-}
-
 void Expect(bool holds, const char* what) {
     if (!holds) {
-        Fail(std::string("not as it should be: ") + what);
+        throw StepEnd{{Verdict::Fail, std::string("not as it should be: ") + what}};
     }
 }
 
@@ -187,9 +183,11 @@ void ProbeRegistry(Field& field) {
     field.report.Version("Click-to-Run", YesNo(clickToRun));
     const std::string overlay = has(std::wstring(kOverlay) + kTypeLib) ? "in Office's own view" : "";
     field.report.Answer(8,
-                        "Click-to-Run: " + YesNo(clickToRun) + ", machine key there and add-in connected: " +
-                            YesNo(has(kAddInKey)) + ", type library: " +
-                            (has(kTypeLib) ? "in the machine's view" : overlay.empty() ? "in no view" : overlay),
+                        "Click-to-Run: " + YesNo(clickToRun) +
+                            ", machine key there and add-in connected: " + YesNo(has(kAddInKey)) + ", type library: " +
+                            (has(kTypeLib)     ? "in the machine's view"
+                             : overlay.empty() ? "in no view"
+                                               : overlay),
                         "the registry, read from outside Office");
 }
 
@@ -227,9 +225,9 @@ void ProbeOrder(Field& field) {
     for (const doctor::LogEntry& entry : field.Log()) {
         if (entry.source.ends_with("AddIn::GetCustomUI")) {
             field.report.Answer(12,
-                                entry.time == connected   ? "too close together to tell"
+                                entry.time == connected  ? "too close together to tell"
                                 : entry.time < connected ? "GetCustomUI first"
-                                                          : "OnConnection first",
+                                                         : "OnConnection first",
                                 "the log's time of GetCustomUI and the age of the add-in's thread");
             return;
         }
@@ -357,11 +355,13 @@ Outcome Save(Field& field) {
     const IDispatchPtr form = Child(stored, L"FormDescription");
     const Json::Value marker = MarkerOf(stored);
     const bool kept = marker["conf_id"] == field.confId;
-    field.report.Answer(7,
-                        "kept after save and close: " + YesNo(kept) + ", is_new_item, written at close and not saved: " +
-                            (marker["is_new_item"] == false ? "false" : "true") + ", one-off: " + YesNo(static_cast<bool>(Get(form, L"OneOff"))) +
-                            "; a restart of Outlook and the synchronisation through Exchange were not observed",
-                        "the item, read again by its id");
+    field.report.Answer(
+        7,
+        "kept after save and close: " + YesNo(kept) +
+            ", is_new_item, written at close and not saved: " + (marker["is_new_item"] == false ? "false" : "true") +
+            ", one-off: " + YesNo(static_cast<bool>(Get(form, L"OneOff"))) +
+            "; a restart of Outlook and the synchronisation through Exchange were not observed",
+        "the item, read again by its id");
     Expect(kept, "the marker in the store");
     return Pass("the appointment is stored with its marker, command 6 has its ids");
 }
@@ -445,7 +445,7 @@ Outcome SwitchOff(Field& field) {
     // Unchanged now, but Outlook will write the person's choice there.
     field.journal.SetNumber(kAddInKey, L"LoadBehavior", chosen ? std::optional(number) : std::nullopt);
     field.AwaitPerson([&] { return !field.AddInConnected(); }, "an add-in that is not connected any more");
-    Expect(field.ModuleLoaded(), "the module stays loaded, because its threads stay");
+    Expect(field.ModulePath().has_value(), "the module stays loaded, because its threads stay");
     return Pass("Connect is false; the module is still loaded");
 }
 
@@ -473,10 +473,10 @@ Outcome Again(Field& field) {
 
 const std::vector<Step>& AllSteps() {
     static const std::vector<Step> steps = {
-        {"start", "Start Outlook, unless it runs, and wait until its main window is there. Close all item\n"
+        {"start",
+         "Start Outlook, unless it runs, and wait until its main window is there. Close all item\n"
          "    windows. When Outlook asks whether a program may use it, allow it for ten minutes.",
-         "8",
-         &Start},
+         "8", &Start},
         {"probe", "Nothing to do: the test asks Outlook and the system.", "3 5 8 9 10 12 13", &Probe},
         {"icons",
          "Go to the calendar. Look closely at the icon of the button \"Schedule\" of NEMBRA CLOUD Meeting.\n"

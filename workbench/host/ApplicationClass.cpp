@@ -59,8 +59,8 @@ private:
 
 ApplicationClass::ApplicationClass(OutlookHost& host) {
     auto* factory = new Factory(host.Core());
-    const HRESULT status = ::CoRegisterClassObject(kClsidApplication, factory, CLSCTX_LOCAL_SERVER,
-                                                   REGCLS_MULTIPLEUSE, &cookie_);
+    const HRESULT status =
+        ::CoRegisterClassObject(kClsidApplication, factory, CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE, &cookie_);
     factory->Release();
     if (FAILED(status)) {
         throw _com_error(status);

@@ -6,8 +6,8 @@ namespace workbench {
 
 class OutlookHost;
 
-/// While it lives, other processes get this host's application by the class of "Outlook.Application". Host thread; their
-/// calls run there, whenever it handles messages.
+/// While it lives, other processes get this host's application by the class of "Outlook.Application". Host thread;
+/// their calls run there, whenever it handles messages.
 class ApplicationClass {
 public:
     /// @throws _com_error when the class cannot be registered.

@@ -126,9 +126,8 @@ protected:
     }
 
     std::unique_ptr<Child> StartTest(std::vector<std::wstring> more = {}) const {
-        more.insert(more.end(),
-                    {L"--output", output_.wstring(), L"--person-seconds", L"60", L"--machine-seconds", L"30", L"--client",
-                     (build_ / L"workbench/client/meeting_client.exe").wstring()});
+        more.insert(more.end(), {L"--output", output_.wstring(), L"--person-seconds", L"60", L"--machine-seconds",
+                                 L"30", L"--client", (build_ / L"workbench/client/meeting_client.exe").wstring()});
         return std::make_unique<Child>((build_ / L"workbench/fieldtest/FieldTest.exe").wstring(), more);
     }
 
@@ -209,8 +208,9 @@ TEST_F(FieldTest, FullPassAnswersTheOpenPointsAndTellsNothingPersonal) {
     EXPECT_THAT(report, AllOf(Not(HasSubstr("FAIL")), HasSubstr("16.0"), HasSubstr("1033")));
     EXPECT_THAT(files.at("host-facts-table.md"),
                 AllOf(HasSubstr("main window: yes; item: yes"), HasSubstr("AfxWndA > _WwB > _WwG"),
-                      HasSubstr("VT_DISPATCH with null"), HasSubstr("kept after save and close: yes"), HasSubstr("false, one-off: no"),
-                      HasSubstr("2 ribbons, onLoad looked up 2 times"), HasSubstr("yes, the edges are clean"),
+                      HasSubstr("VT_DISPATCH with null"), HasSubstr("kept after save and close: yes"),
+                      HasSubstr("false, one-off: no"), HasSubstr("2 ribbons, onLoad looked up 2 times"),
+                      HasSubstr("yes, the edges are clean"),
                       HasSubstr("the add-in is on although it was switched off")));
     EXPECT_THAT(files.at("outlookaddin.txt"), AllOf(HasSubstr("AddIn::OnAction"), HasSubstr("Planted::Planted]by ")));
     for (const auto& [name, content] : files) {
@@ -255,7 +255,8 @@ TEST_F(FieldTest, TheRunThatThePersonStopsLeavesNothing) {
 
 TEST(Report, StartUpTimesAreReadFromTheEvent) {
     const auto times = fieldtest::BootTimes(
-        L"Outlook loaded the following add-in(s): Name: One Description: A 7 ProgID: One.AddIn GUID: {1} Load Behavior: "
+        L"Outlook loaded the following add-in(s): Name: One Description: A 7 ProgID: One.AddIn GUID: {1} Load "
+        L"Behavior: "
         L"3 HKLM: 1 Location: c:\\one 2.dll Boot Time (Milliseconds): 1203 Name: Two 9 ProgID: Two.AddIn GUID: {2} "
         L"Startzeit (Millisekunden): 16 ");
     EXPECT_THAT(times, testing::ElementsAre(std::pair<std::wstring, unsigned long>{L"One.AddIn", 1203},

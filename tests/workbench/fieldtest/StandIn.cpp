@@ -1,5 +1,6 @@
-// The stand-in Outlook as a process of its own, with the real add-in. Its user is scripted: each line of the input is one
-// thing that the user does. The arguments name habits of the host. The exit code is the number of stored appointments.
+// The stand-in Outlook as a process of its own, with the real add-in. Its user is scripted: each line of the input is
+// one thing that the user does. The arguments name habits of the host. The exit code is the number of stored
+// appointments.
 #include "workbench/host/ApplicationClass.h"
 #include "workbench/host/DialogResponder.h"
 #include "workbench/host/OutlookHost.h"
@@ -125,12 +126,10 @@ void ReadOrders(std::shared_ptr<Orders> orders) noexcept {
 
 /// Each argument turns one habit to its other answer.
 Habits HabitsFrom(int count, char** names) {
-    const std::map<std::string, bool Habits::*> known = {{"nullAsEmpty", &Habits::nullAsEmpty},
-                                                         {"onLoadTwice", &Habits::onLoadTwice},
-                                                         {"editorChain", &Habits::editorChain},
-                                                         {"refuseVtInt", &Habits::refuseVtInt},
-                                                         {"distinctPointers", &Habits::distinctPointers},
-                                                         {"distinctIdentity", &Habits::distinctIdentity}};
+    const std::map<std::string, bool Habits::*> known = {
+        {"nullAsEmpty", &Habits::nullAsEmpty},           {"onLoadTwice", &Habits::onLoadTwice},
+        {"editorChain", &Habits::editorChain},           {"refuseVtInt", &Habits::refuseVtInt},
+        {"distinctPointers", &Habits::distinctPointers}, {"distinctIdentity", &Habits::distinctIdentity}};
     Habits habits;
     habits.noiseEvents = true; // as Outlook
     for (int i = 2; i < count; ++i) {
