@@ -102,7 +102,7 @@ std::vector<OpenItem> OpenItems(IDispatch* application) {
     for (long number = 1; number <= count; ++number) {
         try {
             const IDispatchPtr inspector = ObjectOf(Call(inspectors, L"Item", {_variant_t(number)}));
-            const IDispatchPtr item = inspector ? Child(inspector, L"CurrentItem") : nullptr;
+            const IDispatchPtr item = inspector ? Child(inspector, L"CurrentItem") : IDispatchPtr();
             if (item) {
                 found.push_back({inspector, item});
             }

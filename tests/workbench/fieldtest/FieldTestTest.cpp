@@ -131,7 +131,7 @@ protected:
         return std::make_unique<Child>((build_ / L"workbench/fieldtest/FieldTest.exe").wstring(), more);
     }
 
-    /// Does what the person is told. @return whether there is such a step.
+    /// Does what the person is told.
     void DoStep(const std::string& id, const Child& test) {
         static const std::map<std::string, std::string> acts = {
             {"launch", "calendar BookMeetingCalendar\n"},
@@ -213,10 +213,10 @@ TEST_F(FieldTest, FullPassAnswersTheOpenPointsAndTellsNothingPersonal) {
                       HasSubstr("yes, the edges are clean"),
                       HasSubstr("the add-in is on although it was switched off")));
     EXPECT_THAT(files.at("outlookaddin.txt"), AllOf(HasSubstr("AddIn::OnAction"), HasSubstr("Planted::Planted]by ")));
-    for (const auto& [name, content] : files) {
+    for (const auto& [file, content] : files) {
         EXPECT_THAT(content, AllOf(Not(HasSubstr(kPlantedSubject)), Not(HasSubstr("NEMBRA field test ")),
                                    Not(HasSubstr("]by " + user))))
-            << name;
+            << file;
     }
 }
 
