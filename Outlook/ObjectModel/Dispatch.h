@@ -9,7 +9,7 @@
 namespace Outlook {
 
 /// One member of one host interface, called by name. The name is looked up once per process, at its first use: all
-/// objects of an interface have the same ids. Static storage only.
+/// objects of an interface have the same ids. Static storage; a shorter life only repeats the lookup.
 class Member {
 public:
     constexpr explicit Member(const wchar_t* name) noexcept : name_(name) {}

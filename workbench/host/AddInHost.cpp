@@ -113,7 +113,7 @@ HRESULT AddInHost::Connect(ConnectMode mode) {
     if (SUCCEEDED(connectStatus)) {
         CustomData custom;
         const DispatchPtr application = host_.Application();
-        const DispatchPtr instance = MakeAddInInstance(host_.Core());
+        const DispatchPtr instance = MakeComAddIn(host_.Core(), *this);
         connectStatus = connection->OnConnection(application, mode, instance, custom.Get());
         connected_ = SUCCEEDED(connectStatus);
         Note(L"OnConnection = " + DescribeHex(static_cast<unsigned long>(connectStatus)));

@@ -25,6 +25,9 @@ public:
     HRESULT LoadFile(const std::wstring& path, REFCLSID clsid); // LoadLibrary, DllGetClassObject, CreateInstance
     HRESULT LoadProgId(const std::wstring& progId);             // CoCreateInstance
 
+    /// Its ProgID in COMAddIns; set by the owner of the host.
+    std::wstring listedAs;
+
     /// Status of the load; S_OK when there is an object.
     HRESULT LoadStatus() const { return loadStatus_; }
     IUnknown* Object() const { return object_; }

@@ -71,15 +71,21 @@ BOOL CALLBACK AddControl(HWND control, LPARAM parameter) noexcept {
     return TRUE;
 }
 
+struct Search {
+    DWORD process;
+    std::vector<HWND> found;
+};
+
 BOOL CALLBACK AddDialog(HWND window, LPARAM parameter) noexcept {
+    auto& search = *reinterpret_cast<Search*>(parameter);
     DWORD process = 0;
     ::GetWindowThreadProcessId(window, &process);
-    if (process != ::GetCurrentProcessId() || !::IsWindowVisible(window)) {
+    if (process != search.process || !::IsWindowVisible(window)) {
         return TRUE;
     }
     try {
         if (ClassOf(window) == kDialogClass) {
-            reinterpret_cast<std::vector<HWND>*>(parameter)->push_back(window);
+            search.found.push_back(window);
         }
     } catch (...) {
         return FALSE;
@@ -111,10 +117,10 @@ std::vector<int> DialogSeen::VisibleButtons() const {
 }
 
 std::vector<DialogSeen> FindDialogs(const DialogFilter& filter) {
-    std::vector<HWND> windows;
-    ::EnumWindows(&AddDialog, reinterpret_cast<LPARAM>(&windows));
+    Search search{filter.process, {}};
+    ::EnumWindows(&AddDialog, reinterpret_cast<LPARAM>(&search));
     std::vector<DialogSeen> dialogs;
-    for (HWND window : windows) {
+    for (HWND window : search.found) {
         DialogSeen seen = Read(window);
         const bool matches =
             (filter.caption.empty() || filter.caption == seen.caption) && (!filter.owner || filter.owner == seen.owner);

@@ -37,9 +37,10 @@ struct DialogSeen {
 struct DialogFilter {
     std::wstring caption;
     HWND owner = nullptr;
+    DWORD process = ::GetCurrentProcessId(); // the one member that always counts
 };
 
-/// The visible top-level dialogs of this process.
+/// The visible top-level dialogs of that process.
 std::vector<DialogSeen> FindDialogs(const DialogFilter& filter = {});
 
 /// Answers the coming dialogs of this process, one answer each, by posting WM_COMMAND to them; records what it saw. It

@@ -12,6 +12,8 @@
 /// Makers of the COM objects, one per kind. Each hands out one reference.
 namespace workbench {
 
+class AddInHost;
+
 struct Store;
 
 DispatchPtr MakeApplication(const std::shared_ptr<HostCore>& core);
@@ -30,6 +32,7 @@ DispatchPtr MakeRibbonControl(const std::shared_ptr<HostCore>& core, const std::
                               const DispatchPtr& context);
 DispatchPtr MakeRibbonUi(const std::shared_ptr<HostCore>& core,
                          const std::shared_ptr<std::vector<Invalidation>>& invalidations);
-DispatchPtr MakeAddInInstance(const std::shared_ptr<HostCore>& core);
+DispatchPtr MakeComAddIns(const std::shared_ptr<HostCore>& core);
+DispatchPtr MakeComAddIn(const std::shared_ptr<HostCore>& core, const AddInHost& addIn);
 
 } // namespace workbench

@@ -79,6 +79,7 @@ HRESULT FormComment(Call& call) {
 }
 
 constexpr Member kFormMembers[] = {
+    {0x0065, L"OneOff", kGet, 0, 0, [](Call& call) { return call.ReturnBoolean(false); }},
     {0x3004, L"Comment", kGetPut, 0, 0, &FormComment},
 };
 

@@ -11,6 +11,8 @@ constexpr GUID OfficeGuid(unsigned long first) {
     return GUID{first, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 }
 
+inline constexpr GUID kClsidApplication = OfficeGuid(0x0006F03A);
+
 inline constexpr GUID kIidApplication = OfficeGuid(0x00063001);
 inline constexpr GUID kIidNameSpace = OfficeGuid(0x00063002);
 inline constexpr GUID kIidExplorer = OfficeGuid(0x00063003);
@@ -26,6 +28,7 @@ inline constexpr GUID kIidLanguageSettings = OfficeGuid(0x000C0353);
 inline constexpr GUID kIidRibbonExtensibility = OfficeGuid(0x000C0396);
 inline constexpr GUID kIidRibbonControl = OfficeGuid(0x000C0395);
 inline constexpr GUID kIidRibbonUi = OfficeGuid(0x000C03A7);
+inline constexpr GUID kIidComAddIns = OfficeGuid(0x000C0339);
 inline constexpr GUID kIidComAddIn = OfficeGuid(0x000C033A);
 inline constexpr GUID kIidDtExtensibility2 = {
     0xB65AD801, 0xABAF, 0x11D0, {0xBB, 0x8B, 0x00, 0xA0, 0xC9, 0x0F, 0x27, 0x44}};

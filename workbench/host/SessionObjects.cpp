@@ -43,6 +43,16 @@ HRESULT CreateItem(Call& call) {
     return type == kAppointmentItem ? call.Return(call.Host().NewAppointment()->Dispatch()) : E_INVALIDARG;
 }
 
+HRESULT InspectorAt(Call& call) {
+    const auto& inspectors = call.Host().Inspectors();
+    long index = 0; // from 1
+    const HRESULT status = call.Long(0, index);
+    if (FAILED(status) || index < 1 || static_cast<std::size_t>(index) > inspectors.size()) {
+        return FAILED(status) ? status : DISP_E_BADINDEX;
+    }
+    return call.Return(inspectors[static_cast<std::size_t>(index) - 1]->Dispatch());
+}
+
 HRESULT FoldersItem(Call& call) {
     const VARIANT* argument = call.Argument(0);
     if (argument && argument->vt == VT_INT && call.Core().habits.refuseVtInt) {
@@ -80,6 +90,9 @@ constexpr Member kApplicationMembers[] = {
     {0x0111, L"ActiveExplorer", kMethod, 0, 0,
      [](Call& call) { return call.Return(DispatchOf(call.Host().ActiveExplorer())); }},
     {0x010A, L"CreateItem", kMethod, 1, 1, &CreateItem},
+    {0x0112, L"ActiveInspector", kMethod, 0, 0,
+     [](Call& call) { return call.Return(DispatchOf(call.Host().ActiveInspector())); }},
+    {0x0118, L"COMAddIns", kGet, 0, 0, [](Call& call) { return call.Return(MakeComAddIns(CoreOf(call))); }},
     {0x0119, L"Explorers", kGet, 0, 0, [](Call& call) { return call.Return(MakeExplorers(CoreOf(call))); }},
     {0x011A, L"Inspectors", kGet, 0, 0, [](Call& call) { return call.Return(MakeInspectors(CoreOf(call))); }},
     {0x011B, L"LanguageSettings", kGet, 0, 0,
@@ -102,6 +115,12 @@ constexpr Member kFolderMembers[] = {
      [](Call& call) { return call.Return(ObjectOf<FolderModel>::Of(call).store->storeId); }},
 };
 
+constexpr Member kInspectorsMembers[] = {
+    {0x0050, L"Count", kGet, 0, 0,
+     [](Call& call) { return call.ReturnLong(static_cast<long>(call.Host().Inspectors().size())); }},
+    {0x0051, L"Item", kMethod, 1, 1, &InspectorAt},
+};
+
 constexpr Member kLanguageMembers[] = {
     {1, L"LanguageID", kGet, 1, 1,
      [](Call& call) {
@@ -116,9 +135,8 @@ constexpr ObjectClass kNameSpaceClass{L"NameSpace", kIidNameSpace, kNameSpaceMem
 constexpr ObjectClass kFoldersClass{L"Folders", kIidFolders, kFoldersMembers};
 constexpr ObjectClass kFolderClass{L"Folder", kIidFolder, kFolderMembers};
 constexpr ObjectClass kExplorersClass{L"Explorers", kIidExplorers, {}};
-constexpr ObjectClass kInspectorsClass{L"Inspectors", kIidInspectors, {}};
+constexpr ObjectClass kInspectorsClass{L"Inspectors", kIidInspectors, kInspectorsMembers};
 constexpr ObjectClass kLanguageClass{L"LanguageSettings", kIidLanguageSettings, kLanguageMembers};
-constexpr ObjectClass kAddInClass{L"COMAddIn", kIidComAddIn, {}};
 
 std::wstring NextLabel(HostCore& core) {
     return L"#" + std::to_wstring(core.nextObject++);
@@ -154,11 +172,6 @@ DispatchPtr MakeInspectors(const std::shared_ptr<HostCore>& core) {
 
 DispatchPtr MakeLanguageSettings(const std::shared_ptr<HostCore>& core) {
     return HandOut(core, kLanguageClass, &kLanguageKey, NextLabel(*core), std::make_shared<SessionModel>());
-}
-
-DispatchPtr MakeAddInInstance(const std::shared_ptr<HostCore>& core) {
-    auto model = std::make_shared<SessionModel>();
-    return HandOut(core, kAddInClass, model.get(), NextLabel(*core), model);
 }
 
 } // namespace workbench

@@ -1,0 +1,267 @@
+// FieldTest.exe against the stand-in Outlook. A scripted user does what the person is told.
+#include "workbench/fieldtest/Report.h"
+
+#include "workbench/client/ClientProcess.h"
+#include "workbench/process/ChildProcess.h"
+#include "workbench/process/OwnProgram.h"
+
+#include "support/Text.h"
+#include "support/UniqueResource.h"
+
+#include <gmock/gmock.h>
+#include <zlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr wchar_t kScheme[] = L"Software\\Classes\\quorvex";
+constexpr wchar_t kOffice[] = L"Software\\Microsoft\\Office";
+constexpr DWORD kSilence = 120'000; // ms
+constexpr char kPlantedSubject[] = "Payroll of Kim";
+
+/// A child whose input comes from here. Its output is read line by line.
+class Child {
+public:
+    Child(const std::wstring& program, const std::vector<std::wstring>& arguments) {
+        SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+        HANDLE input = nullptr;
+        HANDLE orders = nullptr;
+        ::CreatePipe(&input, &orders, &inheritable, 0);
+        ::SetHandleInformation(orders, HANDLE_FLAG_INHERIT, 0);
+        orders_.Reset(orders);
+        const UniqueHandle childEnd(input);
+        const HANDLE own = ::GetStdHandle(STD_INPUT_HANDLE);
+        ::SetStdHandle(STD_INPUT_HANDLE, input);
+        run.emplace(program, arguments, process::Streams::OutputRead);
+        ::SetStdHandle(STD_INPUT_HANDLE, own);
+    }
+    void Write(const std::string& text) const {
+        DWORD written = 0;
+        ::WriteFile(orders_.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    }
+
+    std::optional<process::ChildProcess> run;
+
+private:
+    UniqueHandle orders_;
+};
+
+std::filesystem::path Folder(const wchar_t* variable) {
+    wchar_t text[MAX_PATH] = L"";
+    ::GetEnvironmentVariableW(variable, text, MAX_PATH);
+    return text;
+}
+
+bool HasKey(const wchar_t* path) {
+    HKEY key = nullptr;
+    const bool found = ::RegOpenKeyExW(HKEY_CURRENT_USER, path, 0, KEY_READ, &key) == ERROR_SUCCESS;
+    const UniqueKey owner(key);
+    return found;
+}
+
+/// Reads an archive from its local headers, without its directory.
+std::map<std::string, std::string> ReadZip(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string zip{std::istreambuf_iterator<char>(file), {}};
+    const auto number = [&](std::size_t at, std::size_t bytes) {
+        std::size_t value = 0;
+        while (bytes-- != 0) {
+            value = value << 8U | static_cast<unsigned char>(zip.at(at + bytes));
+        }
+        return value;
+    };
+    std::map<std::string, std::string> files;
+    for (std::size_t at = 0; zip.compare(at, 4, "PK\x03\x04") == 0;) {
+        const std::size_t packed = number(at + 18, 4);
+        std::string content(number(at + 22, 4), '\0');
+        const std::string name = zip.substr(at + 30, number(at + 26, 2));
+        at += 30 + name.size() + number(at + 28, 2);
+        z_stream stream{};
+        stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(zip.data() + at));
+        stream.avail_in = static_cast<uInt>(packed);
+        stream.next_out = reinterpret_cast<Bytef*>(content.data());
+        stream.avail_out = static_cast<uInt>(content.size());
+        inflateInit2(&stream, -MAX_WBITS);
+        EXPECT_EQ(inflate(&stream, Z_FINISH), Z_STREAM_END) << name;
+        inflateEnd(&stream);
+        files[name] = content;
+        at += packed;
+    }
+    return files;
+}
+
+class FieldTest : public testing::Test {
+protected:
+    FieldTest() {
+        const std::filesystem::path build = std::filesystem::path(process::ProgramPath()).parent_path();
+        for (auto folder = build; folder != folder.parent_path(); folder = folder.parent_path()) {
+            if (std::filesystem::exists(folder / L"OutlookAddIn.dll")) {
+                build_ = folder;
+                break;
+            }
+        }
+        output_ = std::filesystem::temp_directory_path() / L"nembra-field-test";
+        std::filesystem::create_directories(output_);
+        ::RegSetKeyValueW(HKEY_CURRENT_USER, kScheme, L"planted", REG_SZ, L"own", 4 * sizeof(wchar_t));
+        hadOffice_ = HasKey(kOffice);
+    }
+    ~FieldTest() override {
+        std::error_code ignored;
+        std::filesystem::remove_all(output_, ignored);
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, kScheme);
+    }
+
+    void StartOutlook() {
+        std::vector<std::wstring> arguments = habits;
+        arguments.insert(arguments.begin(), (build_ / L"OutlookAddIn.dll").wstring());
+        outlook.emplace((build_ / L"tests/workbench/fieldtest/outlook_stand_in.exe").wstring(), arguments);
+    }
+
+    std::unique_ptr<Child> StartTest(std::vector<std::wstring> more = {}) const {
+        more.insert(more.end(), {L"--output", output_.wstring(), L"--person-seconds", L"60", L"--machine-seconds",
+                                 L"30", L"--client", (build_ / L"workbench/client/meeting_client.exe").wstring()});
+        return std::make_unique<Child>((build_ / L"workbench/fieldtest/FieldTest.exe").wstring(), more);
+    }
+
+    /// Does what the person is told.
+    void DoStep(const std::string& id, const Child& test) {
+        static const std::map<std::string, std::string> acts = {
+            {"launch", "calendar BookMeetingCalendar\n"},
+            {"schedule", "answer 2\ncalendar BookMeetingCalendar\n"},
+            {"save", "save\nclose\n"},
+            {"window", std::string("answer 2\nnew ") + kPlantedSubject + "\npress BookMeetingAppointment\n"},
+            {"discard", "discard\n"},
+            {"question", "open\nlocation Room 4\nsave\n"},
+            {"later", "answer 5\n"},
+            {"cancel", "press CancelMeeetingAppointment\n"},
+            {"off", "off\n"},
+            {"exit", "exit\n"},
+        };
+        if (id == "start" || id == "again") {
+            StartOutlook();
+        } else if (id == "icons") {
+            test.Write("1\n");
+        } else if (const auto act = acts.find(id); act != acts.end()) {
+            outlook->Write(act->second);
+        }
+    }
+
+    /// Runs the test up to its end, or to the prompt of a step. @return its output.
+    std::string Follow(Child& test, const std::string& last = {}) {
+        std::string all;
+        for (std::string line; test.run->ReadLine(line, kSilence);) {
+            all += line + "\n";
+            const std::size_t begin = line.find('[');
+            if (!line.starts_with("Step ") || begin == std::string::npos) {
+                continue;
+            }
+            const std::string id = line.substr(begin + 1, line.find(']') - begin - 1);
+            if (id == last) {
+                return all;
+            }
+            DoStep(id, test);
+        }
+        return all;
+    }
+
+    void ExpectNothingLeft() {
+        EXPECT_TRUE(HasKey(kScheme)); // the key that was there before
+        EXPECT_FALSE(HasKey((std::wstring(kScheme) + L"\\shell").c_str()));
+        EXPECT_FALSE(HasKey(L"Software\\NembraFieldTest"));
+        EXPECT_EQ(HasKey(kOffice), hadOffice_);
+        EXPECT_FALSE(std::filesystem::exists(Folder(L"LOCALAPPDATA") / L"NembraFieldTest"));
+        EXPECT_EQ(meeting_client::ClientProcess::FindRunning(), 0U);
+        outlook->Write("exit\n");
+        EXPECT_EQ(outlook->run->Wait(), 0U) << "appointments are left";
+    }
+
+    std::vector<std::wstring> habits;
+    std::optional<Child> outlook;
+    std::filesystem::path build_;
+    std::filesystem::path output_;
+    bool hadOffice_ = false;
+};
+
+TEST_F(FieldTest, FullPassAnswersTheOpenPointsAndTellsNothingPersonal) {
+    wchar_t name[256] = L"";
+    DWORD length = 256;
+    ASSERT_TRUE(::GetUserNameW(name, &length));
+    const std::string user = ToUtf8(name);
+    const std::filesystem::path log = Folder(L"APPDATA") / L"NembraMeeting" / L"log" / L"outlookaddin.txt";
+    std::filesystem::create_directories(log.parent_path());
+    std::ofstream(log, std::ios::app | std::ios::binary)
+        << "[2026-01-01 00:00:00.000][P:1/T:1][Err][Planted:1 Planted::Planted]by " << user << "\r\n";
+    const auto test = StartTest();
+    const std::string shown = Follow(*test);
+    ASSERT_EQ(test->run->Wait(), 0U) << shown;
+    ExpectNothingLeft();
+    const auto files = ReadZip(output_ / L"field-report.zip");
+    const std::string report = files.at("report.txt");
+    EXPECT_THAT(report, AllOf(Not(HasSubstr("FAIL")), HasSubstr("16.0"), HasSubstr("1033")));
+    EXPECT_THAT(files.at("host-facts-table.md"),
+                AllOf(HasSubstr("main window: yes; item: yes"), HasSubstr("AfxWndA > _WwB > _WwG"),
+                      HasSubstr("VT_DISPATCH with null"), HasSubstr("kept after save and close: yes"),
+                      HasSubstr("false, one-off: no"), HasSubstr("2 ribbons, onLoad looked up 2 times"),
+                      HasSubstr("yes, the edges are clean"),
+                      HasSubstr("the add-in is on although it was switched off")));
+    EXPECT_THAT(files.at("outlookaddin.txt"), AllOf(HasSubstr("AddIn::OnAction"), HasSubstr("Planted::Planted]by ")));
+    for (const auto& [file, content] : files) {
+        EXPECT_THAT(content, AllOf(Not(HasSubstr(kPlantedSubject)), Not(HasSubstr("NEMBRA field test ")),
+                                   Not(HasSubstr("]by " + user))))
+            << file;
+    }
+}
+
+TEST_F(FieldTest, FiveOtherHabitsAreInTheReport) {
+    habits = {L"nullAsEmpty", L"onLoadTwice", L"editorChain", L"refuseVtInt", L"distinctPointers", L"distinctIdentity"};
+    const auto test = StartTest();
+    const std::string shown = Follow(*test);
+    EXPECT_EQ(test->run->Wait(), 1U) << shown; // the add-in does not find an appointment by its id
+    ExpectNothingLeft();
+    EXPECT_THAT(ReadZip(output_ / L"field-report.zip").at("host-facts-table.md"),
+                AllOf(HasSubstr("main window: no; item: no"), HasSubstr("the window has no _WwG"),
+                      HasSubstr("| VT_EMPTY |"), HasSubstr("the add-in's own search fails"),
+                      HasSubstr("2 ribbons, onLoad looked up 4 times")));
+}
+
+TEST_F(FieldTest, TheNextStartUndoesWhatAKilledRunHasLeft) {
+    auto test = StartTest();
+    const std::string shown = Follow(*test, "later"); // an appointment is stored, a dialog is open
+    test->run->Terminate(9);
+    EXPECT_THAT(shown, HasSubstr("[question]"));
+    EXPECT_TRUE(HasKey((std::wstring(kScheme) + L"\\shell").c_str()));
+    outlook->Write("answer 5\n");
+    const auto restored = StartTest({L"--restore"});
+    EXPECT_EQ(restored->run->Wait(), 0U);
+    ExpectNothingLeft();
+}
+
+TEST_F(FieldTest, TheRunThatThePersonStopsLeavesNothing) {
+    const auto test = StartTest();
+    Follow(*test, "discard"); // the client runs, one appointment is stored, another one open
+    test->Write("q\n");
+    Follow(*test);
+    EXPECT_EQ(test->run->Wait(), 3U);
+    ExpectNothingLeft();
+}
+
+TEST(Report, StartUpTimesAreReadFromTheEvent) {
+    const auto times = fieldtest::BootTimes(
+        L"Outlook loaded the following add-in(s): Name: One Description: A 7 ProgID: One.AddIn GUID: {1} Load "
+        L"Behavior: "
+        L"3 HKLM: 1 Location: c:\\one 2.dll Boot Time (Milliseconds): 1203 Name: Two 9 ProgID: Two.AddIn GUID: {2} "
+        L"Startzeit (Millisekunden): 16 ");
+    EXPECT_THAT(times, testing::ElementsAre(std::pair<std::wstring, unsigned long>{L"One.AddIn", 1203},
+                                            std::pair<std::wstring, unsigned long>{L"Two.AddIn", 16}));
+    EXPECT_TRUE(fieldtest::BootTimes(L"ProgID: ").empty());
+}
+
+} // namespace

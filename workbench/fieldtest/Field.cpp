@@ -1,0 +1,222 @@
+#include "workbench/fieldtest/Field.h"
+
+#include "workbench/client/Meetings.h"
+
+#include "doctor/Collect.h"
+#include "support/Text.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace fieldtest {
+namespace {
+
+constexpr std::size_t kLogTail = 4U << 20U; // bytes
+constexpr unsigned kClientSeconds = 3600;
+
+std::string NewSubject() {
+    return "NEMBRA field test " + std::to_string(::GetTickCount64() % 1'000'000);
+}
+
+} // namespace
+
+Field::Field(Options given)
+    : options(std::move(given)),
+      journal(options.journal, options.client),
+      subject(NewSubject()),
+      transcript(options.journal.parent_path() / L"transcript.txt") {}
+
+bool Field::FindOutlook() {
+    const std::vector<HWND> windows = OutlookWindows();
+    application = RunningOutlook();
+    if (application && !windows.empty()) {
+        ::GetWindowThreadProcessId(windows.front(), &outlook);
+    }
+    return application != nullptr && !windows.empty();
+}
+
+bool Field::AddInConnected() const {
+    try {
+        const IDispatchPtr addIn = ObjectOf(Call(Child(application, L"COMAddIns"), L"Item", {_variant_t(kProgId)}));
+        return addIn && static_cast<bool>(Get(addIn, L"Connect"));
+    } catch (const HostError&) {
+        return false; // Outlook does not know the add-in
+    }
+}
+
+std::optional<std::wstring> Field::ModulePath() const {
+    for (const std::wstring& module : machine.ProcessOf(outlook).modules.value_or(std::vector<std::wstring>())) {
+        if (::_wcsicmp(std::filesystem::path(module).filename().c_str(), kModule) == 0) {
+            return module;
+        }
+    }
+    return std::nullopt;
+}
+
+OpenItem Field::FindOpen(const std::string& id) const {
+    for (const OpenItem& open : OpenItems(application)) {
+        // Other items than appointments may have no form description.
+        try {
+            const auto marker = meeting_client::ParseObject(Text(Child(open.item, L"FormDescription"), L"Comment"));
+            if (marker && (*marker)["conf_id"] == id) {
+                return open;
+            }
+        } catch (const HostError&) {
+        }
+    }
+    return {};
+}
+
+IDispatchPtr Field::Stored() const {
+    try {
+        return ObjectOf(Call(Child(application, L"Session"), L"GetItemFromID", {_variant_t(ToWide(entryId).c_str())}));
+    } catch (const HostError&) {
+        return nullptr;
+    }
+}
+
+std::optional<workbench::DialogSeen> Field::FindDialog(const wchar_t* english, const wchar_t* chinese) const {
+    workbench::DialogFilter filter;
+    filter.process = outlook;
+    for (const workbench::DialogSeen& seen : workbench::FindDialogs(filter)) {
+        for (const std::wstring& text : seen.texts) {
+            if (text.find(english) != std::wstring::npos || text.find(chinese) != std::wstring::npos) {
+                return seen;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<doctor::LogEntry> Field::Log() const {
+    const auto tail = machine.Tail(machine.Folder(doctor::Place::Log) + L"\\outlookaddin.txt", kLogTail);
+    std::vector<doctor::LogEntry> entries;
+    for (doctor::LogEntry& entry : doctor::ParseLog(tail.value)) {
+        if (entry.process != outlook) {
+            continue;
+        }
+        if (entry.text.starts_with(doctor::kLoadMark)) {
+            entries.clear(); // an earlier process had the same number
+        }
+        entries.push_back(std::move(entry));
+    }
+    return entries;
+}
+
+std::size_t Field::Logged(std::string_view method, std::string_view text) const {
+    const auto entries = Log();
+    return static_cast<std::size_t>(std::count_if(entries.begin(), entries.end(), [&](const doctor::LogEntry& entry) {
+        return entry.source.ends_with(method) && entry.text.find(text) != std::string::npos;
+    }));
+}
+
+void Field::InstallScheme() {
+    journal.NewFile(transcript);
+    journal.InstallScheme({L"--transcript", transcript.wstring(), L"--login-after", L"1500", L"--max-seconds",
+                           std::to_wstring(kClientSeconds), L"--parent", std::to_wstring(::GetCurrentProcessId())});
+}
+
+void Field::Order(const std::string& order) {
+    const meeting_client::OrderResult result = client->Order(order);
+    if (!result.done) {
+        throw StepEnd{{Verdict::Fail, "the client refused an order: " + result.reason}};
+    }
+}
+
+Json::Value Field::AwaitCommand(int number, unsigned seconds) {
+    std::vector<std::string> messages;
+    const std::string name = "command " + std::to_string(number) + " at the client";
+    Await(
+        [&] {
+            messages = client->Messages();
+            return messages.size() > commandsSeen;
+        },
+        name, seconds);
+    const Json::Value command = meeting_client::ParseObject(messages[commandsSeen++]).value_or(Json::objectValue);
+    if (command["cmd"] != number || !meeting_client::CommandFaults(command).empty()) {
+        throw StepEnd{{Verdict::Fail, "another command came in place of " + name}};
+    }
+    return command;
+}
+
+void Field::Tell() {
+    if (!prompt.empty()) {
+        console.Say(std::exchange(prompt, {}));
+    }
+}
+
+std::string Field::Ask() {
+    Tell();
+    return console.Ask(options.personSeconds);
+}
+
+void Field::Await(const std::function<bool()>& holds, const std::string& what, unsigned seconds) {
+    Tell();
+    switch (console.Await(holds, seconds)) {
+    case Waited::Held:
+        return;
+    case Waited::Skipped:
+        throw StepEnd{{Verdict::NotObserved, "skipped; awaited: " + what}};
+    case Waited::TimedOut:
+        throw StepEnd{{Verdict::Fail, "not seen within " + std::to_string(seconds) + " s: " + what}};
+    }
+}
+
+void Field::AwaitPerson(const std::function<bool()>& holds, const std::string& what) {
+    Await(holds, what, options.personSeconds);
+}
+
+void Field::AwaitMachine(const std::function<bool()>& holds, const std::string& what) {
+    Await(holds, what, options.machineSeconds);
+}
+
+void Field::Restore() {
+    console.Say("\nThe test restores what it has changed.");
+    if (client) {
+        client->Quit();
+        client.reset();
+    }
+    application = RunningOutlook();
+    for (const std::string& left : journal.Undo(application)) {
+        console.Say("    NOT RESTORED: " + left);
+    }
+    application = nullptr;
+}
+
+void RunSteps(Field& field) {
+    std::size_t number = 0;
+    for (const Step& step : AllSteps()) {
+        field.prompt = "\nStep " + std::to_string(++number) + " of " + std::to_string(AllSteps().size()) + " [" +
+                       step.id + "]" + (*step.points ? std::string(" open points ") + step.points : "") + "\n    " +
+                       step.told;
+        Outcome outcome;
+        try {
+            outcome = step.run(field);
+        } catch (const StepEnd& end) {
+            outcome = end.outcome;
+        } catch (const Stopped&) {
+            throw;
+        } catch (const std::exception& error) {
+            outcome = {Verdict::Fail, error.what()};
+        } catch (const _com_error& error) {
+            outcome = {Verdict::Fail, "Outlook answered without the object that was asked for, status " +
+                                          std::to_string(error.Error())};
+        }
+        field.Tell();
+        field.console.Say(std::string("    ") + NameOf(outcome.verdict) + ": " + outcome.text);
+        field.report.Step(step.id, std::move(outcome));
+    }
+}
+
+void WriteReport(Field& field) {
+    const std::filesystem::path path = field.options.output / L"field-report.zip";
+    auto files = doctor::Collect(field.machine, field.report.Text(), field.report.Json());
+    files.push_back({"host-facts-table.md", field.report.Table()});
+    doctor::WriteZip(path.wstring(), files);
+    field.console.Say("\nTable for docs/host-facts.md:\n\n" + field.report.Table());
+    field.console.Say("The report is in " + ToUtf8(path.wstring()) + ". Look through it before you send it.");
+}
+
+} // namespace fieldtest

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "workbench/fieldtest/Console.h"
+#include "workbench/fieldtest/Host.h"
+#include "workbench/fieldtest/Journal.h"
+#include "workbench/fieldtest/Report.h"
+
+#include "doctor/LogText.h"
+#include "doctor/WindowsMachine.h"
+#include "workbench/client/ClientProcess.h"
+#include "workbench/host/DialogResponder.h"
+
+#include <json/value.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fieldtest {
+
+inline constexpr wchar_t kProgId[] = L"NembraMeeting.OutlookAddin";
+inline constexpr wchar_t kModule[] = L"OutlookAddIn.dll";
+inline constexpr wchar_t kAddinWindow[] = L"NbmProxyOutlookServerWnd";
+
+struct Options {
+    std::filesystem::path output;  ///< folder of the report
+    std::filesystem::path client;  ///< the stand-in client's program
+    std::filesystem::path journal; ///< file
+    unsigned personSeconds = 300;  ///< how long a step waits for the person
+    unsigned machineSeconds = 20;  ///< how long it waits for Outlook, the add-in and the client
+};
+
+/// Ends a step with a result.
+struct StepEnd {
+    Outcome outcome;
+};
+
+/// Everything that the steps share. One thread, in a single-threaded apartment.
+class Field {
+public:
+    explicit Field(Options given);
+
+    const Options options;
+    Console console;
+    doctor::WindowsMachine machine;
+    Journal journal;
+    Report report;
+    const std::string subject; ///< of the test's appointments, different in each run
+    const std::filesystem::path transcript;
+
+    // --- Outlook ---
+    IDispatchPtr application; ///< null while Outlook does not run; no other object outlives a step
+    DWORD outlook = 0;        ///< process id
+    bool FindOutlook();
+    bool AddInConnected() const;
+    std::optional<std::wstring> ModulePath() const;
+    /// The open window of the appointment whose marker has this conference id.
+    OpenItem FindOpen(const std::string& confId) const;
+    IDispatchPtr Stored() const; ///< the appointment with `entryId`; null when there is none
+    /// The add-in's dialog with one of these texts.
+    std::optional<workbench::DialogSeen> FindDialog(const wchar_t* english, const wchar_t* chinese) const;
+
+    // --- The add-in's log, since this Outlook has loaded it ---
+    std::vector<doctor::LogEntry> Log() const;
+    std::size_t Logged(std::string_view method, std::string_view text) const;
+
+    // --- The client ---
+    std::unique_ptr<meeting_client::ClientProcess> client; ///< null until the add-in has started it
+    std::size_t commandsSeen = 0;
+    std::size_t notificationsSeen = 0;
+    std::string confId;  ///< of the appointment that is stored
+    std::string entryId; ///< of the same
+    std::string draftId; ///< conference id of the appointment that is never stored
+    void InstallScheme();
+    void Order(const std::string& order);
+    /// The next command. @throws StepEnd when none comes or when it is another one.
+    Json::Value AwaitCommand(int number, unsigned seconds);
+
+    // --- The person ---
+    /// Shows what the step tells the person, once. Each wait does so first: only now the step is ready to see it.
+    void Tell();
+    std::string prompt; ///< of this step; empty once it has been shown
+    std::string Ask();
+
+    // --- Waits. @throws StepEnd when nothing comes or the person skips the step ---
+    void AwaitPerson(const std::function<bool()>& holds, const std::string& what);
+    void AwaitMachine(const std::function<bool()>& holds, const std::string& what);
+
+    /// Takes everything back. Told to the person.
+    void Restore();
+
+private:
+    void Await(const std::function<bool()>& holds, const std::string& what, unsigned seconds);
+};
+
+struct Step {
+    const char* id;
+    const char* told;   ///< to the person
+    const char* points; ///< numbers of the open points that it may answer
+    Outcome (*run)(Field& field);
+};
+const std::vector<Step>& AllSteps();
+
+/// Runs all steps. @throws Stopped.
+void RunSteps(Field& field);
+/// Writes field-report.zip and shows the table.
+void WriteReport(Field& field);
+
+} // namespace fieldtest

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace fieldtest {
+
+enum class Verdict { Pass, Fail, NotObserved };
+
+struct Outcome {
+    Verdict verdict = Verdict::Pass;
+    std::string text; ///< what was seen
+};
+
+inline constexpr int kPoints = 14; ///< open points of docs/host-facts.md, numbered from 1
+
+/// What the test has found. Texts are UTF-8.
+class Report {
+public:
+    void Version(const std::string& name, const std::string& value) { versions_.emplace_back(name, value); }
+    void Step(const std::string& id, Outcome outcome) { steps_.emplace_back(id, std::move(outcome)); }
+    /// A later answer to the same point is added to the earlier ones.
+    /// @param how where the answer could be seen.
+    void Answer(int point, const std::string& answer, const std::string& how);
+    bool Failed() const;
+
+    std::string Text() const;
+    std::string Json() const;
+    /// The table of the open points for docs/host-facts.md.
+    std::string Table() const;
+
+private:
+    std::vector<std::pair<std::string, std::string>> versions_;
+    std::vector<std::pair<std::string, Outcome>> steps_;
+    std::map<int, std::pair<std::string, std::string>> answers_;
+};
+
+const char* NameOf(Verdict verdict);
+
+/// Start-up times in an event of Outlook that lists its add-ins: ProgID and milliseconds.
+std::vector<std::pair<std::wstring, unsigned long>> BootTimes(std::wstring_view event);
+
+} // namespace fieldtest

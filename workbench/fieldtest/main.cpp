@@ -1,0 +1,114 @@
+#include "workbench/fieldtest/Field.h"
+
+#include "workbench/process/OwnProgram.h"
+
+#include "support/Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <windows.h>
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+enum ExitCode : int { kAllObserved = 0, kSomethingFailed = 1, kStopped = 3, kNotRestored = 4 };
+
+HANDLE g_done = nullptr;
+constexpr DWORD kRestoreLimit = 60'000; // ms; the system itself may allow less when it closes the window
+
+BOOL WINAPI OnSignal(DWORD) noexcept {
+    fieldtest::Console::RequestStop();
+    ::WaitForSingleObject(g_done, kRestoreLimit); // the process ends when this function returns
+    return TRUE;
+}
+
+std::filesystem::path LocalFolder() {
+    wchar_t folder[MAX_PATH] = L"";
+    ::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, folder);
+    return folder;
+}
+
+/// The last one first, as the parser takes them.
+std::vector<std::string> Arguments() {
+    int count = 0;
+    wchar_t** texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    std::vector<std::string> arguments;
+    for (int i = count - 1; texts && i > 0; --i) {
+        arguments.push_back(ToUtf8(texts[i]));
+    }
+    ::LocalFree(texts);
+    return arguments;
+}
+
+int Run(fieldtest::Options options, bool restoreOnly) {
+    const fieldtest::BoundedCalls bounded;
+    fieldtest::Field field(std::move(options));
+    if (restoreOnly || !field.journal.Empty()) { // an earlier run was killed
+        field.Restore();
+    }
+    if (!field.journal.Empty()) {
+        return kNotRestored;
+    }
+    int code = kAllObserved;
+    if (!restoreOnly) {
+        field.console.Say("This test takes about fifteen minutes. It uses your Outlook, sends nothing, and removes\n"
+                          "its appointments at the end. Enter skips a step; q and Enter ends the test.");
+        try {
+            field.InstallScheme();
+            fieldtest::RunSteps(field);
+            code = field.report.Failed() ? kSomethingFailed : kAllObserved;
+        } catch (const fieldtest::Stopped&) {
+            field.console.Say("\nThe test was stopped.");
+            code = kStopped;
+        } catch (const std::exception& error) {
+            field.console.Say(std::string("\nThe test cannot go on: ") + error.what());
+            code = kSomethingFailed;
+        }
+        field.Restore();
+        fieldtest::WriteReport(field);
+    }
+    return field.journal.Empty() ? code : kNotRestored;
+}
+
+} // namespace
+
+int main() {
+    const std::filesystem::path folder = std::filesystem::path(process::ProgramPath()).parent_path();
+    fieldtest::Options options;
+    options.journal = LocalFolder() / L"NembraFieldTest" / L"journal.txt";
+    std::string output = ToUtf8(folder.wstring());
+    std::string client = ToUtf8((folder / L"meeting_client.exe").wstring());
+    bool restoreOnly = false;
+    CLI::App app("Guided test of the add-in in a running Outlook. It ends with field-report.zip.", "FieldTest");
+    app.add_option("--output", output, "folder of the report (default: that of this program)");
+    app.add_option("--client", client, "the stand-in client (default: meeting_client.exe beside this program)");
+    app.add_option("--person-seconds", options.personSeconds, "how long a step waits for you")->capture_default_str();
+    app.add_option("--machine-seconds", options.machineSeconds, "how long it waits for Outlook")->capture_default_str();
+    app.add_flag("--restore", restoreOnly, "only undo what an interrupted test has left");
+    try {
+        app.parse(Arguments());
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error);
+    }
+    options.output = ToWide(output);
+    options.client = ToWide(client);
+    int code = kSomethingFailed;
+    try {
+        g_done = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        ::SetConsoleCtrlHandler(&OnSignal, TRUE);
+        ::SetConsoleOutputCP(CP_UTF8);
+        ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        code = Run(std::move(options), restoreOnly);
+        ::CoUninitialize();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "FieldTest: %s\nFieldTest --restore undoes what is left\n", error.what());
+    } catch (const _com_error& error) {
+        std::fprintf(stderr, "FieldTest: status %ld\nFieldTest --restore undoes what is left\n", error.Error());
+    }
+    ::SetEvent(g_done);
+    return code;
+}
