@@ -4,7 +4,6 @@
 
 #include "workbench/process/OwnProgram.h"
 
-#include <condition_variable>
 #include <cstdio>
 #include <stdexcept>
 
@@ -48,14 +47,23 @@ void ReportCrashes() {
 }
 
 Ticker::Ticker(std::chrono::milliseconds between, std::function<void()> tick)
-    : thread_([between, tick = std::move(tick)](const std::stop_token& stop) {
-          std::mutex mutex;
-          std::condition_variable_any wake;
-          std::unique_lock lock(mutex);
-          while (!wake.wait_for(lock, stop, between, [&stop] { return stop.stop_requested(); })) {
+    : thread_([this, between, tick = std::move(tick)] {
+          std::unique_lock lock(lock_);
+          while (!ended_.wait_for(lock, between, [this] { return stop_; })) {
+              lock.unlock();
               tick();
+              lock.lock();
           }
       }) {}
+
+Ticker::~Ticker() {
+    {
+        const std::scoped_lock lock(lock_);
+        stop_ = true;
+    }
+    ended_.notify_all();
+    thread_.join();
+}
 
 Watchdog::Watchdog(std::chrono::seconds limit)
     : limit_(limit), ticker_(std::chrono::milliseconds(500), [this] { Look(); }) {}

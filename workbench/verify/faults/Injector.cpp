@@ -69,6 +69,10 @@ bool HasStruck() {
     return g_struck;
 }
 
+bool IsStruck() {
+    return g_armed && g_struck;
+}
+
 bool Strikes(const char* function, KindMask kinds, bool hostThreadOnly, const Failure& failure) noexcept {
     if (!g_armed || (hostThreadOnly && ::GetCurrentThreadId() != g_hostThread)) {
         return false;

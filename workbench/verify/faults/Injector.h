@@ -76,6 +76,8 @@ void Arm(const Order& order);
 Counts Disarm();
 /// Whether a call has failed since `Arm`.
 bool HasStruck();
+/// Whether a call has failed in a step that is still going on.
+bool IsStruck();
 
 /// Counts a call. @return whether it is to fail. The first that fails is told as "failed FUNCTION".
 bool Strikes(const char* function, KindMask kinds, bool hostThreadOnly, const Failure& failure) noexcept;

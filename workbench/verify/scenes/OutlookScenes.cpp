@@ -80,7 +80,7 @@ void OpenWithText(Stage& stage) {
 // Steps: the usual ones, with what the plan names.
 
 bool Came(Stage& stage) {
-    return Stage::CommandCame(stage.Script().command);
+    return stage.Arrives([&stage] { return Stage::CommandCame(stage.Script().command); });
 }
 
 bool Press(Stage& stage) {
@@ -113,7 +113,7 @@ bool Notify(Stage& stage) {
 }
 
 bool NotifyAsks(Stage& stage) {
-    return Notify(stage) && stage.DialogSeen();
+    return Notify(stage) && stage.Arrives([&stage] { return stage.DialogSeen(); });
 }
 
 template <std::size_t Length>
@@ -123,16 +123,18 @@ bool NotifyScheduled(Stage& stage) {
         stage.Notify(R"({"notify":101,"confId":"c-2","url":"https://meet.example.org/j/2","startTime":1709629200,)"
                      R"("endTime":1709631000,"subject":")" +
                      subject + R"(","contents":")" + std::string(Length, 'x') + "\"}");
-    const auto items = stage.Host().Appointments();
-    return sent && std::any_of(items.begin(), items.end(),
-                               [&](const workbench::ItemPtr& item) { return ToUtf8(item->Subject()) == subject; });
+    return sent && stage.Arrives([&] {
+        const auto items = stage.Host().Appointments();
+        return std::any_of(items.begin(), items.end(),
+                           [&](const workbench::ItemPtr& item) { return ToUtf8(item->Subject()) == subject; });
+    });
 }
 
 bool NotifyChanged(Stage& stage) {
     const std::string subject = Stage::Unique();
     return stage.Notify(R"({"notify":200,"subject":")" + subject + R"(","confOutlookId":")" +
                         ToUtf8(stage.item->EntryId()) + "\"}") &&
-           ToUtf8(stage.item->Subject()) == subject && stage.DialogSeen();
+           stage.Arrives([&] { return ToUtf8(stage.item->Subject()) == subject && stage.DialogSeen(); });
 }
 
 bool ReadMarker(Stage& stage) {

@@ -253,6 +253,10 @@ bool Stage::CommandCame(int command) {
     return client::Has("\"cmd\" : " + std::to_string(command));
 }
 
+bool Stage::Arrives(const std::function<bool()>& holds) const {
+    return holds() || (!IsStruck() && Spoilt().empty() && workbench::PumpUntil(holds, kArrivalLimit));
+}
+
 bool Stage::Launched() const {
     return Launches() > launchesBefore_;
 }

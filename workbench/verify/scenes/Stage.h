@@ -5,6 +5,7 @@
 #include "workbench/verify/faults/Scene.h"
 #include "workbench/verify/scenes/Actions.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -66,6 +67,8 @@ public:
     HRESULT Press(const wchar_t* control);
     bool Notify(std::string_view json);
     static bool CommandCame(int command);
+    /// Whether it holds. While nothing fails it is waited for: the channel's threads may be late on a busy machine.
+    bool Arrives(const std::function<bool()>& holds) const;
     bool Launched() const;
     bool DialogSeen() const { return session_.Dialogs() > dialogsBefore_; }
     /// A text that no other of this process is.
