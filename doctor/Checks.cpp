@@ -1,6 +1,9 @@
 #include "doctor/Checks.h"
 
+#include "doctor/PeImage.h"
 #include "doctor/Texts.h"
+#include "resources/version.h"
+#include "support/Text.h"
 
 #include <algorithm>
 
@@ -62,13 +65,16 @@ std::wstring DeleteCommand(const std::wstring& machineKey, const std::wstring& n
            (name.empty() ? L"" : L" /v \"" + name + L"\"") + L" /f /reg:64";
 }
 
-std::wstring RegisterCommand(const Scene& scene) {
-    std::wstring module = scene.machine.Folder(Place::Installed) + L"\\" + kModuleFile;
-    if (!scene.FileExists(module)) {
-        const std::wstring beside = Parent(scene.machine.Folder(Place::Program)) + L"\\" + kModuleFile;
-        module = scene.FileExists(scene.module) ? scene.module : beside;
+std::wstring RepairCommand(const Scene& scene) {
+    const std::wstring installed = scene.machine.Folder(Place::Installed) + L"\\" + kModuleFile;
+    const std::wstring beside = Parent(scene.machine.Folder(Place::Program)) + L"\\" + kModuleFile;
+    for (const std::wstring& module : {installed, scene.module, beside}) {
+        if (ImageMachine(scene.machine.Head(module, kProgramHeaders).value) == kMachineX64) {
+            return L"\"" + scene.machine.Folder(Place::System) + L"\\regsvr32.exe\" /s \"" + module + L"\"";
+        }
     }
-    return L"\"" + scene.machine.Folder(Place::System) + L"\\regsvr32.exe\" /s \"" + module + L"\"";
+    return L"msiexec /i NembraOutlookAddIn-" + ToWide(ADDIN_VERSION_TEXT) +
+           L"-x64.msi REINSTALL=ALL REINSTALLMODE=amus";
 }
 
 } // namespace doctor

@@ -46,7 +46,7 @@ std::wstring RegistryName(Hive hive, const std::wstring& key);   ///< "HKLM\…"
 /// A command that deletes a key, or the value `name` in it.
 std::wstring DeleteCommand(const std::wstring& machineKey, const std::wstring& name = {});
 /// The command that registers the module: the installer's file, else the registered one, else the one beside this
-/// program.
-std::wstring RegisterCommand(const Scene& scene);
+/// program. When none of them is a 64-bit program, the command that installs the files again.
+std::wstring RepairCommand(const Scene& scene);
 
 } // namespace doctor

@@ -37,7 +37,7 @@ void ModuleFile(const Scene& scene, Finding& found) {
     }
     found.Advise(texts::kRepair);
     if (found.GetVerdict() >= Verdict::Warn) {
-        found.Command(RegisterCommand(scene));
+        found.Command(RepairCommand(scene));
     }
 }
 
@@ -66,7 +66,7 @@ void Imports(const Scene& scene, Finding& found) {
     const auto libraries = ImportedLibraries(scene.image.value);
     if (!libraries) {
         found.Add(Verdict::Fail, texts::kImportsDamaged).Advise(texts::kRepair);
-        found.Command(RegisterCommand(scene));
+        found.Command(RepairCommand(scene));
         return;
     }
     for (const std::string& library : *libraries) {

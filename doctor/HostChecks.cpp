@@ -7,7 +7,6 @@
 namespace doctor {
 namespace {
 
-constexpr std::size_t kHeaders = 4096;       // bytes of a program file that contain its headers
 constexpr std::uint16_t kOldestOutlook = 15; // Outlook 2013
 constexpr std::uint32_t kHighLevel = 0x3000;
 
@@ -32,7 +31,7 @@ std::wstring RecordedBitness(const Scene& scene) {
 }
 
 void Bitness(const Scene& scene, Finding& found) {
-    const Answer<std::string> head = scene.machine.Head(scene.outlook, kHeaders);
+    const Answer<std::string> head = scene.machine.Head(scene.outlook, kProgramHeaders);
     if (IsDenied(head.access, scene.outlook, found)) {
         return;
     }

@@ -64,7 +64,7 @@ void AddInLog(const Scene& scene, Finding& found) {
         if (writable.access == Access::Absent) {
             continue;
         }
-        if (!writable.value) {
+        if (!IsDenied(writable.access, place, found) && !writable.value) {
             found.Add(Verdict::Warn, texts::kLogFolder, {place}).Advise(texts::kLogRights);
         }
         const auto free = scene.machine.FreeBytes(place);

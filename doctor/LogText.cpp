@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cwchar>
 #include <optional>
 
 namespace doctor {
@@ -122,6 +123,25 @@ std::string BlackOut(std::string_view text, const std::vector<std::string>& word
         }
     }
     return result;
+}
+
+Event ParseEvent(std::wstring_view xml) {
+    Event event;
+    const std::size_t id = xml.find(L"<EventID");
+    const std::size_t number = id == std::wstring_view::npos ? id : xml.find(L'>', id);
+    if (number != std::wstring_view::npos) {
+        event.id =
+            static_cast<std::uint32_t>(std::wcstoul(std::wstring(xml.substr(number + 1, 10)).c_str(), nullptr, 10));
+    }
+    const std::size_t system = xml.find(L"</System>");
+    bool inMark = false;
+    for (const wchar_t c : xml.substr(system == std::wstring_view::npos ? xml.size() : system)) {
+        inMark = c == L'<' || (inMark && c != L'>');
+        event.text += inMark || c == L'>' || c == L'\r' || c == L'\n' ? L' ' : c;
+    }
+    const auto twoBlanks = [](wchar_t one, wchar_t other) { return one == L' ' && other == L' '; };
+    event.text.erase(std::unique(event.text.begin(), event.text.end(), twoBlanks), event.text.end());
+    return event;
 }
 
 } // namespace doctor

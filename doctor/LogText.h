@@ -1,5 +1,7 @@
 #pragma once
 
+#include "doctor/Machine.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -27,5 +29,8 @@ std::string WithoutContents(std::string_view log);
 
 /// Replaces these words, whatever their case, and everything that looks like a mail address.
 std::string BlackOut(std::string_view text, const std::vector<std::string>& words);
+
+/// Number and strings of an event in its XML form. The strings stand one after the other, without the marks.
+Event ParseEvent(std::wstring_view xml);
 
 } // namespace doctor

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -8,11 +9,13 @@
 
 namespace doctor {
 
+inline constexpr std::size_t kProgramHeaders = 4096; // bytes at the start of a program file that contain its headers
+
 inline constexpr std::uint16_t kMachineX86 = 0x014C;
 inline constexpr std::uint16_t kMachineX64 = 0x8664;
 inline constexpr std::uint16_t kMachineArm64 = 0xAA64;
 
-/// The kind of processor that a program file is made for. @param content of the file, at least its first KiB.
+/// The kind of processor that a program file is made for. @param content of the file, at least its headers.
 /// @return nothing when it is no program file.
 std::optional<std::uint16_t> ImageMachine(std::string_view content);
 

@@ -44,7 +44,7 @@ void CompareEntries(const Scene& scene, Verdict verdict, Finding& found, Wanted 
 
 void OfferRepair(const Scene& scene, Finding& found) {
     if (found.GetVerdict() >= Verdict::Warn && found.Commands().empty()) {
-        found.Command(RegisterCommand(scene));
+        found.Command(RepairCommand(scene));
     }
 }
 
@@ -78,7 +78,7 @@ void SecondView(const Scene& scene, Finding& found) {
         }
     }
     if (found.GetVerdict() == Verdict::Fail) {
-        found.Command(RegisterCommand(scene));
+        found.Command(RepairCommand(scene));
     }
 }
 

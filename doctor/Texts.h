@@ -10,8 +10,7 @@ inline constexpr Text kDenied{L"没有权限读取 {0}。", L"Access to {0} is d
 inline constexpr Text kAsAffectedUser{L"请以受影响的用户身份运行本程序，或请管理员查看。",
                                       L"Run this program as the affected user, or ask an administrator to look."};
 inline constexpr Text kNoModule{L"没有可检查的已注册文件。", L"There is no registered file to look at."};
-inline constexpr Text kRepair{L"请修复安装，或由管理员执行：",
-                              L"Repair the installation, or have an administrator run:"};
+inline constexpr Text kRepair{L"请由管理员修复安装：", L"Have an administrator repair the installation:"};
 inline constexpr Text kAdministratorDeletes{L"请由管理员删除该项：", L"Have an administrator delete it:"};
 inline constexpr Text kAskAdministration{L"这是由管理员设置的策略，请与管理员联系。",
                                          L"An administrator has set this policy. Ask your administration."};

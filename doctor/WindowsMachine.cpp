@@ -1,6 +1,7 @@
 #include "doctor/WindowsMachine.h"
 
 #include "doctor/Finding.h"
+#include "doctor/LogText.h"
 #include "support/UniqueResource.h"
 
 #include <windows.h>
@@ -12,7 +13,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cwchar>
 
 namespace doctor {
 namespace {
@@ -26,12 +26,6 @@ struct EventTraits {
     static void Close(Value handle) noexcept { ::EvtClose(handle); }
 };
 using UniqueEvent = UniqueResource<EventTraits>;
-
-struct SnapshotTraits { // A failed snapshot is INVALID_HANDLE_VALUE, not null.
-    using Value = HANDLE;
-    static Value Empty() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Value handle) noexcept { ::CloseHandle(handle); }
-};
 
 HKEY RootOf(Hive hive) {
     return hive == Hive::Machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
@@ -97,25 +91,6 @@ std::optional<std::uint32_t> IntegrityOf(HANDLE process) {
     return *::GetSidSubAuthority(label, *::GetSidSubAuthorityCount(label) - 1UL);
 }
 
-/// The strings of an event in its XML form, without the marks, and its number.
-Event ToEvent(std::wstring_view xml) {
-    Event event;
-    const std::size_t id = xml.find(L"<EventID");
-    const std::size_t number = id == std::wstring_view::npos ? id : xml.find(L'>', id);
-    if (number != std::wstring_view::npos) {
-        event.id = static_cast<std::uint32_t>(std::wcstoul(xml.data() + number + 1, nullptr, 10));
-    }
-    const std::size_t system = xml.find(L"</System>");
-    bool inMark = false;
-    for (const wchar_t c : xml.substr(system == std::wstring_view::npos ? xml.size() : system)) {
-        inMark = c == L'<' || (inMark && c != L'>');
-        event.text += inMark || c == L'>' || c == L'\r' || c == L'\n' ? L' ' : c;
-    }
-    const auto twoBlanks = [](wchar_t one, wchar_t other) { return one == L' ' && other == L' '; };
-    event.text.erase(std::unique(event.text.begin(), event.text.end(), twoBlanks), event.text.end());
-    return event;
-}
-
 std::optional<Event> Render(EVT_HANDLE event) {
     DWORD bytes = 0;
     DWORD count = 0;
@@ -126,7 +101,7 @@ std::optional<Event> Render(EVT_HANDLE event) {
         return std::nullopt;
     }
     xml.resize(std::min(xml.find(L'\0'), xml.size()));
-    return ToEvent(xml);
+    return ParseEvent(xml);
 }
 
 } // namespace
@@ -162,7 +137,8 @@ std::vector<Process> WindowsMachine::Processes(const wchar_t* program) const {
     std::vector<Process> found;
     DWORD session = 0;
     ::ProcessIdToSessionId(::GetCurrentProcessId(), &session);
-    const UniqueResource<SnapshotTraits> snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    const HANDLE taken = ::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    const UniqueHandle snapshot(taken == INVALID_HANDLE_VALUE ? nullptr : taken);
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
     for (BOOL more = snapshot && ::Process32FirstW(snapshot.Get(), &entry); more;

@@ -58,6 +58,17 @@ TEST(LogText, TakesOnlyFirstLinesOfEntries) {
     EXPECT_EQ(entries[1].text, "no]end");
 }
 
+TEST(EventText, IsTakenFromTheStringsAlone) {
+    const doctor::Event event = doctor::ParseEvent(
+        L"<Event xmlns='http://schemas'><System><Provider Name='Outlook'/><EventID Qualifiers='0'>59</EventID></System>"
+        L"<EventData><Data>ProgID: a</Data>\r\n<Data Name='b'>Reason</Data></EventData></Event>");
+    EXPECT_EQ(event.id, 59U);
+    EXPECT_EQ(event.text, L" ProgID: a Reason ");
+    for (const wchar_t* damaged : {L"", L"<EventID", L"<EventID>", L"<EventID></System>", L"</System><"}) {
+        EXPECT_EQ(doctor::ParseEvent(damaged).id, 0U);
+    }
+}
+
 TEST(LogText, LosesTheContentsOfMessages) {
     const std::string log =
         "[2026-01-02 10:00:01.000][P:1/T:2][Inf][Meeting:92 Meeting::OnAction]Data: {\n"

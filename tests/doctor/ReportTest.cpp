@@ -128,6 +128,9 @@ TEST(Fix, ShowsAnAdministratorsCommandInstead) {
     machine.Put(Hive::Machine, registry::kAddInKey, L"LoadBehavior", 2U);
     const auto findings = doctor::RunChecks(Scene(machine, Language::English), L"r3");
     ASSERT_EQ(findings.size(), 1U);
+    machine.files.erase(kModulePath); // nothing is left that could be registered
+    const auto missing = doctor::RunChecks(Scene(machine, Language::English), L"R7");
+    EXPECT_THAT(ToUtf8(missing.at(0).Commands().at(0)), StartsWith("msiexec /i NembraOutlookAddIn-"));
     std::wstring told;
     EXPECT_FALSE(doctor::Fix(findings[0], false, Language::English,
                              {[&](const std::wstring& line) { told += line + L"\n"; }, nullptr, nullptr}));
