@@ -59,7 +59,8 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
             options.pace = ReadPace(value());
         } else if (name == L"--by-path") {
             options.byPath = true;
-        } else if (name == L"--dll") {
+        } else if (name == L"--dll" || name == L"--installed") {
+            options.installed = name == L"--installed";
             options.dll = value();
         } else if (name == L"--colour") {
             options.colour = true;
@@ -88,6 +89,7 @@ usage: workbench_demo [OPTION...]
   --colour           colour the output
   --by-path          load the file of the add-in itself; else it is registered on this machine while the story lasts,
                      which needs an elevated prompt
+  --installed FILE   the add-in that an installer has installed as FILE; it stays as it is
   --dll FILE         the add-in (default: the one built with this program)
   --help             this text
 

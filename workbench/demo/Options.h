@@ -12,7 +12,8 @@ struct Options {
     bool chinese = false;
     bool colour = false;
     bool verbose = false;
-    bool byPath = false; ///< load the file itself, without registration
+    bool byPath = false;    ///< load the file itself, without registration
+    bool installed = false; ///< an installer has installed `dll`; the story neither registers nor removes it
     bool help = false;
     unsigned pace = 0;     ///< milliseconds between two steps
     std::wstring pictures; ///< folder of the pictures; empty for none
