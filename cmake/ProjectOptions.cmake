@@ -34,13 +34,34 @@ endif()
 if(MINGW)
     # The toolchain's libraries are linked statically: DLLs and programs need nothing beyond Windows.
     target_link_options(project_options INTERFACE
-        -static -fstack-protector-strong -Wl,--dynamicbase,--high-entropy-va,--nxcompat)
+        -static -fstack-protector-strong -Wl,--dynamicbase,--high-entropy-va,--nxcompat
+        # The same sources give the same bytes.
+        -Wl,--no-insert-timestamp)
 endif()
 
-# The release build carries no symbols.
+# The release build carries no symbols, or has them in a file of their own: see separate_symbols.
 if(NOT MSVC)
-    target_link_options(project_options INTERFACE $<$<CONFIG:Release>:-s>)
+    # The symbols name each source by its path in the repository, with and without ccache, which makes paths relative.
+    file(RELATIVE_PATH up "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
+    target_compile_options(project_options INTERFACE
+        "$<$<CONFIG:Release>:-g;-ffile-prefix-map=${up}=;-ffile-prefix-map=${CMAKE_BINARY_DIR}=.>")
+    target_link_options(project_options INTERFACE
+        $<$<AND:$<CONFIG:Release>,$<NOT:$<BOOL:$<TARGET_PROPERTY:SEPARATE_SYMBOLS>>>>:-s>)
 endif()
+
+# separate_symbols(TARGET): in the release, FILE.debug has the symbols of the target's FILE, and FILE.map lists what was
+# linked into it. For files that are shipped.
+function(separate_symbols target)
+    if(MINGW AND CMAKE_BUILD_TYPE STREQUAL "Release")
+        set_target_properties(${target} PROPERTIES SEPARATE_SYMBOLS ON)
+        target_link_options(${target} PRIVATE "-Wl,-Map,$<TARGET_FILE:${target}>.map")
+        add_custom_command(TARGET ${target} POST_BUILD
+            COMMAND "${CMAKE_OBJCOPY}" --only-keep-debug "$<TARGET_FILE:${target}>" "$<TARGET_FILE:${target}>.debug"
+            COMMAND "${CMAKE_OBJCOPY}" --strip-all "--add-gnu-debuglink=$<TARGET_FILE:${target}>.debug"
+                    "$<TARGET_FILE:${target}>"
+            VERBATIM)
+    endif()
+endfunction()
 
 # For code that runs at a user's press, a few times a minute: small rather than fast in the release.
 add_library(small_code INTERFACE)

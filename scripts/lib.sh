@@ -21,14 +21,19 @@ as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-# configure_and_build PRESET [TARGET...]: configures once, then builds; the generator reruns CMake when needed.
-configure_and_build() {
-    local preset=$1
-    shift
+# use_ccache: compiles through ccache when it is installed.
+use_ccache() {
     if command -v ccache >/dev/null; then
         export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
         export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
     fi
+}
+
+# configure_and_build PRESET [TARGET...]: configures once, then builds; the generator reruns CMake when needed.
+configure_and_build() {
+    local preset=$1
+    shift
+    use_ccache
     [ -f "$root/build/$preset/build.ninja" ] || (cd "$root" && cmake --preset "$preset")
     (cd "$root" && cmake --build --preset "$preset" ${*:+--target "$@"})
 }

@@ -41,6 +41,13 @@ void Describe(CLI::App& app, Options& options) {
     app.add_option_function<std::string>(
         "--dll", [&options](const std::string& text) { options.dll = ToWide(text); },
         "the add-in (default: the one built with this program)");
+    app.add_option_function<std::string>(
+        "--installed",
+        [&options](const std::string& text) {
+            options.installed = true;
+            options.dll = ToWide(text);
+        },
+        "the add-in that an installer has installed as this file; it stays as it is");
 }
 
 } // namespace demo

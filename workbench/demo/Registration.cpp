@@ -82,7 +82,8 @@ std::wstring Tool() {
 
 } // namespace
 
-Registration::Registration(Story& story, std::wstring dll) : story_(story), dll_(std::move(dll)) {
+Registration::Registration(Story& story, std::wstring dll, bool installed)
+    : story_(story), dll_(std::move(dll)), removed_(installed) {
     story_.Act(L"Office's set-up has made the list of Outlook's add-ins", kTurnLimit + 1000);
     turn_.Reset(::CreateMutexW(nullptr, FALSE, kTurn));
     const DWORD waited = ::WaitForSingleObject(turn_.Get(), kTurnLimit);
@@ -91,12 +92,9 @@ Registration::Registration(Story& story, std::wstring dll) : story_(story), dll_
     }
     try {
         RefuseOtherCopy();
-        MakeOfficeKey();
-        story_.Act(L"The add-in's set-up registers it: regsvr32 /s OutlookAddIn.dll", kProgramLimit + 1000);
-        if (!RunTool({L"/s"})) {
-            throw StepFailed(
-                "regsvr32 failed: 3 means that it could not load the file, 5 that the file could not register, "
-                "as without an elevated prompt (--by-path needs none)");
+        if (!installed) {
+            MakeOfficeKey();
+            Register();
         }
         TellEntries();
     } catch (...) {
@@ -129,6 +127,15 @@ void Registration::MakeOfficeKey() {
     story_.Data(L"key", std::wstring(L"HKLM\\") + kAddInsKey);
     if (status != ERROR_SUCCESS) {
         throw StepFailed("the key could not be made; it needs an elevated prompt (--by-path does without)");
+    }
+}
+
+void Registration::Register() {
+    story_.Act(L"The add-in's set-up registers it: regsvr32 /s OutlookAddIn.dll", kProgramLimit + 1000);
+    if (!RunTool({L"/s"})) {
+        throw StepFailed(
+            "regsvr32 failed: 3 means that it could not load the file, 5 that the file could not register, "
+            "as without an elevated prompt (--by-path needs none)");
     }
 }
 

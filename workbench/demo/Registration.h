@@ -13,8 +13,9 @@ namespace demo {
 /// Nobody else who does so, such as a test, has a turn while it lives.
 class Registration {
 public:
+    /// @param installed an installer has installed the file: nothing is registered or removed here.
     /// Tells what registration wrote. @throws StepFailed, also when another copy is installed here.
-    Registration(Story& story, std::wstring dll);
+    Registration(Story& story, std::wstring dll, bool installed);
     /// Takes back what `Remove` has not.
     ~Registration();
     Registration(const Registration&) = delete;
@@ -28,6 +29,7 @@ public:
 private:
     void RefuseOtherCopy() const;
     void MakeOfficeKey();
+    void Register();
     void TellEntries();
     bool RunTool(std::vector<std::wstring> options);
     void LeaveRegistry() noexcept;
@@ -36,7 +38,7 @@ private:
     const std::wstring dll_;
     UniqueHandle turn_;
     std::vector<const wchar_t*> madeKeys_; // innermost first
-    bool removed_ = false;
+    bool removed_;                         ///< nothing is left to remove here
 };
 
 } // namespace demo

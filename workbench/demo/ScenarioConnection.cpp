@@ -96,7 +96,7 @@ void InstallAddIn(Stage& stage) {
         return;
     }
     stage.story.Scenario(L"The add-in is installed");
-    stage.registration = std::make_unique<Registration>(stage.story, stage.dll);
+    stage.registration = std::make_unique<Registration>(stage.story, stage.dll, stage.options.installed);
 }
 
 void StartOutlook(Stage& stage) {
@@ -157,7 +157,7 @@ void EndOutlook(Stage& stage) {
 }
 
 void RemoveAddIn(Stage& stage) {
-    if (!stage.registration) {
+    if (!stage.registration || stage.options.installed) {
         return;
     }
     stage.story.Scenario(L"The add-in is removed");

@@ -1,0 +1,78 @@
+#!/usr/bin/env python3
+"""usage: assemble.py BUILD OUTPUT
+
+Makes the files of a release in the new folder OUTPUT from the release build in the folder BUILD: installer, archive,
+symbols, list of components and notices. SOURCE_DATE_EPOCH gives every time in them."""
+import hashlib
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import zipfile
+from datetime import datetime, timezone
+from pathlib import Path
+
+import msi
+import sbom
+
+ROOT = Path(__file__).resolve().parent.parent
+EPOCH = int(os.environ["SOURCE_DATE_EPOCH"])
+
+
+def make_zip(path, members):
+    """`members`: name in the archive to file. The same members give the same bytes."""
+    time = datetime.fromtimestamp(EPOCH, timezone.utc).timetuple()[:6]
+    with zipfile.ZipFile(path, "w") as archive:
+        for name, file in sorted(members.items()):
+            entry = zipfile.ZipInfo(name, time)
+            entry.compress_type = zipfile.ZIP_DEFLATED
+            entry.external_attr = 0o644 << 16
+            archive.writestr(entry, Path(file).read_bytes())
+
+
+def installed_files(build):
+    """The list of packaging/files.txt: name to file, and whether it was built."""
+    rows = [line.split() for line in (ROOT / "packaging/files.txt").read_text().splitlines()
+            if line and not line.startswith("#")]
+    return {row[0]: (build if len(row) > 1 else ROOT) / row[0] for row in rows}, [row[0] for row in rows if len(row) > 1]
+
+
+def registry_rows(folder):
+    """The lines of PrintRegistry, which is built for this machine."""
+    program = Path(folder) / "print-registry"
+    subprocess.run(["g++", "-std=c++20", "-Wall", "-Wextra", "-Werror", "-I", ROOT, "-o", program,
+                    ROOT / "packaging/PrintRegistry.cpp"], check=True)
+    return subprocess.run([program], check=True, capture_output=True, text=True).stdout.splitlines()
+
+
+def sha256(path):
+    return hashlib.sha256(Path(path).read_bytes()).hexdigest()
+
+
+def main(build, output):
+    build, output = Path(build), Path(output)
+    version = re.search(r"^CMAKE_PROJECT_VERSION:\w+=(.*)$", (build / "CMakeCache.txt").read_text(), re.MULTILINE)[1]
+    name = f"NembraOutlookAddIn-{version}"
+    files, built = installed_files(build)
+    output.mkdir(parents=True)
+    with tempfile.TemporaryDirectory() as work:
+        for target, file in files.items():
+            shutil.copyfile(file, Path(work) / target)
+            os.utime(Path(work) / target, (EPOCH, EPOCH))
+        msi.make(output / f"{name}-x64.msi", version, EPOCH, work, list(files), registry_rows(work))
+    headers = {f"include/{file.name}": file for file in (ROOT / "osadapter/include").glob("*.h")}
+    make_zip(output / f"{name}-x64.zip", {**files, **headers, "lib/libOutlookAddIn.dll.a": build / "libOutlookAddIn.dll.a"})
+    make_zip(output / f"{name}-x64-symbols.zip", {f"{file}.debug": build / f"{file}.debug" for file in built})
+    shutil.copyfile(ROOT / "THIRD-PARTY-NOTICES.md", output / "THIRD-PARTY-NOTICES.md")
+    parts = sbom.document("NembraOutlookAddIn", version, EPOCH, [build / f"{file}.map" for file in built],
+                          {file: sha256(build / file) for file in built})
+    (output / f"{name}.cdx.json").write_text(json.dumps(parts, indent=2) + "\n")
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    main(*sys.argv[1:])

@@ -1,0 +1,68 @@
+"""Lists what is linked into the release, from the linker's maps, in the format CycloneDX."""
+import os
+import re
+import subprocess
+import uuid
+from datetime import datetime, timezone
+from pathlib import Path
+
+# What a linked file belongs to: a pattern of its path, the component's name and licence, and the package or the file
+# that has its version. The first match counts.
+COMPONENTS = [
+    (r"/lib/libjsoncpp\.a$", "jsoncpp", "Public domain or MIT", "lib/pkgconfig/jsoncpp.pc"),
+    (r"^/usr/lib/gcc/x86_64-w64-mingw32/", "libstdc++ and libgcc", "GPL-3.0-or-later WITH GCC-exception-3.1",
+     "gcc-mingw-w64-x86-64-posix-runtime"),
+    (r"^/usr/x86_64-w64-mingw32/lib/libw?i?n?pthread\.a$", "winpthreads", "MIT and BSD-3-Clause",
+     "mingw-w64-x86-64-dev"),
+    (r"^/usr/x86_64-w64-mingw32/lib/", "mingw-w64 runtime", "ZPL-2.1, public domain and others",
+     "mingw-w64-x86-64-dev"),
+]
+
+
+def linked_files(map_file):
+    """The archives and objects that the linker took something from, as in its map."""
+    text = Path(map_file).read_text(errors="replace")
+    archives = re.findall(r"^(\S+\.a)\(", text.split("Memory Configuration")[0], re.MULTILINE)
+    objects = re.findall(r"^LOAD (\S+\.o)$", text, re.MULTILINE)
+    return sorted({os.path.normpath(name) for name in archives + objects})
+
+
+def version_of(source, linked):
+    if "/" not in source:
+        query = ["dpkg-query", "-W", "-f", "${Version}", source]
+        return subprocess.run(query, check=True, capture_output=True, text=True).stdout
+    text = (Path(linked).parent.parent / source).read_text()
+    return re.search(r"^Version: (\S+)", text, re.MULTILINE)[1]
+
+
+def components(maps):
+    found = {}
+    for linked in sorted({name for each in maps for name in linked_files(each)}):
+        if not linked.startswith("/"):
+            continue  # built here
+        for pattern, name, licence, source in COMPONENTS:
+            if re.search(pattern, linked):
+                entry = found.setdefault(name, {
+                    "type": "library", "bom-ref": name, "name": name, "version": version_of(source, linked),
+                    "licenses": [{"license": {"name": licence}}], "properties": []})
+                entry["properties"].append({"name": "linked", "value": Path(linked).name})
+                break
+        else:
+            raise SystemExit(f"{linked} is linked in, but packaging/sbom.py and THIRD-PARTY-NOTICES.md do not know it")
+    return list(found.values())
+
+
+def document(name, version, epoch, maps, hashes):
+    libraries = components(maps)
+    return {
+        "bomFormat": "CycloneDX", "specVersion": "1.5", "version": 1,
+        "serialNumber": "urn:uuid:" + str(uuid.uuid5(uuid.NAMESPACE_OID, f"{name} {version} {sorted(hashes.items())}")),
+        "metadata": {
+            "timestamp": datetime.fromtimestamp(epoch, timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ"),
+            "component": {"type": "application", "bom-ref": "product", "name": name, "version": version,
+                          "components": [{"type": "file", "name": file, "hashes": [{"alg": "SHA-256", "content": sum_}]}
+                                         for file, sum_ in sorted(hashes.items())]},
+        },
+        "components": libraries,
+        "dependencies": [{"ref": "product", "dependsOn": [each["bom-ref"] for each in libraries]}],
+    }
