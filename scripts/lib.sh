@@ -76,6 +76,9 @@ end_wine() {
     (use_wine_prefix "$1" && timeout 30 wineserver -k 2>/dev/null) || true
 }
 
+# windows_path PATH: the name by which Wine's programs reach that file.
+windows_path() { local path; path=Z:$(realpath -m "$1"); printf '%s\n' "${path//\//\\}"; }
+
 # run_wine LIMIT OUTPUT PROGRAM [ARGUMENT...]: runs a Windows program within LIMIT seconds. All scripts start Wine here.
 # Both streams are appended to the file OUTPUT; it is never a pipe, because Wine's lingering services would hold it open.
 #

@@ -1,6 +1,7 @@
 #include "workbench/client/Client.h"
 
 #include "workbench/client/Control.h"
+#include "workbench/client/Faults.h"
 
 #include <stdexcept>
 
@@ -54,7 +55,7 @@ void Client::Begin() {
         }
     }
     ShowPanel(nullptr);
-    if (options_.hidden) {
+    if (options_.hidden && !Makes(Fault::EarlyWindow)) {
         return;
     }
     if (options_.launchUri.empty()) {
@@ -104,10 +105,16 @@ void Client::OnMessage(const std::string& message) {
     const auto command = ParseObject(message);
     if (!command) {
         transcript_.Fault("the message is no JSON object");
+        if (Makes(Fault::DiesOnGarbage)) {
+            Execute("die");
+        }
         return;
     }
     for (const std::string& fault : CommandFaults(*command)) {
         transcript_.Fault(fault);
+    }
+    if (!TakesCommand((*command)["cmd"].isInt() ? (*command)["cmd"].asInt() : -1)) {
+        return;
     }
     const std::string answer = AnswerTo(*command);
     ShowPanel(&*command);
@@ -137,6 +144,9 @@ std::string Client::AnswerTo(const Json::Value& command) {
                 answer->removeMember(key);
             }
         }
+    }
+    if (answer) {
+        DistortAnswer(*answer);
     }
     return answer ? Compact(*answer) : std::string();
 }

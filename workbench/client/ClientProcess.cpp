@@ -17,7 +17,20 @@ constexpr DWORD kKillLimit = 5000; // ms
     throw std::runtime_error("meeting client: " + what + ": error " + std::to_string(error));
 }
 
-std::wstring FindProgram() {
+std::wstring NewTranscript() {
+    wchar_t folder[MAX_PATH + 1] = L"";
+    wchar_t file[MAX_PATH] = L"";
+    if (!::GetTempPathW(static_cast<DWORD>(std::size(folder)), folder) ||
+        !::GetTempFileNameW(folder, L"nmc", 0, file)) {
+        const DWORD error = ::GetLastError();
+        Fail("no temporary file for the transcript", error);
+    }
+    return file;
+}
+
+} // namespace
+
+std::wstring ClientProcess::FindProgram() {
     wchar_t text[32'768];
     const DWORD given = ::GetEnvironmentVariableW(L"NEMBRA_MEETING_CLIENT", text, static_cast<DWORD>(std::size(text)));
     if (given > 0 && given < std::size(text)) {
@@ -38,19 +51,6 @@ std::wstring FindProgram() {
     }
     throw std::runtime_error("meeting client: meeting_client.exe is not there; set NEMBRA_MEETING_CLIENT");
 }
-
-std::wstring NewTranscript() {
-    wchar_t folder[MAX_PATH + 1] = L"";
-    wchar_t file[MAX_PATH] = L"";
-    if (!::GetTempPathW(static_cast<DWORD>(std::size(folder)), folder) ||
-        !::GetTempFileNameW(folder, L"nmc", 0, file)) {
-        const DWORD error = ::GetLastError();
-        Fail("no temporary file for the transcript", error);
-    }
-    return file;
-}
-
-} // namespace
 
 ClientProcess::ClientProcess(ClientSettings settings) : settings_(std::move(settings)) {
     if (settings_.transcript.empty() && settings_.attachTo == 0) {

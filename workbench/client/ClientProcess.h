@@ -56,6 +56,8 @@ public:
     HWND Window() const noexcept;
     bool WaitForWindow(Milliseconds limit = kUsualLimit) const;
 
+    /// The client's program where `ClientSettings::program` is empty. @throws std::runtime_error when it is not there.
+    static std::wstring FindProgram();
     /// The process of a client that takes orders, whoever started it; 0 when there is none.
     static DWORD FindRunning() noexcept;
 

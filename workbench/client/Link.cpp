@@ -1,5 +1,7 @@
 #include "workbench/client/Link.h"
 
+#include "workbench/client/Faults.h"
+
 #include <cwchar>
 #include <iterator>
 #include <stdexcept>
@@ -41,6 +43,7 @@ bool Link::Show() {
             Receive(sender, data);
             return TRUE;
         });
+        DistortWindow(window_->Get());
         transcript_.Note("channel window shown");
     } catch (const std::runtime_error&) {
         transcript_.Note("channel window could not be made");
@@ -62,7 +65,7 @@ std::string Link::Send(std::string_view message, std::size_t most) {
     }
     std::size_t sent = 0;
     std::string result = "ok";
-    for (const wire::Envelope& envelope : wire::Split(message, lastNumber_)) {
+    for (const wire::Envelope& envelope : wire::Split(message, DistortNumber(lastNumber_))) {
         if (sent++ == most) {
             result = "torn after " + std::to_string(most) + " segments";
             break;
@@ -79,7 +82,7 @@ std::string Link::Send(std::string_view message, std::size_t most) {
 
 std::string Link::SendRaw(std::uint64_t number, const char* bytes, std::size_t size) {
     std::string result = "the add-in's window is not there";
-    if (const HWND addin = wire::Find(wire::kAddinWindow)) {
+    if (const HWND addin = DistortFound(wire::Find(wire::kAddinWindow))) {
         // It lets no order in meanwhile, which would send and be written down before this.
         const DWORD error = wire::SendBytes(addin, window_ ? window_->Get() : nullptr, number, bytes, size);
         result = error == ERROR_SUCCESS ? "ok" : "not taken: error " + std::to_string(error);
@@ -100,7 +103,9 @@ void Link::RecordMessage(const char* direction, std::string_view message, const 
     transcript_.Write(std::move(entry));
 }
 
-void Link::Receive(HWND sender, const COPYDATASTRUCT& data) {
+void Link::Receive(HWND sender, const COPYDATASTRUCT& sent) {
+    std::string buffer;
+    const COPYDATASTRUCT data = DistortReceived(sent, buffer);
     ++copyDataIn_;
     const auto* bytes = static_cast<const char*>(data.lpData);
     transcript_.Write(CopyDataEntry("in", data.dwData, bytes, data.cbData));

@@ -38,7 +38,7 @@ public:
     std::size_t Unfinished() const noexcept { return joiner_.Unfinished(); }
 
 private:
-    void Receive(HWND sender, const COPYDATASTRUCT& data);
+    void Receive(HWND sender, const COPYDATASTRUCT& sent);
     void RecordMessage(const char* direction, std::string_view message, const std::string& result);
 
     Transcript& transcript_;

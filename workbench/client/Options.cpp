@@ -1,5 +1,7 @@
 #include "workbench/client/Options.h"
 
+#include "workbench/client/Faults.h"
+
 #include <charconv>
 #include <limits>
 
@@ -102,6 +104,8 @@ void Describe(CLI::App& app, Options& options) {
     app.add_option("--max-seconds", options.longest, "end by itself after that time (default 600)")
         ->check(CLI::Range(1U, 86'400U));
     app.add_option("--parent", options.parent, "end when the process of this id ends");
+    app.add_option_function<std::string>("--fault", &SetFault,
+                                         "make a mistake, to try the checker of clients; an unknown name lists them");
     app.add_flag("--register-uri", options.registerUri,
                  "let this user's launch URI start this program with the other options given, then end");
     app.add_flag("--unregister-uri", options.unregisterUri, "take that away, then end");

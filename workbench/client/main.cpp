@@ -1,5 +1,6 @@
 #include "workbench/client/Client.h"
 #include "workbench/client/Control.h"
+#include "workbench/client/Faults.h"
 #include "workbench/client/Options.h"
 #include "workbench/client/Transcript.h"
 #include "workbench/client/UriScheme.h"
@@ -52,7 +53,7 @@ void CALLBACK EndOverdue(void*, BOOLEAN) {
 int RunClient(const Options& options) {
     // A URI that comes while the client runs only has to bring it to the front, which is nothing without a screen.
     const bool running = ::FindWindowExW(HWND_MESSAGE, nullptr, kControlWindow, kControlWindow) != nullptr;
-    if (running && !options.launchUri.empty()) {
+    if ((running || Makes(Fault::IgnoresUri)) && !options.launchUri.empty()) {
         return kEnded;
     }
     if (!options.hidden && wire::Find(wire::kClientWindow)) {

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+/// Checks a meeting client against docs/protocol.md: the real add-in runs in the stand-in Outlook, and the client runs
+/// beside it.
+namespace check_client {
+
+struct Settings {
+    std::wstring program; ///< the client; empty: the tester starts and ends it
+    std::vector<std::wstring> arguments;
+    /// Does what the user of the client does to log in. Empty: a person is asked for this and all other actions.
+    std::function<void()> logIn;
+    /// Returns when a client that was just started would show a window too early if it had that mistake. Empty: the
+    /// checker waits for `quiet`. @return false when no client has started.
+    std::function<bool()> awaitLogInForm;
+    /// Changes the meeting in the client, as its user does.
+    std::function<void(const std::string& confId)> change;
+    std::chrono::milliseconds limit{10'000}; ///< for an answer, a start, or a person
+    std::chrono::milliseconds quiet{15'000};
+    /// Shows one line at once: a result, a request to the person, or what is being waited for.
+    std::function<void(const std::string& line)> tell = [](const std::string&) {};
+};
+
+enum class Verdict { Pass, Fail, NotTested };
+
+struct Finding {
+    std::string rule;
+    std::string sentence; ///< of the page
+    Verdict verdict = Verdict::NotTested;
+    std::string remark; ///< why not passed
+};
+
+/// The sentences of all rules, by their ids. They stand in docs/protocol.md in this wording; lines may break elsewhere.
+std::vector<Finding> AllRules();
+
+/// Checks all rules. COM must be initialised, single-threaded, on the calling thread, which plays Outlook's main
+/// thread.
+/// @throws std::runtime_error when nothing can be checked, such as while another client runs.
+std::vector<Finding> CheckClient(const Settings& settings);
+
+std::string ToText(const std::vector<Finding>& findings);
+std::string ToJson(const std::vector<Finding>& findings);
+
+} // namespace check_client
