@@ -21,7 +21,7 @@ Client::Client(const Options& options, Transcript& transcript)
       link_(
           transcript, [this](const std::string& message) { OnMessage(message); }, options.firstNumber) {
     if (options.panel) {
-        panel_ = std::make_unique<Panel>();
+        panel_ = std::make_unique<Panel>(meetings_, [this](const std::string& order) { return Execute(order); });
     }
 }
 
@@ -86,6 +86,9 @@ void Client::Loop() {
         }
         MSG message;
         while (!ended_ && ::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            if (panel_ && panel_->TakesKey(message)) {
+                continue;
+            }
             ::TranslateMessage(&message);
             ::DispatchMessageW(&message);
         }
@@ -118,8 +121,8 @@ void Client::OnMessage(const std::string& message) {
     }
     const std::string answer = AnswerTo(*command);
     ShowPanel(&*command);
-    if (!answer.empty()) {
-        agenda_.After(answerDelay_, [this, answer] { link_.Send(answer); });
+    if (!answer.empty() && !(panel_ && panel_->HoldAnswer(answer))) {
+        agenda_.After(answerDelay_, [this, answer] { Send(answer); });
     }
 }
 
@@ -155,14 +158,18 @@ void Client::ShowPanel(const Json::Value* command) {
     if (!panel_) {
         return;
     }
-    std::vector<std::string> lines;
-    for (const auto& [confId, meeting] : meetings_.All()) {
-        lines.push_back(confId + "   " + meeting.subject);
-    }
-    panel_->SetMeetings(std::move(lines));
+    panel_->ShowMeetings();
     if (command) {
-        panel_->AddCommand(*command);
+        panel_->ShowCommand(*command);
     }
+}
+
+std::string Client::Send(std::string_view message) {
+    std::string result = link_.Send(message);
+    if (panel_) {
+        panel_->ShowSent(std::string(message), result);
+    }
+    return result;
 }
 
 } // namespace meeting_client

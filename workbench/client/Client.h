@@ -38,6 +38,8 @@ private:
     void OnMessage(const std::string& message);
     std::string AnswerTo(const Json::Value& command);
     void ShowPanel(const Json::Value* command);
+    /// Sends a message and shows it. @return "ok" or why not.
+    std::string Send(std::string_view message);
     void BulkStep(std::uint64_t index, std::uint64_t count, std::size_t size, std::chrono::milliseconds apart);
 
     // Orders (Orders.cpp). Each gives "ok" or why not.

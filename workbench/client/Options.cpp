@@ -96,7 +96,8 @@ void Describe(CLI::App& app, Options& options) {
         },
         "launched by URI: the channel window appears after that many ms (default 1000); \"manual\": with order "
         "\"show\"");
-    app.add_flag("--window", options.panel, "show a small window with the meetings and the last commands");
+    app.add_flag("--window", options.panel,
+                 "show a window with the messages and the meetings; answers wait for its button \"Answer\"");
     app.add_option("--first-number", options.firstNumber,
                    "number of its first segmented message; the add-in keeps parts whose client died, so a client that "
                    "follows another does well to go on with numbers not used yet")

@@ -67,11 +67,11 @@ std::string Client::CarryOut(std::string_view order) {
 }
 
 std::string Client::DoNotify(Arguments arguments) {
-    return ParseObject(arguments) ? link_.Send(arguments) : "notify needs a JSON object";
+    return ParseObject(arguments) ? Send(arguments) : "notify needs a JSON object";
 }
 
 std::string Client::DoSend(Arguments arguments) {
-    return arguments.empty() ? "send needs a text" : link_.Send(arguments);
+    return arguments.empty() ? "send needs a text" : Send(arguments);
 }
 
 std::string Client::DoBulk(Arguments arguments) {
@@ -109,7 +109,7 @@ std::string Client::DoChange(Arguments arguments) {
     }
     const auto notification = meetings_.Change(confId, *changes);
     ShowPanel(nullptr);
-    return notification ? link_.Send(Compact(*notification)) : "no such meeting";
+    return notification ? Send(Compact(*notification)) : "no such meeting";
 }
 
 std::string Client::DoRaw(Arguments arguments) {

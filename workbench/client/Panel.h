@@ -1,34 +1,73 @@
 #pragma once
 
+#include "workbench/client/Meetings.h"
+
 #include "support/UniqueResource.h"
 
 #include <json/value.h>
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace meeting_client {
 
-/// A small window to look at: the meetings and the last commands. It moves to the middle of the window that the last
-/// command came from. Texts are UTF-8.
+/// Ids of the panel's controls.
+enum PanelControl : int {
+    kMessages = 301,
+    kDetails,
+    kAnswer,
+    kAtOnce,
+    kMeetings,
+    kMeetingSubject,
+    kChange,
+    kLater,
+    kCancel,
+    kDisappear,
+    kReturn
+};
+
+inline constexpr wchar_t kPanelClass[] = L"NbmWorkbenchClientPanel";
+
+/// The client's window: what it received and sent, and what its user can do. Client's thread.
 class Panel {
 public:
-    Panel();
+    /// Carries an order out. @return "ok" or why not.
+    using Execute = std::function<std::string(const std::string& order)>;
 
-    void SetMeetings(std::vector<std::string> lines);
-    void AddCommand(const Json::Value& command);
+    Panel(MeetingBook& meetings, Execute execute);
+
+    void ShowCommand(const Json::Value& command);
+    void ShowMeetings();
+    /// Keeps the answer until the user presses "Answer". @return false when answers go at once.
+    bool HoldAnswer(const std::string& answer);
+    /// @param result "ok" or why it was not sent.
+    void ShowSent(const std::string& message, const std::string& result);
+    /// Handles a key that moves between the panel's controls. @return whether it was one.
+    bool TakesKey(MSG& message) { return ::IsDialogMessageW(window_.Get(), &message) != FALSE; }
 
 private:
     static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
-    void Paint();
-    void MoveTo(int centerX, int centerY);
+    void AddControls();
+    void OnCommand(WORD control, WORD code);
+    void SendAnswers();
+    void Change(WORD control);
+    void Cancel();
+    /// Adds a line to the list of messages; `message` is shown while the line is selected.
+    void AddMessage(const std::string& line, const Json::Value& message);
+    void ShowSelected();
+    void ShowState();
+    const Meeting* Selected() const;
+    HWND Control(int id) const { return ::GetDlgItem(window_.Get(), id); }
 
-    std::vector<std::string> meetings_;
-    std::deque<std::string> commands_;
-    UniqueGdiObject font_;
-    UniqueGdiObject heading_;
-    UniqueWindow window_; // last: it paints with the others
+    MeetingBook& meetings_;
+    Execute execute_;
+    std::vector<std::wstring> messages_; // the details of each line
+    std::vector<std::string> listed_;    // conference ids
+    std::deque<std::string> answers_;    // that wait for the user
+    bool present_ = true;                // whether the add-in can find the client
+    UniqueWindow window_;                // last: its messages use the others
 };
 
 } // namespace meeting_client

@@ -43,12 +43,22 @@ void Camera::Take(const std::wstring& name, HWND window) {
     const HWND dialog = ::GetLastActivePopup(window); // what stands over the window belongs to its picture
     ::SetForegroundWindow(dialog);
     ::RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
+    RECT place{};
+    ::GetWindowRect(window, &place);
+    Ask(name, place);
+}
+
+void Camera::TakeScreen(const std::wstring& name) {
+    if (On()) {
+        Ask(name, RECT{0, 0, ::GetSystemMetrics(SM_CXSCREEN), ::GetSystemMetrics(SM_CYSCREEN)});
+    }
+}
+
+void Camera::Ask(const std::wstring& name, const RECT& place) {
     for (unsigned passed = 0; passed < kSettle; passed += kSlice) {
         HideConsoles();
         workbench::PumpFor(kSlice);
     }
-    RECT place{};
-    ::GetWindowRect(window, &place);
     const std::wstring whole = name + suffix_;
     std::printf("@picture %s %ldx%ld+%ld+%ld\n", ToUtf8(whole).c_str(), place.right - place.left,
                 place.bottom - place.top, place.left, place.top);

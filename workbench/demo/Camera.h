@@ -18,11 +18,15 @@ public:
     /// Takes the window with the dialog over it, if there is one. Waits until the picture is there; handles messages
     /// meanwhile.
     void Take(const std::wstring& name, HWND window);
+    /// Takes the whole screen.
+    void TakeScreen(const std::wstring& name);
     /// The first picture that nobody took; empty when there is none. `Take` does not throw: it is called from
     /// inside dialogs.
     const std::wstring& Missed() const { return missed_; }
 
 private:
+    void Ask(const std::wstring& name, const RECT& place);
+
     std::wstring folder_;
     std::wstring suffix_;
     std::wstring missed_;

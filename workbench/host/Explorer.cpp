@@ -16,6 +16,9 @@ Explorer::~Explorer() = default;
 
 void Explorer::OpenWindow() {
     window_ = std::make_unique<HostWindow>(host_.Core(), static_cast<WindowOwner&>(*this), host_.NextPlace(), false);
+    if (host_.explorerControls) {
+        window_->SetControls(host_.explorerControls(*this));
+    }
     window_->Repaint();
 }
 

@@ -131,6 +131,13 @@ void HostWindow::Show(bool activate) {
     ::UpdateWindow(Handle());
 }
 
+void HostWindow::SetControls(std::shared_ptr<WindowControls> controls) {
+    controls_ = std::move(controls);
+    RECT client{};
+    ::GetClientRect(Handle(), &client);
+    controls_->OnSize(client);
+}
+
 void HostWindow::Repaint() {
     ::SetWindowTextW(Handle(), owner_.Title().c_str());
     if (body_) {
@@ -138,6 +145,9 @@ void HostWindow::Repaint() {
         ::InvalidateRect(body_, nullptr, FALSE);
     }
     ::InvalidateRect(Handle(), nullptr, FALSE);
+    if (controls_) {
+        controls_->OnRepaint();
+    }
 }
 
 void HostWindow::Refresh() {
@@ -161,7 +171,9 @@ void HostWindow::PostDue() {
 
 void HostWindow::LayOut() {
     int left = kGroupLeft;
+    unsigned number = 1;
     for (RibbonButtonView& button : buttons_) {
+        button.keyTip = controls_ ? L"Alt+" + std::to_wstring(number++) : std::wstring();
         button.place = RECT{left, kButtonTop, left + kButtonWidth, kButtonTop + kButtonHeight};
         left += kButtonWidth;
     }
@@ -222,7 +234,15 @@ LRESULT HostWindow::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lPar
         return 1; // everything is painted
     case WM_SIZE:
         PlaceEditor();
+        if (controls_) {
+            controls_->OnSize(RECT{0, 0, LOWORD(lParam), HIWORD(lParam)});
+        }
         return 0;
+    case WM_COMMAND:
+        if (const std::shared_ptr<WindowControls> controls = controls_) { // the command may close the window
+            controls->OnCommand(LOWORD(wParam), HIWORD(wParam));
+        }
+        return 0; // this object may be gone
     case WM_LBUTTONUP:
         OnMouseUp(POINT{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)});
         return 0; // this object may be gone

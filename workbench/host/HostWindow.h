@@ -16,8 +16,9 @@ struct RibbonButtonView {
     std::wstring id;
     std::wstring label;
     bool enabled = true;
-    PicturePtr image; // may be null
-    RECT place{};     // client coordinates, set by the window's layout
+    PicturePtr image;    // may be null
+    std::wstring keyTip; // the key that presses it; empty for none
+    RECT place{};        // client coordinates, set by the window's layout
 };
 
 /// A line of a window's contents: a caption at the left, the text beside it.
@@ -44,6 +45,17 @@ public:
     virtual void OnDue() {} // what HostWindow::PostDue asked for
 };
 
+/// Child controls that a program adds to a host window. Host thread.
+class WindowControls {
+public:
+    virtual ~WindowControls() = default;
+    virtual void OnSize(const RECT& client) = 0;
+    /// The owner's contents may have changed.
+    virtual void OnRepaint() = 0;
+    /// WM_COMMAND of a control. It may close the window.
+    virtual void OnCommand(WORD control, WORD code) = 0;
+};
+
 /// A real top-level window (class "rctrl_renwnd32", as Outlook's) with a ribbon strip and a few lines of text. Works
 /// without a display too. Host thread.
 class HostWindow {
@@ -56,6 +68,9 @@ public:
     HWND Handle() const { return window_.Get(); }
     HWND BodyWindow() const { return body_; }
     void Show(bool activate);
+    /// Adds the controls that the window tells of its size, its contents and their commands. Its buttons then have
+    /// keys.
+    void SetControls(std::shared_ptr<WindowControls> controls);
     /// Title and lines anew; the ribbon stays as it was asked last.
     void Repaint();
     /// As Repaint, and asks the owner anew for its ribbon (with Habits::drawRibbon).
@@ -83,6 +98,7 @@ private:
     UniqueWindow window_;
     HWND body_ = nullptr;
     std::vector<HWND> chain_; // the editor's windows, outermost first
+    std::shared_ptr<WindowControls> controls_;
     std::vector<RibbonButtonView> buttons_;
     std::wstring groupLabel_;
 };

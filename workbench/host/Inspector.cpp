@@ -17,6 +17,9 @@ void Inspector::OpenWindow() {
     item_->inspector_ = shared_from_this();
     window_ = std::make_unique<HostWindow>(host_.Core(), static_cast<WindowOwner&>(*this), host_.NextPlace(),
                                            host_.habits().editorChain);
+    if (host_.inspectorControls && item_->Kind() == ItemKind::Appointment) {
+        window_->SetControls(host_.inspectorControls(*this));
+    }
     window_->Repaint();
 }
 
@@ -86,7 +89,10 @@ bool Inspector::Close(OlInspectorClose mode) {
         return false;
     }
     if (mode == kClosePrompt && !item_->Saved()) {
-        mode = host_.closeAnswer;
+        mode = host_.askClose ? host_.askClose(*this) : host_.closeAnswer;
+        if (closed_ || closing_ || closePending_) {
+            return true; // it was closed while the user was asked
+        }
         if (mode == kClosePrompt) {
             return false; // the user chose to go on editing
         }

@@ -9,6 +9,7 @@
 #include "workbench/host/Observer.h"
 #include "workbench/host/Views.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,6 +50,11 @@ public:
     DATE now;
     /// The user's answer when an unsaved item's window is closed: save, discard, or `kClosePrompt` for "Cancel".
     OlInspectorClose closeAnswer = kCloseDiscard;
+    /// Asks a real user instead. May handle messages.
+    std::function<OlInspectorClose(Inspector&)> askClose;
+    /// Make the controls of a main window or of an appointment's window that opens; empty for windows without controls.
+    std::function<std::shared_ptr<WindowControls>(Explorer&)> explorerControls;
+    std::function<std::shared_ptr<WindowControls>(Inspector&)> inspectorControls;
 
     // --- Windows and items, as the user makes them ---
     /// Opens a main window; fires NewExplorer. It becomes the active window.

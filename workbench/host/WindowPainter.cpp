@@ -86,6 +86,7 @@ void DrawButton(HDC device, const RibbonButtonView& button) {
     RECT label = place;
     label.top += kImage + 8;
     Write(device, label, button.label, button.enabled ? kText : kFaint, DT_CENTER | DT_WORDBREAK);
+    Write(device, place, button.keyTip, kFaint, DT_RIGHT | DT_SINGLELINE);
 }
 
 void DrawStrip(HDC device, const RECT& client, const WindowPicture& picture) {

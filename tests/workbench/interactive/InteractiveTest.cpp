@@ -1,0 +1,183 @@
+#include "workbench/client/Panel.h"
+#include "workbench/demo/Camera.h"
+#include "workbench/interactive/EditorControls.h"
+#include "workbench/interactive/MainControls.h"
+#include "workbench/interactive/Session.h"
+
+#include "support/Text.h"
+
+#include <gmock/gmock.h>
+
+#include <windows.h>
+#include <objbase.h>
+
+#include <cstdlib>
+
+// A user's way through the interactive demo. The mouse and the keyboard are those of the system: each click goes to
+// whatever window is at its place on the screen, in this process or in the client's.
+namespace {
+
+using testing::HasSubstr;
+
+constexpr DATE kNow = 46084.375;               // 2026-03-03 09:00 UTC
+constexpr DATE kMoved = 46086.0 + 14.0 / 24.0; // 2026-03-05 14:00 UTC
+constexpr double kMoment = 1.0 / 86400.0;      // a second, in days
+constexpr ULONGLONG kDeadline = 30'000;        // ms; only a failure waits this long
+
+std::int64_t UnixTime(DATE date) {
+    return std::llround((date - 25569.0) * 86400.0);
+}
+
+INPUT MouseInput(POINT point, DWORD flags) {
+    INPUT input{};
+    input.type = INPUT_MOUSE;
+    input.mi.dx = ::MulDiv(point.x, 65536, ::GetSystemMetrics(SM_CXSCREEN)) + 1;
+    input.mi.dy = ::MulDiv(point.y, 65536, ::GetSystemMetrics(SM_CYSCREEN)) + 1;
+    input.mi.dwFlags = flags | MOUSEEVENTF_ABSOLUTE | MOUSEEVENTF_MOVE;
+    return input;
+}
+
+INPUT KeyInput(WORD key, wchar_t character, DWORD flags) {
+    INPUT input{};
+    input.type = INPUT_KEYBOARD;
+    input.ki.wVk = key;
+    input.ki.wScan = static_cast<WORD>(character);
+    input.ki.dwFlags = flags | (character != 0 ? KEYEVENTF_UNICODE : 0U);
+    return input;
+}
+
+void Send(INPUT input) {
+    ASSERT_EQ(::SendInput(1, &input, sizeof input), 1U);
+}
+
+class InteractiveDemo : public testing::Test {
+protected:
+    InteractiveDemo() {
+        ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        interactive::Options options;
+        options.now = kNow;
+        session_.emplace(options);
+    }
+    ~InteractiveDemo() override {
+        session_.reset();
+        ::CoUninitialize();
+    }
+
+    /// Plays Outlook's main loop until that is so.
+    void Await(const char* what, const std::function<bool()>& holds) {
+        const ULONGLONG end = ::GetTickCount64() + kDeadline;
+        session_->Run([&] { return holds() || ::GetTickCount64() > end; });
+        ASSERT_TRUE(holds()) << what;
+    }
+    void AwaitAnswered(std::size_t notifications) {
+        Await("the client has a command to answer", [&] { return ::IsWindowEnabled(PanelControl(kAnswer)); });
+        Click(PanelControl(kAnswer));
+        Await("the client answers", [&] { return session_->Client().Messages("out").size() == notifications; });
+    }
+
+    void ClickAt(HWND window, POINT point) {
+        ::ClientToScreen(window, &point);
+        Await("nothing covers the place", [&] { return ::WindowFromPoint(point) == window; });
+        Send(MouseInput(point, 0));
+        Send(MouseInput(point, MOUSEEVENTF_LEFTDOWN));
+        Send(MouseInput(point, MOUSEEVENTF_LEFTUP));
+    }
+    void Click(HWND control) {
+        RECT place{};
+        ::GetClientRect(control, &place);
+        ClickAt(control, {place.right / 2, place.bottom / 2});
+    }
+    void ClickRibbon(const wchar_t* controlId) {
+        const workbench::HostWindow* view = Editor()->View();
+        for (const workbench::RibbonButtonView& button : view->Buttons()) {
+            if (button.id == controlId) {
+                ClickAt(view->Handle(), {button.place.left + 40, button.place.top + 30});
+                return;
+            }
+        }
+        FAIL() << "the button is not on the ribbon";
+    }
+    /// Replaces the text of a box.
+    void Write(int id, const wchar_t* text) {
+        const HWND box = EditorControl(id);
+        Click(box);
+        Await("the box has the focus", [&] { return ::GetFocus() == box; });
+        Send(KeyInput(VK_HOME, 0, 0));
+        Send(KeyInput(VK_HOME, 0, KEYEVENTF_KEYUP));
+        Send(KeyInput(VK_SHIFT, 0, 0));
+        Send(KeyInput(VK_END, 0, KEYEVENTF_EXTENDEDKEY));
+        Send(KeyInput(VK_END, 0, KEYEVENTF_EXTENDEDKEY | KEYEVENTF_KEYUP));
+        Send(KeyInput(VK_SHIFT, 0, KEYEVENTF_KEYUP));
+        for (const wchar_t* at = text; *at != L'\0'; ++at) {
+            Send(KeyInput(0, *at, 0));
+            Send(KeyInput(0, *at, KEYEVENTF_KEYUP));
+        }
+    }
+
+    HWND MainControl(int id) { return ::GetDlgItem(session_->Outlook().ActiveExplorer()->Window(), id); }
+    workbench::InspectorPtr Editor() { return session_->Outlook().ActiveInspector(); }
+    HWND EditorControl(int id) { return ::GetDlgItem(Editor()->Window(), id); }
+    static HWND PanelControl(int id) { return ::GetDlgItem(::FindWindowW(meeting_client::kPanelClass, nullptr), id); }
+    /// The newest command that the client has received, when it has received that many.
+    Json::Value AwaitCommand(std::size_t count) {
+        Await("the client receives a command", [&] { return session_->Client().Messages().size() == count; });
+        const std::vector<std::string> messages = session_->Client().Messages();
+        return messages.empty() ? Json::Value() : meeting_client::ParseObject(messages.back()).value_or(Json::Value());
+    }
+
+    using enum meeting_client::PanelControl;
+    std::optional<interactive::Session> session_;
+};
+
+TEST_F(InteractiveDemo, UserSchedulesEditsAndSaves) {
+    Click(MainControl(interactive::kNew));
+    Await("a new appointment is open", [&] { return Editor() != nullptr; });
+    const workbench::ItemPtr item = Editor()->CurrentItem();
+    Write(interactive::kSubject, L"Budget");
+    Await("the subject is written", [&] { return item->Subject() == L"Budget"; });
+
+    ClickRibbon(L"BookMeetingAppointment");
+    Json::Value command = AwaitCommand(1);
+    EXPECT_EQ(command["cmd"], 4);
+    EXPECT_EQ(command["subject"], "Budget");
+    EXPECT_EQ(command["startTime"].asInt64(), UnixTime(kNow));
+    AwaitAnswered(1);
+    Await("the appointment is the meeting", [&] {
+        return item->Displayed() && item->MeetingStatus() == workbench::kMeeting && !item->Location().empty();
+    });
+    EXPECT_THAT(ToUtf8(item->Comment()), HasSubstr("\"is_new_item\" : true"));
+
+    Write(interactive::kSubject, L"Budget review");
+    Write(interactive::kStart, L"2026-03-05 14:00");
+    Await("the item has the new subject and time",
+          [&] { return item->Subject() == L"Budget review" && std::abs(item->fields.startUtc - kMoved) < kMoment; });
+    EXPECT_FALSE(item->Saved());
+    Click(EditorControl(interactive::kSave));
+    Await("the item is stored", [&] { return item->Saved(); });
+    EXPECT_EQ(item->SaveCount(), 1U);
+    EXPECT_EQ(item->Subject(), L"Budget review");
+    EXPECT_NEAR(item->fields.startUtc, kMoved, kMoment);
+    EXPECT_NEAR(item->fields.endUtc, kMoved + 1.0 / 48.0, kMoment); // the end moved along
+    const std::string conference = "700000001";
+    EXPECT_THAT(ToUtf8(item->Comment()), HasSubstr("\"" + conference + "\""));
+
+    Click(EditorControl(interactive::kSaveAndClose));
+    command = AwaitCommand(2);
+    EXPECT_EQ(command["cmd"], 6);
+    EXPECT_EQ(command["confId"], conference);
+    EXPECT_EQ(command["confOutlookId"], ToUtf8(item->EntryId()));
+    EXPECT_EQ(command["subject"], "Budget review");
+    EXPECT_EQ(command["startTime"].asInt64(), UnixTime(kMoved));
+    EXPECT_THAT(ToUtf8(item->Comment()), HasSubstr("\"is_new_item\" : false"));
+    AwaitAnswered(2);
+
+    ClickAt(MainControl(interactive::kAppointments), {40, 8});
+    Click(MainControl(interactive::kOpen));
+    Await("the saved appointment is open", [&] { return Editor() != nullptr; });
+    const char* pictures = std::getenv("NEMBRA_PICTURES");
+    demo::Camera camera(ToWide(pictures ? pictures : ""), L"");
+    camera.TakeScreen(L"interactive");
+    EXPECT_EQ(camera.Missed(), L"");
+}
+
+} // namespace

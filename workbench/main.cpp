@@ -1,0 +1,54 @@
+#include "workbench/demo/Play.h"
+#include "workbench/interactive/Play.h"
+
+#include "support/Text.h"
+
+#include <windows.h>
+#include <comdef.h>
+#include <objbase.h>
+#include <shellapi.h>
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+enum ExitCode : int { kDone = 0, kFailed = 1, kBadCommandLine = 2 };
+
+/// In the parser's order: the last one first.
+std::vector<std::string> Arguments() {
+    int count = 0;
+    wchar_t** texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    std::vector<std::string> arguments;
+    for (int i = count - 1; texts && i > 0; --i) {
+        arguments.push_back(ToUtf8(texts[i]));
+    }
+    ::LocalFree(texts);
+    return arguments;
+}
+
+} // namespace
+
+int main() {
+    CLI::App app("Runs the built add-in without Outlook and without the real meeting client.", "workbench");
+    app.require_subcommand(1);
+    demo::Options demoOptions;
+    interactive::Options interactiveOptions;
+    CLI::App* demoCommand = app.add_subcommand("demo");
+    demo::Describe(*demoCommand, demoOptions);
+    interactive::Describe(*app.add_subcommand("interactive"), interactiveOptions);
+    try {
+        app.parse(Arguments());
+        ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        const int code = demoCommand->parsed() ? demo::Play(demoOptions) : interactive::Play(interactiveOptions);
+        ::CoUninitialize();
+        return code;
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kDone : kBadCommandLine;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "workbench: %s\n", error.what());
+    } catch (const _com_error& error) {
+        std::fprintf(stderr, "workbench: status 0x%08lx\n", static_cast<unsigned long>(error.Error()));
+    }
+    return kFailed;
+}
