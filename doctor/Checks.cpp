@@ -6,6 +6,7 @@
 #include "support/Text.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace doctor {
 namespace {
@@ -54,6 +55,15 @@ bool IsDenied(Access access, const std::wstring& what, Finding& found) {
         found.Add(Verdict::Unknown, texts::kDenied, {what}).Advise(texts::kAsAffectedUser);
     }
     return access == Access::Denied;
+}
+
+std::vector<Event> EventsOf(const Scene& scene, const wchar_t* channel, const wchar_t* source,
+                            const std::vector<std::uint32_t>& ids, Finding& found) {
+    Answer<std::vector<Event>> events = scene.machine.Events(channel, source, ids);
+    if (!IsDenied(events.access, channel, found) && !events) {
+        found.Add(Verdict::Info, texts::kNoEventLog, {channel});
+    }
+    return std::move(events.value);
 }
 
 std::wstring RegistryName(Hive hive, const std::wstring& key) {

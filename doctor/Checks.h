@@ -40,6 +40,9 @@ std::vector<Finding> RunChecks(const Scene& scene, std::wstring_view only = {});
 bool IsDenied(Access access, const std::wstring& what, Finding& found);
 
 // Facts that checks of several groups need
+/// Recent events, the newest first. Adds a fact when they cannot be read.
+std::vector<Event> EventsOf(const Scene& scene, const wchar_t* channel, const wchar_t* source,
+                            const std::vector<std::uint32_t>& ids, Finding& found);
 bool AsksForSignature(const Scene& scene, std::uint32_t& level); ///< P3
 bool IsBlockedByControl(const Scene& scene);                     ///< F7
 std::wstring RegistryName(Hive hive, const std::wstring& key);   ///< "HKLM\…"

@@ -157,9 +157,7 @@ const std::vector<ControlLog>& ControlLogs() {
 
 void ApplicationControl(const Scene& scene, Finding& found) {
     for (const ControlLog& log : ControlLogs()) {
-        const auto events = scene.machine.Events(log.channel, L"", log.ids);
-        IsDenied(events.access, log.channel, found);
-        for (const Event& event : events.value) {
+        for (const Event& event : EventsOf(scene, log.channel, L"", log.ids, found)) {
             if (Contains(event.text, kModuleFile)) {
                 found.Add(Verdict::Fail, texts::kControlEvent, {std::to_wstring(event.id), log.channel});
                 found.Advise(texts::kAllowRule);

@@ -163,8 +163,8 @@ void AttackSurface(const Scene& scene, Finding& found) {
             found.Add(Verdict::Info, texts::kRuleAudits, {id});
         }
     }
-    const auto events = scene.machine.Events(L"Microsoft-Windows-Windows Defender/Operational", L"", {1121, 1122});
-    for (const Event& event : events.value) {
+    for (const Event& event :
+         EventsOf(scene, L"Microsoft-Windows-Windows Defender/Operational", L"", {1121, 1122}, found)) {
         const bool ours = Contains(event.text, kIds[0]) || Contains(event.text, kIds[1]);
         if (ours && event.id == 1121 && Contains(event.text, L"OUTLOOK.EXE")) {
             found.Add(Verdict::Fail, texts::kRuleEvent, {std::to_wstring(event.id)}).Advise(texts::kExcludeClient);

@@ -124,10 +124,8 @@ std::optional<std::uint32_t> LoadTime(const std::wstring& text) {
 }
 
 void OutlookEvents(const Scene& scene, Finding& found) {
-    const auto events = scene.machine.Events(L"Application", L"Outlook", {45, 59});
-    IsDenied(events.access, L"Application", found);
     bool slow = false;
-    for (const Event& event : events.value) { // the newest one first
+    for (const Event& event : EventsOf(scene, L"Application", L"Outlook", {45, 59}, found)) {
         const auto time = event.id == 45 ? LoadTime(event.text) : std::nullopt;
         if (event.id == 59 && Contains(event.text, registry::kProgId)) {
             found.Add(Verdict::Fail, texts::kDisableEvent, {event.text.substr(0, kQuotedEvent)});
@@ -142,9 +140,7 @@ void OutlookEvents(const Scene& scene, Finding& found) {
 }
 
 void CrashEvents(const Scene& scene, Finding& found) {
-    const auto events = scene.machine.Events(L"Application", L"", {1000, 1001});
-    IsDenied(events.access, L"Application", found);
-    for (const Event& event : events.value) {
+    for (const Event& event : EventsOf(scene, L"Application", L"", {1000, 1001}, found)) {
         if (Contains(event.text, L"OUTLOOK.EXE") && Contains(event.text, kModuleFile)) {
             found.Add(Verdict::Fail, texts::kCrashEvent, {std::to_wstring(event.id)}).Advise(texts::kSendLog);
             return;

@@ -9,6 +9,7 @@ namespace doctor::texts {
 inline constexpr Text kDenied{L"没有权限读取 {0}。", L"Access to {0} is denied."};
 inline constexpr Text kAsAffectedUser{L"请以受影响的用户身份运行本程序，或请管理员查看。",
                                       L"Run this program as the affected user, or ask an administrator to look."};
+inline constexpr Text kNoEventLog{L"无法读取事件日志 {0}。", L"There is no event log {0} to look at."};
 inline constexpr Text kNoModule{L"没有可检查的已注册文件。", L"There is no registered file to look at."};
 inline constexpr Text kRepair{L"请由管理员修复安装：", L"Have an administrator repair the installation:"};
 inline constexpr Text kAdministratorDeletes{L"请由管理员删除该项：", L"Have an administrator delete it:"};

@@ -79,7 +79,7 @@ public:
     std::map<std::wstring, std::vector<std::uint32_t>> windows;
     doctor::Process client = {9, kClientPath, L"", {}, 0x2000U, ""};
     std::map<std::wstring, std::vector<doctor::Event>> events;
-    bool eventsDenied = false;
+    doctor::Access eventAccess = doctor::Access::Found;
     std::uint64_t freeBytes = 1U << 30U;
     doctor::ProbeResult probe;
 
@@ -133,7 +133,7 @@ public:
         std::erase_if(found.value, [&](const doctor::Event& event) {
             return std::find(ids.begin(), ids.end(), event.id) == ids.end();
         });
-        found.access = eventsDenied ? doctor::Access::Denied : found.access;
+        found.access = eventAccess;
         return found;
     }
     doctor::ProbeResult Probe(const std::wstring&) const override { return probe; }
