@@ -19,6 +19,7 @@ constexpr registry::Value kTypeLibrary[] = {
     {kLibraryKey, L"FLAGS", nullptr, L"0"},
     {kLibraryKey, L"HELPDIR", nullptr, L"[INSTALLFOLDER]"},
     {kInterfaceKey, nullptr, nullptr, L"IConnect"},
+    {kInterfaceKey, L"ProxyStubClsid", nullptr, kAutomationProxy},
     {kInterfaceKey, L"ProxyStubClsid32", nullptr, kAutomationProxy},
     {kInterfaceKey, L"TypeLib", nullptr, L"{712AA455-0C84-4E6F-B754-C84B08BB0681}"},
     {kInterfaceKey, L"TypeLib", L"Version", L"1.0"},

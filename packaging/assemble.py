@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/env -S python3 -B
 """usage: assemble.py BUILD OUTPUT
 
 Makes the files of a release in the new folder OUTPUT from the release build in the folder BUILD: installer, archive,
