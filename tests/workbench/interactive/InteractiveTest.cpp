@@ -1,5 +1,6 @@
 #include "workbench/client/Panel.h"
 #include "workbench/demo/Camera.h"
+#include "workbench/host/DialogResponder.h"
 #include "workbench/interactive/EditorControls.h"
 #include "workbench/interactive/MainControls.h"
 #include "workbench/interactive/Session.h"
@@ -11,6 +12,7 @@
 #include <windows.h>
 #include <objbase.h>
 
+#include <cmath>
 #include <cstdlib>
 
 // A user's way through the interactive demo. The mouse and the keyboard are those of the system: each click goes to
@@ -97,16 +99,18 @@ protected:
         }
         FAIL() << "the button is not on the ribbon";
     }
+    static void Press(WORD key, DWORD flags = 0) {
+        Send(KeyInput(key, 0, flags));
+        Send(KeyInput(key, 0, flags | KEYEVENTF_KEYUP));
+    }
     /// Replaces the text of a box.
     void Write(int id, const wchar_t* text) {
         const HWND box = EditorControl(id);
         Click(box);
         Await("the box has the focus", [&] { return ::GetFocus() == box; });
-        Send(KeyInput(VK_HOME, 0, 0));
-        Send(KeyInput(VK_HOME, 0, KEYEVENTF_KEYUP));
+        Press(VK_HOME, KEYEVENTF_EXTENDEDKEY);
         Send(KeyInput(VK_SHIFT, 0, 0));
-        Send(KeyInput(VK_END, 0, KEYEVENTF_EXTENDEDKEY));
-        Send(KeyInput(VK_END, 0, KEYEVENTF_EXTENDEDKEY | KEYEVENTF_KEYUP));
+        Press(VK_END, KEYEVENTF_EXTENDEDKEY);
         Send(KeyInput(VK_SHIFT, 0, KEYEVENTF_KEYUP));
         for (const wchar_t* at = text; *at != L'\0'; ++at) {
             Send(KeyInput(0, *at, 0));
@@ -178,6 +182,36 @@ TEST_F(InteractiveDemo, UserSchedulesEditsAndSaves) {
     demo::Camera camera(ToWide(pictures ? pictures : ""), L"");
     camera.TakeScreen(L"interactive");
     EXPECT_EQ(camera.Missed(), L"");
+
+    // The client's own actions.
+    workbench::DialogResponder updated(IDCANCEL); // the add-in tells of the change
+    Click(PanelControl(kLater));
+    Await("the appointment follows the client",
+          [&] { return updated.Done() && std::abs(item->fields.startUtc - kMoved - 1.0 / 24.0) < kMoment; });
+    Click(PanelControl(kCancel));
+    Await("the client tells of its cancellation", [&] { return session_->Client().Messages("out").size() == 4; });
+    Click(PanelControl(kDisappear));
+    Await("the client's window is gone", [&] { return session_->Client().Window() == nullptr; });
+    Click(PanelControl(kReturn));
+    Await("the client's window is back", [&] { return session_->Client().Window() != nullptr; });
+}
+
+TEST_F(InteractiveDemo, KeysPressTheRibbonAndCloseWithoutSaving) {
+    Click(MainControl(interactive::kNew));
+    Await("a new appointment is open", [&] { return Editor() != nullptr; });
+    const workbench::ItemPtr item = Editor()->CurrentItem();
+    Write(interactive::kSubject, L"Draft");
+    Await("the subject is written", [&] { return item->Subject() == L"Draft"; });
+    Send(KeyInput(VK_MENU, 0, 0));
+    Press('1');
+    Send(KeyInput(VK_MENU, 0, KEYEVENTF_KEYUP));
+    EXPECT_EQ(AwaitCommand(1)["subject"], "Draft");
+
+    workbench::DialogResponder question(IDNO); // "Do you want to save the changes …?"
+    Press(VK_ESCAPE);
+    Await("the window is closed", [&] { return question.Done() && Editor() == nullptr; });
+    EXPECT_THAT(ToUtf8(question.Last().texts.back()), HasSubstr("Draft - "));
+    EXPECT_EQ(item->EntryId(), L"");
 }
 
 } // namespace
