@@ -61,9 +61,9 @@ Panel::Panel(MeetingBook& meetings, Execute execute) : meetings_(meetings), exec
     ::RegisterClassExW(&windowClass);
     constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX | WS_CLIPCHILDREN;
     RECT place{0, 0, kWidth, kHeight};
-    ::AdjustWindowRect(&place, kStyle, FALSE);
-    window_.Reset(::CreateWindowExW(0, kPanelClass, L"NEMBRA CLOUD Meeting (stand-in)", kStyle, kLeft, kTop,
-                                    place.right - place.left, place.bottom - place.top, nullptr, nullptr,
+    ::AdjustWindowRectEx(&place, kStyle, FALSE, WS_EX_DLGMODALFRAME);
+    window_.Reset(::CreateWindowExW(WS_EX_DLGMODALFRAME, kPanelClass, L"NEMBRA CLOUD Meeting (stand-in)", kStyle, kLeft,
+                                    kTop, place.right - place.left, place.bottom - place.top, nullptr, nullptr,
                                     windowClass.hInstance, this));
     AddControls();
     ShowMeetings();
@@ -73,9 +73,9 @@ Panel::Panel(MeetingBook& meetings, Execute execute) : meetings_(meetings), exec
 void Panel::AddControls() {
     const HWND window = window_.Get();
     constexpr int kColumn = 104; // a button and the space beside it
-    const auto button = [&](int column, int top, const wchar_t* text, int id, DWORD style = kPushButton) {
+    const auto button = [&](int column, int top, const wchar_t* text, int id) {
         const int left = kMargin + column * (kColumn + 4);
-        AddControl(window, L"BUTTON", text, style, id, RECT{left, top, left + kColumn, top + 28});
+        AddControl(window, L"BUTTON", text, kPushButton, id, RECT{left, top, left + kColumn, top + 28});
     };
     const auto heading = [&](int top, const wchar_t* text, int right = kRight) {
         AddControl(window, L"STATIC", text, SS_LEFT, -1, RECT{kMargin, top, right, top + 18});
@@ -85,7 +85,8 @@ void Panel::AddControls() {
     AddControl(window, L"EDIT", L"", WS_TABSTOP | WS_BORDER | WS_VSCROLL | ES_MULTILINE | ES_READONLY, kDetails,
                RECT{kMargin, 176, kRight, 318});
     button(0, 328, L"&Answer", kAnswer);
-    button(1, 328, L"Always at &once", kAtOnce, WS_TABSTOP | BS_AUTOCHECKBOX);
+    AddControl(window, L"BUTTON", L"Always answer at &once", WS_TABSTOP | BS_AUTOCHECKBOX, kAtOnce,
+               RECT{kMargin + kColumn + 8, 328, kRight, 356});
     heading(374, L"Meetings");
     AddControl(window, L"LISTBOX", L"", kList, kMeetings, RECT{kMargin, 394, kRight, 482});
     heading(496, L"Subject", kMargin + 50);

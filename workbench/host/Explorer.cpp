@@ -59,7 +59,7 @@ std::wstring Explorer::Title() const {
 
 std::vector<WindowLine> Explorer::Lines() const {
     std::vector<WindowLine> lines;
-    if (folder_ != L"Calendar") {
+    if (folder_ != L"Calendar" || host_.explorerControls) { // a control lists the appointments
         return lines;
     }
     for (const ItemPtr& item : host_.Appointments()) {

@@ -11,7 +11,7 @@ namespace interactive {
 
 /// The font of all controls, kept for the life of the process.
 inline HFONT ControlFont() {
-    static const UniqueGdiObject font(::CreateFontW(-13, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
+    static const UniqueGdiObject font(::CreateFontW(-12, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
                                                     OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY,
                                                     DEFAULT_PITCH, L"Segoe UI"));
     return static_cast<HFONT>(font.Get());

@@ -44,9 +44,9 @@ EditorControls::EditorControls(workbench::Inspector& inspector) : inspector_(ins
     AddControl(window, L"BUTTON", L"Save && &close", kPushButton, kSaveAndClose, RECT{});
     AddControl(window, L"BUTTON", L"S&end", kPushButton, kSend, RECT{});
     AddControl(window, L"BUTTON", L"&Delete", kPushButton, kDeleteItem, RECT{});
-    // Below the list of the main window and beside the client's window.
+    // Below the list and the buttons of the main window, beside the client's window.
     const int step = static_cast<int>(inspector.Number() % 3) * 20;
-    ::SetWindowPos(window, nullptr, 36 + step, 250 + step, 720, 460, SWP_NOZORDER | SWP_NOACTIVATE);
+    ::SetWindowPos(window, nullptr, 150 + step, 250 + step, 620, 460, SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 void EditorControls::OnSize(const RECT& client) {

@@ -1,5 +1,6 @@
 #include "workbench/client/Panel.h"
 #include "workbench/demo/Camera.h"
+#include "workbench/host/DialogResponder.h"
 #include "workbench/interactive/EditorControls.h"
 #include "workbench/interactive/MainControls.h"
 #include "workbench/interactive/Session.h"
@@ -11,7 +12,9 @@
 #include <windows.h>
 #include <objbase.h>
 
+#include <cmath>
 #include <cstdlib>
+#include <stdexcept>
 
 // A user's way through the interactive demo. The mouse and the keyboard are those of the system: each click goes to
 // whatever window is at its place on the screen, in this process or in the client's.
@@ -63,11 +66,13 @@ protected:
         ::CoUninitialize();
     }
 
-    /// Plays Outlook's main loop until that is so.
+    /// Plays Outlook's main loop until that is so. @throws std::runtime_error, which ends the test, when it never is.
     void Await(const char* what, const std::function<bool()>& holds) {
         const ULONGLONG end = ::GetTickCount64() + kDeadline;
         session_->Run([&] { return holds() || ::GetTickCount64() > end; });
-        ASSERT_TRUE(holds()) << what;
+        if (!holds()) {
+            throw std::runtime_error(std::string("waited in vain: ") + what);
+        }
     }
     void AwaitAnswered(std::size_t notifications) {
         Await("the client has a command to answer", [&] { return ::IsWindowEnabled(PanelControl(kAnswer)); });
@@ -95,23 +100,35 @@ protected:
                 return;
             }
         }
-        FAIL() << "the button is not on the ribbon";
+        throw std::runtime_error("the button is not on the ribbon");
+    }
+    static void Press(WORD key, DWORD flags = 0) {
+        Send(KeyInput(key, 0, flags));
+        Send(KeyInput(key, 0, flags | KEYEVENTF_KEYUP));
     }
     /// Replaces the text of a box.
     void Write(int id, const wchar_t* text) {
         const HWND box = EditorControl(id);
         Click(box);
         Await("the box has the focus", [&] { return ::GetFocus() == box; });
-        Send(KeyInput(VK_HOME, 0, 0));
-        Send(KeyInput(VK_HOME, 0, KEYEVENTF_KEYUP));
+        Press(VK_HOME, KEYEVENTF_EXTENDEDKEY);
         Send(KeyInput(VK_SHIFT, 0, 0));
-        Send(KeyInput(VK_END, 0, KEYEVENTF_EXTENDEDKEY));
-        Send(KeyInput(VK_END, 0, KEYEVENTF_EXTENDEDKEY | KEYEVENTF_KEYUP));
+        Press(VK_END, KEYEVENTF_EXTENDEDKEY);
         Send(KeyInput(VK_SHIFT, 0, KEYEVENTF_KEYUP));
         for (const wchar_t* at = text; *at != L'\0'; ++at) {
             Send(KeyInput(0, *at, 0));
             Send(KeyInput(0, *at, KEYEVENTF_KEYUP));
         }
+    }
+
+    /// Opens a new appointment and writes its subject.
+    workbench::ItemPtr WriteNew(const wchar_t* subject) {
+        Click(MainControl(interactive::kNew));
+        Await("a new appointment is open", [&] { return Editor() != nullptr; });
+        const workbench::ItemPtr item = Editor()->CurrentItem();
+        Write(interactive::kSubject, subject);
+        Await("the subject is written", [&] { return item->Subject() == subject; });
+        return item;
     }
 
     HWND MainControl(int id) { return ::GetDlgItem(session_->Outlook().ActiveExplorer()->Window(), id); }
@@ -130,11 +147,7 @@ protected:
 };
 
 TEST_F(InteractiveDemo, UserSchedulesEditsAndSaves) {
-    Click(MainControl(interactive::kNew));
-    Await("a new appointment is open", [&] { return Editor() != nullptr; });
-    const workbench::ItemPtr item = Editor()->CurrentItem();
-    Write(interactive::kSubject, L"Budget");
-    Await("the subject is written", [&] { return item->Subject() == L"Budget"; });
+    const workbench::ItemPtr item = WriteNew(L"Budget");
 
     ClickRibbon(L"BookMeetingAppointment");
     Json::Value command = AwaitCommand(1);
@@ -178,6 +191,32 @@ TEST_F(InteractiveDemo, UserSchedulesEditsAndSaves) {
     demo::Camera camera(ToWide(pictures ? pictures : ""), L"");
     camera.TakeScreen(L"interactive");
     EXPECT_EQ(camera.Missed(), L"");
+
+    // The client's own actions.
+    workbench::DialogResponder updated(IDCANCEL); // the add-in tells of the change
+    Click(PanelControl(kLater));
+    Await("the appointment follows the client",
+          [&] { return updated.Done() && std::abs(item->fields.startUtc - kMoved - 1.0 / 24.0) < kMoment; });
+    Click(PanelControl(kCancel));
+    Await("the client tells of its cancellation", [&] { return session_->Client().Messages("out").size() == 4; });
+    Click(PanelControl(kDisappear));
+    Await("the client's window is gone", [&] { return session_->Client().Window() == nullptr; });
+    Click(PanelControl(kReturn));
+    Await("the client's window is back", [&] { return session_->Client().Window() != nullptr; });
+}
+
+TEST_F(InteractiveDemo, KeysPressTheRibbonAndCloseWithoutSaving) {
+    const workbench::ItemPtr item = WriteNew(L"Draft");
+    Send(KeyInput(VK_MENU, 0, 0));
+    Press('1');
+    Send(KeyInput(VK_MENU, 0, KEYEVENTF_KEYUP));
+    EXPECT_EQ(AwaitCommand(1)["subject"], "Draft");
+
+    workbench::DialogResponder question(IDNO); // "Do you want to save the changes …?"
+    Press(VK_ESCAPE);
+    Await("the window is closed", [&] { return question.Done() && Editor() == nullptr; });
+    EXPECT_THAT(ToUtf8(question.Last().texts.back()), HasSubstr("Draft - "));
+    EXPECT_EQ(item->EntryId(), L"");
 }
 
 } // namespace
