@@ -108,7 +108,7 @@ std::vector<doctor::LogEntry> Field::Log() const {
 std::size_t Field::Logged(std::string_view method, std::string_view text) const {
     const auto entries = Log();
     return static_cast<std::size_t>(std::count_if(entries.begin(), entries.end(), [&](const doctor::LogEntry& entry) {
-        return entry.source.ends_with(method) && entry.text.find(text) != std::string::npos;
+        return entry.source.ends_with(method) && (entry.text + "\n").find(text) != std::string::npos;
     }));
 }
 

@@ -66,6 +66,7 @@ public:
 
     // --- The add-in's log, since this Outlook has loaded it ---
     std::vector<doctor::LogEntry> Log() const;
+    /// Counts the entries of a method with that text. A line end in it stands for the end of the entry.
     std::size_t Logged(std::string_view method, std::string_view text) const;
 
     // --- The client ---

@@ -326,7 +326,7 @@ Outcome Schedule(Field& field) {
         }
     }
     const std::size_t ribbons = field.Logged("AddIn::GetCustomUI", "RibbonID");
-    const std::size_t loads = field.Logged("AddIn::GetIDsOfNames", "rgszName: OnLoad");
+    const std::size_t loads = field.Logged("AddIn::GetIDsOfNames", "rgszName: OnLoad\n");
     field.report.Answer(11, std::to_string(ribbons) + " ribbons, onLoad looked up " + std::to_string(loads) + " times",
                         kInLog);
     return Pass("command 4, notification 101, all fields, the marker and the status of the appointment");
