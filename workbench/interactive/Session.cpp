@@ -1,7 +1,7 @@
 #include "workbench/interactive/Session.h"
 
 #include "workbench/demo/Stage.h"
-#include "workbench/gauges/AddinLogTail.h"
+#include "workbench/verify/core/LogTail.h"
 #include "workbench/host/Pump.h"
 #include "workbench/interactive/EditorControls.h"
 #include "workbench/interactive/MainControls.h"
@@ -45,11 +45,11 @@ void Print(const std::string& line) {
 
 /// Prints what the add-in adds to its log. On a thread of its own: the main one may be in a dialog of the add-in.
 std::jthread FollowLog() {
-    return std::jthread([tail = gauges::AddinLogTail()](std::stop_token stop) mutable {
+    return std::jthread([tail = verify::AddinLogTail()](std::stop_token stop) mutable {
         for (bool last = false; !last;) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             last = stop.stop_requested();
-            for (const gauges::AddinLogLine& line : tail.Read()) {
+            for (const verify::AddinLogLine& line : tail.Read()) {
                 Print(line.hasHead ? "log [" + line.level + "] " + line.function + ": " + line.text
                                    : "    " + line.text);
             }
