@@ -94,7 +94,7 @@ class Installation(unittest.TestCase):
         self.assertNotIn(ADD_INS, Installation.registry)
         self.assertEqual(self.wine.msiexec("/i", self.old.installer), SUCCESS)
         self.assert_installed(self.old)
-        code, output = self.wine.run(windows_path(DEMO), "--scenario", "start", "--installed", DLL)
+        code, output = self.wine.run(windows_path(DEMO), "demo", "--scenario", "start", "--installed", DLL)
         self.assertEqual(code, 0, output)
         [log] = self.wine.drive.glob("users/*/AppData/Roaming/NembraMeeting/log/outlookaddin.txt")
         summary = output_of("msiinfo", "suminfo", self.old.path)
