@@ -2,9 +2,9 @@
 #include "bench/Parts.h"
 #include "bench/Receiver.h"
 #include "workbench/host/Pump.h"
+#include "workbench/wire/Window.h"
 
 #include <cstdio>
-#include <cstring>
 
 namespace bench {
 namespace {
@@ -12,7 +12,6 @@ namespace {
 using Members = std::vector<std::wstring>;
 
 constexpr unsigned kDeadline = 5'000; // milliseconds
-constexpr wchar_t kChannelWindow[] = L"NbmProxyOutlookServerWnd";
 constexpr char kScheduled[] = R"({"notify":101,"confId":"c-1","subject":"Review","url":"https://m/1",)"
                               R"("contents":"Join","startTime":1709629200,"endTime":1709631000})";
 
@@ -130,18 +129,10 @@ void MeasureVisible(AddInSession& session) {
     }
 }
 
-/// As the client sends it.
-void SendToChannel(const char* text) {
-    const HWND window = ::FindWindowExW(HWND_MESSAGE, nullptr, kChannelWindow, kChannelWindow);
-    Require(window != nullptr, "the add-in's channel has no window");
-    COPYDATASTRUCT data{0, static_cast<DWORD>(std::strlen(text) + 1), const_cast<char*>(text)};
-    ::SendMessageW(window, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data));
-}
-
 /// Sends the notification and waits until the appointment is on show.
 Members CallsPerNotification(workbench::OutlookHost& host) {
     host.ResetCalls();
-    SendToChannel(kScheduled);
+    Require(wire::Send(wire::Find(wire::kAddinWindow), nullptr, kScheduled, 1), "a notification is not taken");
     const auto shown = [&] { return host.CountOf(L"AppointmentItem.Display") > 0; };
     Require(workbench::PumpUntil(shown, kDeadline), "a notification has no effect");
     workbench::PumpFor(100); // the window that has opened tells the add-in

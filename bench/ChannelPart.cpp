@@ -13,22 +13,11 @@
 namespace bench {
 namespace {
 
-constexpr UINT kSendLimit = 3'000; // milliseconds, the channel's
-
 std::atomic<int> g_ticks{0};
 
 /// Called once a tick, with or without a text.
 void CountTick(const char*) {
     ++g_ticks;
-}
-
-void SendByHand(HWND own, HWND peer, const std::vector<std::string>& pieces) {
-    for (const std::string& piece : pieces) {
-        COPYDATASTRUCT data{1, static_cast<DWORD>(piece.size() + 1), const_cast<char*>(piece.data())};
-        Require(::SendMessageTimeoutW(peer, WM_COPYDATA, reinterpret_cast<WPARAM>(own), reinterpret_cast<LPARAM>(&data),
-                                      SMTO_BLOCK | SMTO_ABORTIFHUNG, kSendLimit, nullptr) != 0,
-                "a bare send fails");
-    }
 }
 
 /// How often the channel's thread really moves messages: a wait ends when the system's timer lets it.
@@ -52,10 +41,10 @@ void MeasureTicks(int samples) {
 /// @return pieces that the receiver has to have got.
 int64_t MeasureSize(const LongMessage& size, int samples, const Receiver& receiver, Linearity& linearity) {
     const std::string message(size.bytes, 'x');
-    const std::vector<std::string> pieces = CutBeforehand(message);
-    const HWND own = ChannelSession::OwnWindow();
+    const std::vector<wire::Envelope> pieces = wire::Split(message, 1);
+    const HWND own = wire::Find(wire::kAddinWindow);
     const auto send = [&] { Require(uisdk_protocol_send_direct(message.c_str()) == 0, "the channel cannot send"); };
-    const auto sendByHand = [&] { SendByHand(own, receiver.Window(), pieces); };
+    const auto sendByHand = [&] { SendEnvelopes(receiver.Window(), own, pieces); };
     const Row row = Compare(std::string(size.name) + " by the direct send", "SendMessageTimeout of the same pieces",
                             samples, 1, send, sendByHand, Aim::AtMostTimes(1.05));
     Report(row);

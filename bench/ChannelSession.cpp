@@ -1,12 +1,10 @@
 #include "bench/ChannelSession.h"
 
-#include "channel/Segments.h"
 #include "support/LogLine.h"
 
 namespace bench {
 namespace {
 
-constexpr wchar_t kOwnWindow[] = L"NbmProxyOutlookServerWnd";
 constexpr ULONGLONG kDeadline = 5'000; // milliseconds
 // Caches and fresh pages account for some tenths; a cost that grows with the square of the size would show 8.
 constexpr double kLinear = 1.5;
@@ -20,21 +18,17 @@ void DropLog(const char* text) {
 
 ChannelSession::ChannelSession(void (*receive)(const char*)) {
     Require(uisdk_protocol_start(receive, &DropLog, "") == 0, "the channel does not start");
-    for (const ULONGLONG end = ::GetTickCount64() + kDeadline; !OwnWindow(); ::Sleep(10)) {
+    for (const ULONGLONG end = ::GetTickCount64() + kDeadline; !wire::Find(wire::kAddinWindow); ::Sleep(10)) {
         Require(::GetTickCount64() < end, "the channel has no window");
     }
 }
 
-HWND ChannelSession::OwnWindow() {
-    return ::FindWindowExW(HWND_MESSAGE, nullptr, kOwnWindow, kOwnWindow);
-}
-
-std::vector<std::string> CutBeforehand(const std::string& message) {
-    std::vector<std::string> pieces;
-    for (SegmentSplitter splitter(message); splitter.Next();) {
-        pieces.emplace_back(splitter.Text());
+void SendEnvelopes(HWND to, HWND from, const std::vector<wire::Envelope>& envelopes) {
+    for (const wire::Envelope& envelope : envelopes) {
+        Require(wire::SendBytes(to, from, envelope.number, envelope.text.c_str(), envelope.text.size() + 1) ==
+                    ERROR_SUCCESS,
+                "a bare send fails");
     }
-    return pieces;
 }
 
 void Linearity::Add(std::size_t bytes, const Row& row) {

@@ -2,8 +2,8 @@
 
 #include "bench/Measure.h"
 #include "channel/uisdk_protocol.h"
-
-#include <windows.h>
+#include "workbench/wire/Envelope.h"
+#include "workbench/wire/Window.h"
 
 #include <array>
 #include <string>
@@ -18,8 +18,6 @@ public:
     ~ChannelSession() { uisdk_protocol_stop(); }
     ChannelSession(const ChannelSession&) = delete;
     ChannelSession& operator=(const ChannelSession&) = delete;
-
-    static HWND OwnWindow();
 };
 
 struct LongMessage {
@@ -28,8 +26,8 @@ struct LongMessage {
 };
 inline constexpr std::array<LongMessage, 2> kLongMessages = {{{"1 MiB", 1 << 20}, {"8 MiB", 8 << 20}}};
 
-/// The carried texts of a message, as the channel would cut them.
-std::vector<std::string> CutBeforehand(const std::string& message);
+/// Sends envelopes that were cut beforehand.
+void SendEnvelopes(HWND to, HWND from, const std::vector<wire::Envelope>& envelopes);
 
 /// Whether cost grows as size does: what a byte of the longer message costs beside a byte of the shorter one.
 class Linearity {

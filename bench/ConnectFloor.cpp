@@ -65,56 +65,6 @@ StreamPtr OpenResource(HMODULE module, BSTR name) {
 
 } // namespace
 
-HRESULT EmptyConnect::QueryInterface(REFIID riid, void** object) noexcept {
-    const bool known = riid == IID_IUnknown || riid == IID_IDispatch || riid == IID_IConnect;
-    *object = known ? this : nullptr;
-    return known ? S_OK : E_NOINTERFACE;
-}
-
-HRESULT EmptyConnect::GetTypeInfoCount(UINT* count) noexcept {
-    *count = 1;
-    return S_OK;
-}
-
-HRESULT EmptyConnect::GetTypeInfo(UINT, LCID, ITypeInfo** info) noexcept {
-    typeInfo_.AddRef();
-    *info = typeInfo_;
-    return S_OK;
-}
-
-HRESULT EmptyConnect::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept {
-    return typeInfo_.GetInterfacePtr()->GetIDsOfNames(names, count, ids);
-}
-
-HRESULT EmptyConnect::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* params, VARIANT* result,
-                             EXCEPINFO* exception, UINT* argument) noexcept {
-    return typeInfo_.GetInterfacePtr()->Invoke(static_cast<IConnect*>(this), id, flags, params, result, exception,
-                                               argument);
-}
-
-HRESULT EmptyConnect::OnAction(IDispatch*) noexcept {
-    return S_OK;
-}
-HRESULT EmptyConnect::GetLabel(IDispatch*, BSTR* label) noexcept {
-    *label = nullptr;
-    return S_OK;
-}
-HRESULT EmptyConnect::GetVisible(IDispatch*, VARIANT_BOOL* visible) noexcept {
-    *visible = VARIANT_TRUE;
-    return S_OK;
-}
-HRESULT EmptyConnect::GetEnable(IDispatch*, VARIANT_BOOL* enable) noexcept {
-    *enable = VARIANT_TRUE;
-    return S_OK;
-}
-HRESULT EmptyConnect::OnLoadImage(BSTR, IPictureDisp** image) noexcept {
-    *image = nullptr;
-    return S_OK;
-}
-HRESULT EmptyConnect::OnLoad(IDispatch*) noexcept {
-    return S_OK;
-}
-
 PlatformConnect::PlatformConnect(ITypeInfo* typeInfo, HMODULE module, HandLog& log)
     : EmptyConnect(typeInfo),
       module_(module),

@@ -13,22 +13,38 @@ public:
     explicit EmptyConnect(ITypeInfo* typeInfo) : typeInfo_(typeInfo) {}
     virtual ~EmptyConnect() = default;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) noexcept override;
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) noexcept override {
+        const bool known = riid == IID_IUnknown || riid == IID_IDispatch || riid == IID_IConnect;
+        *object = known ? this : nullptr;
+        return known ? S_OK : E_NOINTERFACE;
+    }
     ULONG STDMETHODCALLTYPE AddRef() noexcept override { return 2; }
     ULONG STDMETHODCALLTYPE Release() noexcept override { return 1; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) noexcept override;
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* names, UINT count, LCID locale,
-                                            DISPID* ids) noexcept override;
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID riid, LCID locale, WORD flags, DISPPARAMS* params,
-                                     VARIANT* result, EXCEPINFO* exception, UINT* argument) noexcept override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override { return *count = 1, S_OK; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo** info) noexcept override {
+        return typeInfo_.QueryInterface(IID_ITypeInfo, info);
+    }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept override {
+        return typeInfo_.GetInterfacePtr()->GetIDsOfNames(names, count, ids);
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* params, VARIANT* result,
+                                     EXCEPINFO* exception, UINT* argument) noexcept override {
+        return typeInfo_.GetInterfacePtr()->Invoke(static_cast<IConnect*>(this), id, flags, params, result, exception,
+                                                   argument);
+    }
 
-    HRESULT STDMETHODCALLTYPE OnAction(IDispatch* control) noexcept override;
-    HRESULT STDMETHODCALLTYPE GetLabel(IDispatch* control, BSTR* label) noexcept override;
-    HRESULT STDMETHODCALLTYPE GetVisible(IDispatch* control, VARIANT_BOOL* visible) noexcept override;
-    HRESULT STDMETHODCALLTYPE GetEnable(IDispatch* control, VARIANT_BOOL* enable) noexcept override;
-    HRESULT STDMETHODCALLTYPE OnLoadImage(BSTR name, IPictureDisp** image) noexcept override;
-    HRESULT STDMETHODCALLTYPE OnLoad(IDispatch* ribbon) noexcept override;
+    HRESULT STDMETHODCALLTYPE OnAction(IDispatch*) noexcept override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE GetLabel(IDispatch*, BSTR* label) noexcept override { return *label = nullptr, S_OK; }
+    HRESULT STDMETHODCALLTYPE GetVisible(IDispatch*, VARIANT_BOOL* visible) noexcept override {
+        return *visible = VARIANT_TRUE, S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetEnable(IDispatch*, VARIANT_BOOL* enable) noexcept override {
+        return *enable = VARIANT_TRUE, S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE OnLoadImage(BSTR, IPictureDisp** image) noexcept override {
+        return *image = nullptr, S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE OnLoad(IDispatch*) noexcept override { return S_OK; }
 
 private:
     _com_ptr_t<workbench::NamedInterface<ITypeInfo, &IID_ITypeInfo>> typeInfo_;

@@ -32,11 +32,6 @@ DWORD WINAPI SleepOnly(void*) {
     }
 }
 
-void StartSleeper() {
-    const UniqueHandle thread(::CreateThread(nullptr, 0, &SleepOnly, nullptr, 0, nullptr));
-    Require(static_cast<bool>(thread), "no thread");
-}
-
 int64_t ProcessorTime() { // microseconds
     FILETIME times[4] = {};
     ::GetProcessTimes(::GetCurrentProcess(), &times[0], &times[1], &times[2], &times[3]);
@@ -126,7 +121,7 @@ void MeasureWith(const std::string& client, const char* suffix) {
 void RunIdleSample(Subject subject, bool quick) {
     HostSession session;
     if (subject == Subject::Sleeper) {
-        StartSleeper();
+        StartThread(&SleepOnly);
     } else if (subject == Subject::AddIn) {
         ConnectCounted(session);
     }

@@ -7,75 +7,18 @@
 
 #include <atomic>
 #include <cstring>
-#include <thread>
 
 namespace bench {
 namespace {
 
 constexpr uint32_t kNumber = 7;        // of the message, on the wire
 constexpr ULONGLONG kDeadline = 5'000; // milliseconds
-constexpr wchar_t kFloorWindow[] = L"NembraBenchIncoming";
 
 std::atomic<std::size_t> g_received{0}; // bytes of the last whole message
 
 void TakeMessage(const char* text) {
     if (const std::size_t length = std::strlen(text); length != 0) {
         g_received = length;
-    }
-}
-
-/// The floor of the whole way in: a window on a thread of its own that appends each text to one string.
-class AppendingWindow {
-public:
-    AppendingWindow() : thread_([this] { Run(); }) {
-        while (window_ == nullptr) {
-            ::Sleep(1);
-        }
-    }
-    ~AppendingWindow() {
-        ::PostMessageW(window_, WM_CLOSE, 0, 0);
-        thread_.join();
-    }
-    AppendingWindow(const AppendingWindow&) = delete;
-    AppendingWindow& operator=(const AppendingWindow&) = delete;
-
-    HWND Window() const { return window_; }
-    static std::string& Text() {
-        static std::string text; // the window's thread, or nobody
-        return text;
-    }
-
-private:
-    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-        if (message == WM_COPYDATA) {
-            const auto& data = *reinterpret_cast<const COPYDATASTRUCT*>(lParam);
-            Text().append(static_cast<const char*>(data.lpData), data.cbData - 1);
-        } else if (message == WM_DESTROY) {
-            ::PostQuitMessage(0);
-        }
-        return ::DefWindowProcW(window, message, wParam, lParam);
-    }
-    void Run() {
-        WNDCLASSEXW windowClass{};
-        windowClass.cbSize = sizeof(windowClass);
-        windowClass.lpfnWndProc = &Procedure;
-        windowClass.lpszClassName = kFloorWindow;
-        ::RegisterClassExW(&windowClass);
-        window_ =
-            ::CreateWindowExW(0, kFloorWindow, kFloorWindow, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-        for (MSG message; ::GetMessageW(&message, nullptr, 0, 0) > 0;) {
-            ::DispatchMessageW(&message);
-        }
-    }
-
-    std::atomic<HWND> window_{nullptr};
-    std::thread thread_;
-};
-
-void SendPieces(HWND window, const std::vector<std::string>& pieces) {
-    for (const std::string& piece : pieces) {
-        COPYDATASTRUCT data{kNumber, static_cast<DWORD>(piece.size() + 1), const_cast<char*>(piece.data())};
-        ::SendMessageW(window, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data));
     }
 }
 
@@ -90,8 +33,8 @@ void AwaitMessage(std::size_t bytes) {
 void MeasureJoining(const LongMessage& size, int samples, Linearity& linearity) {
     const std::string message(size.bytes, 'x');
     std::vector<std::string> bodies;
-    for (const std::string& piece : CutBeforehand(message)) {
-        bodies.emplace_back(SegmentBody(piece).value());
+    for (const wire::Envelope& envelope : wire::Split(message, kNumber)) {
+        bodies.emplace_back(SegmentBody(envelope.text).value());
     }
     const auto join = [&] {
         SegmentJoiner joiner;
@@ -101,12 +44,15 @@ void MeasureJoining(const LongMessage& size, int samples, Linearity& linearity) 
         }
         Require(whole && whole->size() == message.size(), "the joiner has lost something");
     };
-    const auto append = [&] {
-        std::string whole;
+    const auto appendTo = [&](std::string& whole) {
         for (const std::string& body : bodies) {
             whole.append(body);
         }
         Require(whole.size() > message.size(), "the floor has lost something");
+    };
+    const auto append = [&] {
+        std::string whole;
+        appendTo(whole);
     };
     const Row row = Compare(std::string(size.name) + " in, joining", "appending the same pieces to one string", samples,
                             4, join, append, Aim::AtMostTimes(1.5));
@@ -115,13 +61,7 @@ void MeasureJoining(const LongMessage& size, int samples, Linearity& linearity) 
 
     // The platform's part of the floor: fresh pages for a string that grows.
     std::string kept;
-    kept.reserve(message.size() + message.size() / 2);
-    const auto appendInPlace = [&] {
-        kept.clear();
-        for (const std::string& body : bodies) {
-            kept.append(body);
-        }
-    };
+    const auto appendInPlace = [&] { kept.clear(), appendTo(kept); };
     Report(Compare(std::string("  the floor: ") + size.name + " appended to one string", "the same, memory there",
                    samples, 4, append, appendInPlace));
 }
@@ -129,19 +69,23 @@ void MeasureJoining(const LongMessage& size, int samples, Linearity& linearity) 
 /// From the first piece until the channel has the message whole; its tick, which hands it on, is not waited for.
 void MeasureTaking(const LongMessage& size, int samples, Linearity& linearity) {
     const std::string message(size.bytes, 'x');
-    const std::vector<std::string> pieces = CutBeforehand(message);
-    const AppendingWindow floor;
-    const HWND own = ChannelSession::OwnWindow();
+    const std::vector<wire::Envelope> pieces = wire::Split(message, kNumber);
+    std::string text; // the floor of the whole way in: a window that appends each text to one string
+    const wire::WindowThread floor(L"NembraBenchIncoming", [&text](HWND, const COPYDATASTRUCT& data) {
+        text.append(static_cast<const char*>(data.lpData), data.cbData - 1);
+        return TRUE;
+    });
+    const HWND own = wire::Find(wire::kAddinWindow);
     Row row{std::string(size.name) + " in, by WM_COPYDATA", "us", {},
             "a window that appends the same pieces",        {},   Aim::AtMostTimes(1.5)};
     for (int sample = 0; sample <= samples; ++sample) {
         int64_t start = Now();
-        SendPieces(own, pieces);
+        SendEnvelopes(own, nullptr, pieces);
         const double taken = Microseconds(Now() - start);
         AwaitMessage(message.size());
-        std::string().swap(AppendingWindow::Text());
+        std::string().swap(text); // nobody sends to the window meanwhile
         start = Now();
-        SendPieces(floor.Window(), pieces);
+        SendEnvelopes(floor.Get(), nullptr, pieces);
         if (sample > 0) { // the first one warms up
             row.values.push_back(taken);
             row.floorValues.push_back(Microseconds(Now() - start));

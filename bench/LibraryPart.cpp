@@ -60,11 +60,8 @@ BareText<char> Narrow(std::wstring_view text, UINT codePage) {
 }
 
 // The texts are zero-terminated: measuring them once is part of the bare way as well.
-std::string_view Measured(const std::string& text) {
-    return text.c_str();
-}
-
-std::wstring_view Measured(const std::wstring& text) {
+template <class Unit>
+std::basic_string_view<Unit> Measured(const std::basic_string<Unit>& text) {
     return text.c_str();
 }
 

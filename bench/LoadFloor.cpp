@@ -2,6 +2,7 @@
 
 #include "bench/HandLog.h"
 #include "bench/Measure.h"
+#include "bench/Sample.h"
 #include "resources/resource.h"
 #include "workbench/host/ComHeaders.h"
 
@@ -62,11 +63,6 @@ DWORD WINAPI MakeWindowAndWait(void* nothing) {
     return Wait(nothing);
 }
 
-void StartThread(LPTHREAD_START_ROUTINE body) {
-    const UniqueHandle thread(::CreateThread(nullptr, 0, body, nullptr, 0, nullptr));
-    Require(static_cast<bool>(thread), "no thread");
-}
-
 } // namespace
 
 std::vector<double> MakePlatformCalls(const std::wstring& module, const std::string& logPath) {
@@ -91,12 +87,6 @@ std::vector<double> MakePlatformCalls(const std::wstring& module, const std::str
         MakeWindow(L"NembraBenchNotify", nullptr);
     });
     return stages;
-}
-
-double MapModule(const std::wstring& module) {
-    const int64_t start = Now();
-    Require(::LoadLibraryExW(module.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES) != nullptr, "no module");
-    return Microseconds(Now() - start);
 }
 
 } // namespace bench

@@ -17,7 +17,4 @@ inline constexpr std::array<const char*, 6> kPlatformStages = {
 /// stage.
 std::vector<double> MakePlatformCalls(const std::wstring& module, const std::string& logPath);
 
-/// Maps `module` with its relocations, without its imports and without running it. The process is of no use after that.
-double MapModule(const std::wstring& module);
-
 } // namespace bench

@@ -9,7 +9,6 @@ namespace {
 constexpr double kLoadLimit = 3;     // times the bare class
 constexpr double kSlowestLimit = 10; // milliseconds; Outlook switches an add-in off that takes 1000
 constexpr double kSlowest = 0.99;    // of all loads are faster
-constexpr int kMappingEvery = 5;     // samples
 constexpr const char* kTitle = "load to the end of OnConnection";
 constexpr const char* kPlatform = "bare COM class + the platform's calls";
 
@@ -47,17 +46,11 @@ void RunLoadSample(Subject subject) {
     Unload(session);
 }
 
-void RunMappingSample() {
-    const HostSession session; // so that the same DLLs of the system are there
-    PrintNumbers({MapModule(AddInPath()), 0});
-}
-
 void MeasureLoad(const Effort& effort) {
     Row againstBare{kTitle, "us", {}, "bare COM class, loaded and created", {}, Aim::AtMostTimes(kLoadLimit)};
     Row againstPlatform{kTitle, "us", {}, kPlatform, {}};
     Row load{"  of it: load and create", "us", {}, "bare COM class, loaded and created", {}};
     Row connect{"  of it: OnConnection", "us", {}, {}, {}};
-    Row mapping{"  of it: the module mapped and relocated", "us", {}, {}, {}};
     std::vector<Row> stages;
     for (const char* name : kPlatformStages) {
         stages.push_back({std::string("  the platform: ") + name, "us", {}, {}, {}});
@@ -68,9 +61,6 @@ void MeasureLoad(const Effort& effort) {
         const LoadSample platform("load-platform");
         if (sample == 0) {
             continue; // warms up: in a new installation the type library is registered now
-        }
-        if (sample % kMappingEvery == 0) {
-            mapping.values.push_back(LoadSample("load-mapping").numbers[0]);
         }
         Require(platform.numbers.size() == 2 + stages.size(), "the platform's calls are incomplete");
         againstBare.values.push_back(addIn.Whole());
@@ -88,7 +78,7 @@ void MeasureLoad(const Effort& effort) {
     Report(againstPlatform);
     Report(Slowest(againstBare, Aim::AtMost(kSlowestLimit)));
     Report(Slowest(againstPlatform, {}));
-    for (const Row& row : {load, mapping, connect}) {
+    for (const Row& row : {load, connect}) {
         Report(row);
     }
     for (const Row& row : stages) {

@@ -3,7 +3,7 @@
 #include "bench/WorkFolder.h"
 #include "support/AddinLog.h"
 #include "support/LogLine.h"
-#include "support/LogOne.h"
+#include "support/LogOneApi.h"
 
 #ifdef BENCH_HAS_SPDLOG
 #include "bench/SpdlogPeer.h"
@@ -16,15 +16,6 @@ namespace {
 
 constexpr std::size_t kMessage = 100; // bytes
 constexpr int kLines = 1000;          // per sample
-
-/// The add-in's own log, its file in another folder.
-class AddinLogSession {
-public:
-    explicit AddinLogSession(const std::filesystem::path& folder) { OpenAddinLogUnder(folder.c_str()); }
-    ~AddinLogSession() { CloseAddinLog(); }
-    AddinLogSession(const AddinLogSession&) = delete;
-    AddinLogSession& operator=(const AddinLogSession&) = delete;
-};
 
 } // namespace
 
@@ -52,13 +43,14 @@ void MeasureLog(const Effort& effort) {
     Report(Compare("log line of 100 bytes", "spdlog, rotating sink, flush per line", samples, kLines, writeLine,
                    [&] { peer.Write(message.c_str()); }));
 #endif
-    const AddinLogSession session(folder.Path());
+    OpenAddinLogUnder(folder.Path().c_str()); // the add-in's own log, its file in another folder
     Report(Compare(
         "LogLine statement, Info", "log line of 100 bytes", samples, kLines,
         [&] { LogLine(L"AddIns/Action", L"AddIn::ActionTask").Info() << wide.c_str(); }, writeLine));
     Report(Compare(
         "LogLine statement, Debug (dropped)", "log line of 100 bytes", samples, kLines,
         [&] { LogLine(L"AddIns/Action", L"AddIn::ActionTask").Debug() << wide.c_str(); }, writeLine));
+    CloseAddinLog();
     LogOneClose(id);
     const auto written = static_cast<double>(std::filesystem::file_size(path));
     Require(written > static_cast<double>(line.size()) * samples * kLines, "the logger has not written its lines");

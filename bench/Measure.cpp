@@ -3,32 +3,14 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <iomanip>
 #include <sstream>
+#include <string_view>
 
 namespace bench {
 namespace {
 
-constexpr char kRowMark[] = "row";
-constexpr char kSeparator = '\t';
-
-std::string Join(const std::vector<double>& values) {
-    std::string text;
-    char number[32];
-    for (const double value : values) {
-        std::snprintf(number, sizeof(number), "%.4f ", value);
-        text += number;
-    }
-    return text;
-}
-
-std::vector<double> Split(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<double> values;
-    for (double value = 0; stream >> value;) {
-        values.push_back(value);
-    }
-    return values;
-}
+constexpr std::string_view kRowMark = "row\t";
 
 } // namespace
 
@@ -45,36 +27,37 @@ double Microseconds(int64_t counts) noexcept {
 }
 
 std::string Pack(const Row& row) {
-    std::string line = kRowMark;
-    const std::string aim = Join({static_cast<double>(row.aim.kind), row.aim.limit, row.quantile});
-    for (const std::string& field : {row.name, row.unit, Join(row.values), row.floorName, Join(row.floorValues), aim}) {
-        line += kSeparator + field;
+    std::ostringstream line;
+    line << kRowMark << row.name << '\t' << row.unit << '\t' << row.floorName << '\t' << row.aim.kind << ' '
+         << row.aim.limit << ' ' << row.quantile << std::fixed << std::setprecision(4);
+    for (const std::vector<double>* values : {&row.values, &row.floorValues}) {
+        line << ' ' << values->size();
+        for (const double value : *values) {
+            line << ' ' << value;
+        }
     }
-    return line;
+    return line.str();
 }
 
 bool Unpack(const std::string& line, Row& row) {
-    std::istringstream stream(line);
-    std::string mark;
-    std::string values;
-    std::string floorValues;
-    std::string aim;
-    std::getline(stream, mark, kSeparator);
-    std::getline(stream, row.name, kSeparator);
-    std::getline(stream, row.unit, kSeparator);
-    std::getline(stream, values, kSeparator);
-    std::getline(stream, row.floorName, kSeparator);
-    std::getline(stream, floorValues, kSeparator);
-    std::getline(stream, aim, kSeparator);
-    row.values = Split(values);
-    row.floorValues = Split(floorValues);
-    const std::vector<double> numbers = Split(aim);
-    if (mark != kRowMark || row.values.empty() || numbers.size() != 3) {
+    if (!line.starts_with(kRowMark)) {
         return false;
     }
-    row.aim = {static_cast<Aim::Kind>(static_cast<int>(numbers[0])), numbers[1]};
-    row.quantile = numbers[2];
-    return true;
+    std::istringstream stream(line.substr(kRowMark.size()));
+    for (std::string* text : {&row.name, &row.unit, &row.floorName}) {
+        std::getline(stream, *text, '\t');
+    }
+    int kind = 0;
+    stream >> kind >> row.aim.limit >> row.quantile;
+    row.aim.kind = static_cast<Aim::Kind>(kind);
+    for (std::vector<double>* values : {&row.values, &row.floorValues}) {
+        std::size_t count = 0;
+        stream >> count;
+        for (double value = 0; values->size() < count && stream >> value;) {
+            values->push_back(value);
+        }
+    }
+    return stream && !row.values.empty();
 }
 
 void Report(const Row& row) {

@@ -53,14 +53,6 @@ DWORD WINAPI Wait(void*) {
     return 0;
 }
 
-/// As many as the add-in has: the channel's and its window's.
-void StartWaitingThreads() {
-    for (int each = 0; each < 2; ++each) {
-        const UniqueHandle thread(::CreateThread(nullptr, 0, &Wait, nullptr, 0, nullptr));
-        Require(static_cast<bool>(thread), "no thread");
-    }
-}
-
 } // namespace
 
 void RunMemorySample(Subject subject) {
@@ -69,7 +61,8 @@ void RunMemorySample(Subject subject) {
     PrivateMemory(); // what looking itself needs is there now
     const double memory = PrivateMemory();
     if (subject == Subject::Sleeper) {
-        StartWaitingThreads();
+        StartThread(&Wait); // as many as the add-in has: the channel's and its window's
+        StartThread(&Wait);
     }
     Load(session, subject, folder.File("floor.txt"));
     ::Sleep(kSettle);

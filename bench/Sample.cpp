@@ -22,7 +22,6 @@ constexpr SampleKind kSamples[] = {
     {"load-addin", [] { RunLoadSample(Subject::AddIn); }},
     {"load-bare", [] { RunLoadSample(Subject::Bare); }},
     {"load-platform", [] { RunLoadSample(Subject::Platform); }},
-    {"load-mapping", [] { RunMappingSample(); }},
     {"memory-addin", [] { RunMemorySample(Subject::AddIn); }},
     {"memory-platform", [] { RunMemorySample(Subject::Platform); }},
     {"memory-threads", [] { RunMemorySample(Subject::Sleeper); }},
@@ -98,6 +97,11 @@ LoadTimes Load(HostSession& session, Subject subject, const std::string& logPath
     times.load = Microseconds(loaded - start);
     times.connect = Microseconds(end - loaded);
     return times;
+}
+
+void StartThread(LPTHREAD_START_ROUTINE body) {
+    const UniqueHandle thread(::CreateThread(nullptr, 0, body, nullptr, 0, nullptr));
+    Require(static_cast<bool>(thread), "no thread");
 }
 
 void Unload(HostSession& session) {

@@ -45,12 +45,14 @@ struct LoadTimes {
 
 /// Loads the subject into the host as Outlook does. The add-in is connected after that and stays so.
 LoadTimes Load(HostSession& session, Subject subject, const std::string& logPath);
+/// A thread that lives as long as the process.
+void StartThread(LPTHREAD_START_ROUTINE body);
+
 /// Lets go of it, if there is one.
 void Unload(HostSession& session);
 
 // Bodies of the samples' processes.
 void RunLoadSample(Subject subject);
-void RunMappingSample();
 void RunMemorySample(Subject subject);
 void RunIdleSample(Subject subject, bool quick);
 

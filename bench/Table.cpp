@@ -69,17 +69,6 @@ std::string AimText(const Row& row) {
     }
 }
 
-std::vector<Line> Lines(const std::vector<Summary>& table) {
-    std::vector<Line> lines(1);
-    for (const Column& column : kColumns) {
-        lines[0].emplace_back(column.title);
-    }
-    for (const Summary& each : table) {
-        lines.push_back(each.Cells());
-    }
-    return lines;
-}
-
 } // namespace
 
 void Summary::Add(const Row& row) {
@@ -153,49 +142,19 @@ void AddRow(std::vector<Summary>& table, const Row& row) {
 }
 
 std::string FormatTable(const std::vector<Summary>& table) {
-    std::vector<Line> lines = Lines(table);
-    std::array<std::size_t, kColumns.size()> widths{};
-    for (const Line& line : lines) {
-        for (std::size_t column = 0; column < widths.size(); ++column) {
-            widths[column] = std::max(widths[column], line[column].size());
-        }
+    std::string text = "|";
+    std::string rule = "|";
+    for (const Column& column : kColumns) {
+        text += std::string(" ") + column.title + " |";
+        rule += column.right ? "---:|" : "---|";
     }
-    Line rule;
-    for (const std::size_t width : widths) {
-        rule.emplace_back(width, '-');
-    }
-    lines.insert(lines.begin() + 1, rule);
-    std::string text;
-    for (const Line& line : lines) {
-        for (std::size_t column = 0; column < widths.size(); ++column) {
-            const std::string padding(widths[column] - line[column].size(), ' ');
-            text += column == 0 ? "" : "  ";
-            text += kColumns[column].right ? padding + line[column] : line[column] + padding;
-        }
-        text.erase(text.find_last_not_of(' ') + 1);
-        text += '\n';
-    }
-    return text;
-}
-
-std::string FormatMarkdown(const std::vector<Summary>& table) {
-    const auto join = [](const Line& line) {
-        std::string text = "|";
-        for (const std::string& cell : line) {
+    text += "\n" + rule + "\n";
+    for (const Summary& each : table) {
+        text += "|";
+        for (const std::string& cell : each.Cells()) {
             text += cell.empty() ? " |" : " " + cell + " |";
         }
-        return text + "\n";
-    };
-    std::string text;
-    for (const Line& line : Lines(table)) {
-        text += join(line);
-        if (text.find('\n') == text.size() - 1) {
-            text += "|";
-            for (const Column& column : kColumns) {
-                text += column.right ? "---:|" : "---|";
-            }
-            text += "\n";
-        }
+        text += "\n";
     }
     return text;
 }

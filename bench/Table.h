@@ -34,9 +34,7 @@ private:
 /// Adds the row to its line, or a new line at the end.
 void AddRow(std::vector<Summary>& table, const Row& row);
 
-/// Aligned columns for a terminal.
+/// In Markdown.
 std::string FormatTable(const std::vector<Summary>& table);
-/// The same as a Markdown table.
-std::string FormatMarkdown(const std::vector<Summary>& table);
 
 } // namespace bench

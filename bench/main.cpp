@@ -5,10 +5,12 @@
 #include "workbench/process/ChildProcess.h"
 #include "workbench/process/OwnProgram.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -35,11 +37,7 @@ constexpr Part kParts[] = {
     {"module", "size and imports of the module", &bench::MeasureModule},
 };
 
-constexpr int kMostRuns = 99;
-
 struct Options {
-    bool help = false;
-    bool markdown = false;
     int runs = 0; // 0: three, or one of the quick ones
     bench::Effort effort;
     std::string only;    // one part, in the process that prints the table
@@ -48,52 +46,25 @@ struct Options {
     std::string receive; // this process is the receiver, with that shared memory
 };
 
-/// @return false for an argument that is none of ours.
-bool ReadOptions(int count, char** arguments, Options& options) {
-    for (int each = 1; each < count; ++each) {
-        const std::string argument = arguments[each];
-        const std::string value = each + 1 < count ? arguments[each + 1] : "";
-        if (argument == "--help") {
-            options.help = true;
-        } else if (argument == "--quick") {
-            options.effort.quick = true;
-        } else if (argument == "--markdown") {
-            options.markdown = true;
-        } else if (argument == "--runs" && std::atoi(value.c_str()) > 0) {
-            options.runs = std::min(std::atoi(value.c_str()), kMostRuns);
-            ++each;
-        } else if (std::string* const target = argument == "--only"      ? &options.only
-                                               : argument == "--part"    ? &options.part
-                                               : argument == "--sample"  ? &options.sample
-                                               : argument == "--receive" ? &options.receive
-                                                                         : nullptr;
-                   target != nullptr && !value.empty()) {
-            *target = value;
-            ++each;
-        } else {
-            return false;
-        }
-    }
-    return true;
-}
-
-void PrintHelp() {
-    std::puts("usage: bench [--quick] [--only PART] [--runs N] [--markdown]\n"
-              "Measures the add-in against floors and peers in the same run and prints a table: the median of the\n"
-              "runs' medians, and the lowest and highest run. Without --runs three runs, with --quick one, whose\n"
-              "spread is that of its samples. --markdown prints the table for docs/performance.md. Parts:");
+void Describe(CLI::App& app, Options& options) {
+    std::vector<std::string> parts;
+    std::string list = "Parts:\n";
     for (const Part& part : kParts) {
-        std::printf("  %-10s %s\n", part.name, part.help);
+        parts.emplace_back(part.name);
+        list += std::string("  ") + part.name + ": " + part.help + "\n";
     }
-}
-
-const Part* FindPart(const std::string& name) {
-    for (const Part& part : kParts) {
-        if (name == part.name) {
-            return &part;
-        }
-    }
-    return nullptr;
+    const CLI::IsMember known(parts);
+    app.description("Measures the add-in against floors and peers in the same run and prints a table in Markdown: the "
+                    "median of the runs' medians, and the lowest and highest run; of a single run the spread is that "
+                    "of its samples.");
+    app.footer(list);
+    app.add_flag("--quick", options.effort.quick, "fewer samples");
+    app.add_option("--only", options.only, "one part")->check(known);
+    app.add_option("--runs", options.runs, "without it three, with --quick one")->check(CLI::Range(1, 99));
+    // For the program's own processes.
+    app.add_option("--part", options.part)->check(known)->group("");
+    app.add_option("--sample", options.sample)->group("");
+    app.add_option("--receive", options.receive)->group("");
 }
 
 /// @return false when the part has failed; it has said why.
@@ -126,8 +97,7 @@ int RunAll(const Options& options) {
             }
         }
     }
-    const std::string text = options.markdown ? bench::FormatMarkdown(table) : bench::FormatTable(table);
-    std::printf("\n%s", text.c_str());
+    std::printf("\n%s", bench::FormatTable(table).c_str());
     std::fflush(stdout);
     if (!failed.empty()) {
         std::fprintf(stderr, "failed:%s\n", failed.c_str());
@@ -145,7 +115,8 @@ int Run(const Options& options) {
     if (options.part.empty()) {
         return RunAll(options);
     }
-    FindPart(options.part)->measure(options.effort);
+    const auto named = [&](const Part& part) { return part.name == options.part; };
+    std::find_if(std::begin(kParts), std::end(kParts), named)->measure(options.effort);
     return 0;
 }
 
@@ -153,12 +124,9 @@ int Run(const Options& options) {
 
 int main(int count, char** arguments) {
     Options options;
-    const bool understood = ReadOptions(count, arguments, options);
-    const std::string& part = options.part.empty() ? options.only : options.part;
-    if (!understood || options.help || (!part.empty() && FindPart(part) == nullptr)) {
-        PrintHelp();
-        return options.help ? 0 : 2;
-    }
+    CLI::App app("", "bench");
+    Describe(app, options);
+    CLI11_PARSE(app, count, arguments);
     try {
         return Run(options);
     } catch (const std::exception& error) {

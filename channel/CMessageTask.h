@@ -1,8 +1,8 @@
 #pragma once
 
+#include "channel/Callbacks.h"
 #include "channel/IProcessMessage.h"
 #include "channel/Segments.h"
-#include "channel/uisdk_protocol.h"
 #include "support/MC_Critical_Section.h"
 
 #include <windows.h>

@@ -1,7 +1,14 @@
 #pragma once
 
-#include "channel/CMessageTask.h"
-#include "channel/CWindowChannel.h"
+#include "channel/Callbacks.h"
+#include "support/MC_Critical_Section.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+class CMessageTask;
+class CWindowChannel;
 
 /// The channel's process-wide state. Nothing here is destroyed at process exit: the channel's threads may still use it
 /// then.

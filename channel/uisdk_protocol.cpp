@@ -1,5 +1,7 @@
 #include "channel/uisdk_protocol.h"
 
+#include "channel/CMessageTask.h"
+#include "channel/CWindowChannel.h"
 #include "channel/ChannelGlobals.h"
 
 #include <windows.h>

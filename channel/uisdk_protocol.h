@@ -1,16 +1,13 @@
 #pragma once
 
+#include "channel/Callbacks.h"
+
 #include <cstdint>
 
 /// The channel's interface inside the module: it carries opaque text messages between the hidden windows of the add-in
 /// and of the meeting client. Texts are zero-terminated UTF-8. One thread calls `uisdk_protocol_start` and
 /// `uisdk_protocol_stop`. Any thread may call the two send functions, but only one thread at a time. No function
 /// throws.
-
-/// Called on the channel's thread once per tick, with the received text or with an empty text when none has arrived.
-using UisdkReceiveCallback = void (*)(const char* text);
-/// Called on any thread of the channel or of its caller with one log text.
-using UisdkLogCallback = void (*)(const char* text);
 
 /// Starts the channel. @return 0 when started or already running (the first callbacks stay), 1 when a callback is
 /// null, -1 when it could not be created.

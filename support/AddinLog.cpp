@@ -1,7 +1,7 @@
 #include "support/AddinLog.h"
 
 #include "support/LoggerRegistry.h"
-#include "support/LogOne.h"
+#include "support/LogOneApi.h"
 #include "support/Text.h"
 #include "support/UniqueResource.h"
 
@@ -9,7 +9,6 @@
 #include <shlobj.h>
 #include <shlwapi.h>
 
-#include <atomic>
 #include <cwchar>
 
 namespace {
@@ -21,10 +20,6 @@ constexpr int32_t kBackupCount = 2;
 // Deliberate: debug lines are dropped, and with them the channel's own log, which has lines for each window message and
 // each segment and would push everything else out of the file.
 constexpr int32_t kThreshold = 2;
-constexpr int32_t kNoLevel = INT32_MIN;
-
-std::atomic<uint32_t> g_logId{0};
-std::atomic<int32_t> g_threshold{kNoLevel};
 
 struct ItemListTraits {
     using Value = PIDLIST_ABSOLUTE;
@@ -52,17 +47,11 @@ uint32_t OpenLog(const wchar_t* path) {
 } // namespace
 
 uint32_t AddinLogId() noexcept {
-    return g_logId.load(std::memory_order_acquire);
+    return g_addinLogger.id.load(std::memory_order_acquire);
 }
 
 int32_t AddinLogThreshold() noexcept {
-    return g_threshold.load(std::memory_order_relaxed);
-}
-
-void NoteLogThreshold(uint32_t id, int32_t threshold) noexcept {
-    if (id == AddinLogId()) {
-        g_threshold.store(threshold, std::memory_order_relaxed);
-    }
+    return g_addinLogger.threshold.load(std::memory_order_relaxed);
 }
 
 void OpenAddinLogUnder(const wchar_t* folder) noexcept {
@@ -76,8 +65,8 @@ void OpenAddinLogUnder(const wchar_t* folder) noexcept {
     }
     try {
         const uint32_t id = OpenLog(path);
-        g_threshold.store(id != 0 ? kThreshold : kNoLevel, std::memory_order_relaxed);
-        g_logId.store(id, std::memory_order_release);
+        g_addinLogger.threshold = id != 0 ? kThreshold : AddinLogger::kNoLevel;
+        g_addinLogger.id = id;
     } catch (...) {
         // The add-in runs without a log.
     }
@@ -93,8 +82,8 @@ void OpenAddinLog() noexcept {
 }
 
 void CloseAddinLog() noexcept {
-    g_threshold.store(kNoLevel, std::memory_order_relaxed);
-    const uint32_t id = g_logId.exchange(0, std::memory_order_acq_rel);
+    g_addinLogger.threshold = AddinLogger::kNoLevel;
+    const uint32_t id = g_addinLogger.id.exchange(0);
     if (LoggingAlive() && LoggersAtRest()) {
         LogOneClose(id);
     }

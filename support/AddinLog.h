@@ -23,6 +23,3 @@ uint32_t AddinLogId() noexcept;
 /// @return the highest level that the add-in's log writes, less than every level when none is open. Costs one atomic
 ///   read. Any thread.
 int32_t AddinLogThreshold() noexcept;
-
-/// Tells the front that a logger has a new threshold. Under the API lock.
-void NoteLogThreshold(uint32_t id, int32_t threshold) noexcept;

@@ -1,7 +1,7 @@
 #include "support/LogLine.h"
 
 #include "support/AddinLog.h"
-#include "support/LogOne.h"
+#include "support/LogOneApi.h"
 
 #include <windows.h>
 #include <shlwapi.h>

@@ -1,7 +1,5 @@
 #include "support/LoggerRegistry.h"
 
-#include <atomic>
-
 namespace {
 
 std::atomic<bool> g_alive{false}; // Needs no construction: readable before and after everything below.
@@ -12,6 +10,8 @@ MC_Critical_Section g_registryLock(true);
 LoggerRegistry g_registry;
 
 } // namespace
+
+constinit AddinLogger g_addinLogger;
 
 MC_Critical_Section& RegistryLock() noexcept {
     return g_registryLock;

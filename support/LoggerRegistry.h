@@ -3,6 +3,7 @@
 #include "support/LogOne.h"
 #include "support/MC_Critical_Section.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -55,3 +56,11 @@ private:
 };
 
 LoggerRegistry& Registry() noexcept;
+
+/// The add-in's own logger. Its threshold stands apart, so that a dropped statement costs one atomic read.
+struct AddinLogger {
+    static constexpr int32_t kNoLevel = INT32_MIN;
+    std::atomic<uint32_t> id{0}; // 0: not open
+    std::atomic<int32_t> threshold{kNoLevel};
+};
+extern AddinLogger g_addinLogger;

@@ -1,7 +1,9 @@
 #include "Outlook/Business/Meeting.h"
 
 #include "Outlook/Business/MeetingJson.h"
+#include "channel/CMessageTask.h"
 #include "channel/ChannelGlobals.h"
+#include "channel/uisdk_protocol.h"
 #include "support/LogLine.h"
 #include "support/Text.h"
 

@@ -6,39 +6,22 @@ namespace Outlook {
 namespace {
 
 // Each interface has members of its own: the same name can have another id on another interface.
-namespace ApplicationMembers {
-Member session{L"Session"}, version{L"Version"}, activeExplorer{L"ActiveExplorer"}, explorers{L"Explorers"},
-    inspectors{L"Inspectors"}, languageSettings{L"LanguageSettings"}, createItem{L"CreateItem"};
-}
-namespace LanguageMembers {
-Member languageId{L"LanguageID"};
-}
-namespace SessionMembers {
-Member folders{L"Folders"}, getItemFromId{L"GetItemFromID"};
-}
-namespace FoldersMembers {
-Member count{L"Count"}, item{L"Item"};
-}
-namespace FolderMembers {
-Member storeId{L"StoreID"};
-}
-namespace InspectorMembers {
-Member currentItem{L"CurrentItem"}, close{L"Close"};
-}
-namespace AppointmentMembers {
-Member subject{L"Subject"}, location{L"Location"}, body{L"Body"}, entryId{L"EntryID"}, startUtc{L"StartUTC"},
-    endUtc{L"EndUTC"}, meetingStatus{L"MeetingStatus"}, saved{L"Saved"}, formDescription{L"FormDescription"},
-    getInspector{L"GetInspector"}, remove{L"Delete"}, display{L"Display"};
-}
-namespace FormMembers {
-Member comment{L"Comment"};
-}
-namespace ControlMembers {
-Member id{L"Id"}, context{L"Context"};
-}
-namespace RibbonMembers {
-Member invalidateControl{L"InvalidateControl"};
-}
+Member applicationSession{L"Session"}, applicationVersion{L"Version"}, applicationActiveExplorer{L"ActiveExplorer"},
+    applicationExplorers{L"Explorers"}, applicationInspectors{L"Inspectors"},
+    applicationLanguageSettings{L"LanguageSettings"}, applicationCreateItem{L"CreateItem"};
+Member languageLanguageId{L"LanguageID"};
+Member sessionFolders{L"Folders"}, sessionGetItemFromId{L"GetItemFromID"};
+Member foldersCount{L"Count"}, foldersItem{L"Item"};
+Member folderStoreId{L"StoreID"};
+Member inspectorCurrentItem{L"CurrentItem"}, inspectorClose{L"Close"};
+Member appointmentSubject{L"Subject"}, appointmentLocation{L"Location"}, appointmentBody{L"Body"},
+    appointmentEntryId{L"EntryID"}, appointmentStartUtc{L"StartUTC"}, appointmentEndUtc{L"EndUTC"},
+    appointmentMeetingStatus{L"MeetingStatus"}, appointmentSaved{L"Saved"},
+    appointmentFormDescription{L"FormDescription"}, appointmentGetInspector{L"GetInspector"},
+    appointmentRemove{L"Delete"}, appointmentDisplay{L"Display"};
+Member formComment{L"Comment"};
+Member ribbonControlId{L"Id"}, ribbonControlContext{L"Context"};
+Member ribbonInvalidateControl{L"InvalidateControl"};
 
 VARIANT Text(const _bstr_t& text) {
     VARIANT value = {};
@@ -132,6 +115,14 @@ HRESULT GetDateProperty(IDispatch* object, Member& member, DATE& date) {
     return status;
 }
 
+template <class Interface>
+HRESULT CallForObject(IDispatch* object, Member& member, Interface& value,
+                      std::initializer_list<VARIANT> arguments = {}) {
+    _variant_t result;
+    const HRESULT status = CallMethod(object, member, result, arguments);
+    return TakeObject(status, result, value);
+}
+
 HRESULT CallWithoutResult(IDispatch* object, Member& member, std::initializer_list<VARIANT> arguments = {}) {
     _variant_t ignored;
     return CallMethod(object, member, ignored, arguments);
@@ -140,168 +131,160 @@ HRESULT CallWithoutResult(IDispatch* object, Member& member, std::initializer_li
 } // namespace
 
 HRESULT GetSession(_Application* application, _NameSpacePtr& session) {
-    return GetObjectProperty(application, ApplicationMembers::session, session);
+    return GetObjectProperty(application, applicationSession, session);
 }
 
 HRESULT GetVersion(_Application* application, _bstr_t& version) {
-    return GetTextProperty(application, ApplicationMembers::version, version);
+    return GetTextProperty(application, applicationVersion, version);
 }
 
 HRESULT ActiveExplorer(_Application* application, _ExplorerPtr& explorer) {
-    _variant_t result;
-    const HRESULT status = CallMethod(application, ApplicationMembers::activeExplorer, result);
-    return TakeObject(status, result, explorer);
+    return CallForObject(application, applicationActiveExplorer, explorer);
 }
 
 HRESULT GetExplorers(_Application* application, _ExplorersPtr& explorers) {
-    return GetObjectProperty(application, ApplicationMembers::explorers, explorers);
+    return GetObjectProperty(application, applicationExplorers, explorers);
 }
 
 HRESULT GetInspectors(_Application* application, _InspectorsPtr& inspectors) {
-    return GetObjectProperty(application, ApplicationMembers::inspectors, inspectors);
+    return GetObjectProperty(application, applicationInspectors, inspectors);
 }
 
 HRESULT GetLanguageSettings(_Application* application, LanguageSettingsPtr& settings) {
-    return GetObjectProperty(application, ApplicationMembers::languageSettings, settings);
+    return GetObjectProperty(application, applicationLanguageSettings, settings);
 }
 
 HRESULT CreateItem(_Application* application, OlItemType type, IDispatchPtr& item) {
-    _variant_t result;
-    const HRESULT status = CallMethod(application, ApplicationMembers::createItem, result, {Number(type)});
-    return TakeObject(status, result, item);
+    return CallForObject(application, applicationCreateItem, item, {Number(type)});
 }
 
 HRESULT GetLanguageID(LanguageSettings* settings, MsoAppLanguageID which, long& language) {
     _variant_t result;
-    const HRESULT status = GetProperty(settings, LanguageMembers::languageId, result, {Number(which)});
+    const HRESULT status = GetProperty(settings, languageLanguageId, result, {Number(which)});
     return TakeNumber(status, result, language);
 }
 
 HRESULT GetFolders(_NameSpace* session, _FoldersPtr& folders) {
-    return GetObjectProperty(session, SessionMembers::folders, folders);
+    return GetObjectProperty(session, sessionFolders, folders);
 }
 
 HRESULT GetItemFromID(_NameSpace* session, const _bstr_t& entryId, const _bstr_t& storeId, IDispatchPtr& item) {
-    _variant_t result;
-    const HRESULT status = CallMethod(session, SessionMembers::getItemFromId, result, {Text(entryId), Text(storeId)});
-    return TakeObject(status, result, item);
+    return CallForObject(session, sessionGetItemFromId, item, {Text(entryId), Text(storeId)});
 }
 
 HRESULT GetCount(_Folders* folders, long& count) {
-    return GetNumberProperty(folders, FoldersMembers::count, count);
+    return GetNumberProperty(folders, foldersCount, count);
 }
 
 HRESULT GetItem(_Folders* folders, int index, MAPIFolderPtr& folder) {
-    _variant_t result;
-    const HRESULT status = CallMethod(folders, FoldersMembers::item, result, {Index(index)});
-    return TakeObject(status, result, folder);
+    return CallForObject(folders, foldersItem, folder, {Index(index)});
 }
 
 HRESULT GetStoreID(MAPIFolder* folder, _bstr_t& storeId) {
-    return GetTextProperty(folder, FolderMembers::storeId, storeId);
+    return GetTextProperty(folder, folderStoreId, storeId);
 }
 
 HRESULT GetCurrentItem(_Inspector* inspector, IDispatchPtr& item) {
-    return GetObjectProperty(inspector, InspectorMembers::currentItem, item);
+    return GetObjectProperty(inspector, inspectorCurrentItem, item);
 }
 
 HRESULT Close(_Inspector* inspector, OlInspectorClose mode) {
-    return CallWithoutResult(inspector, InspectorMembers::close, {Number(mode)});
+    return CallWithoutResult(inspector, inspectorClose, {Number(mode)});
 }
 
 HRESULT GetSubject(_AppointmentItem* item, _bstr_t& subject) {
-    return GetTextProperty(item, AppointmentMembers::subject, subject);
+    return GetTextProperty(item, appointmentSubject, subject);
 }
 
 HRESULT GetLocation(_AppointmentItem* item, _bstr_t& location) {
-    return GetTextProperty(item, AppointmentMembers::location, location);
+    return GetTextProperty(item, appointmentLocation, location);
 }
 
 HRESULT GetBody(_AppointmentItem* item, _bstr_t& body) {
-    return GetTextProperty(item, AppointmentMembers::body, body);
+    return GetTextProperty(item, appointmentBody, body);
 }
 
 HRESULT GetEntryID(_AppointmentItem* item, _bstr_t& entryId) {
-    return GetTextProperty(item, AppointmentMembers::entryId, entryId);
+    return GetTextProperty(item, appointmentEntryId, entryId);
 }
 
 HRESULT GetStartUTC(_AppointmentItem* item, DATE& start) {
-    return GetDateProperty(item, AppointmentMembers::startUtc, start);
+    return GetDateProperty(item, appointmentStartUtc, start);
 }
 
 HRESULT GetEndUTC(_AppointmentItem* item, DATE& end) {
-    return GetDateProperty(item, AppointmentMembers::endUtc, end);
+    return GetDateProperty(item, appointmentEndUtc, end);
 }
 
 HRESULT GetMeetingStatus(_AppointmentItem* item, long& status) {
-    return GetNumberProperty(item, AppointmentMembers::meetingStatus, status);
+    return GetNumberProperty(item, appointmentMeetingStatus, status);
 }
 
 HRESULT GetSaved(_AppointmentItem* item, bool& saved) {
     _variant_t result;
-    const HRESULT status = Convert(GetProperty(item, AppointmentMembers::saved, result), result, VT_BOOL);
+    const HRESULT status = Convert(GetProperty(item, appointmentSaved, result), result, VT_BOOL);
     saved = SUCCEEDED(status) && result.boolVal != VARIANT_FALSE;
     return status;
 }
 
 HRESULT GetFormDescription(_AppointmentItem* item, FormDescriptionPtr& form) {
-    return GetObjectProperty(item, AppointmentMembers::formDescription, form);
+    return GetObjectProperty(item, appointmentFormDescription, form);
 }
 
 HRESULT GetInspector(_AppointmentItem* item, _InspectorPtr& inspector) {
-    return GetObjectProperty(item, AppointmentMembers::getInspector, inspector);
+    return GetObjectProperty(item, appointmentGetInspector, inspector);
 }
 
 HRESULT PutSubject(_AppointmentItem* item, const _bstr_t& subject) {
-    return PutProperty(item, AppointmentMembers::subject, Text(subject));
+    return PutProperty(item, appointmentSubject, Text(subject));
 }
 
 HRESULT PutLocation(_AppointmentItem* item, const _bstr_t& location) {
-    return PutProperty(item, AppointmentMembers::location, Text(location));
+    return PutProperty(item, appointmentLocation, Text(location));
 }
 
 HRESULT PutBody(_AppointmentItem* item, const _bstr_t& body) {
-    return PutProperty(item, AppointmentMembers::body, Text(body));
+    return PutProperty(item, appointmentBody, Text(body));
 }
 
 HRESULT PutStartUTC(_AppointmentItem* item, DATE start) {
-    return PutProperty(item, AppointmentMembers::startUtc, Date(start));
+    return PutProperty(item, appointmentStartUtc, Date(start));
 }
 
 HRESULT PutEndUTC(_AppointmentItem* item, DATE end) {
-    return PutProperty(item, AppointmentMembers::endUtc, Date(end));
+    return PutProperty(item, appointmentEndUtc, Date(end));
 }
 
 HRESULT PutMeetingStatus(_AppointmentItem* item, OlMeetingStatus status) {
-    return PutProperty(item, AppointmentMembers::meetingStatus, Number(status));
+    return PutProperty(item, appointmentMeetingStatus, Number(status));
 }
 
 HRESULT Delete(_AppointmentItem* item) {
-    return CallWithoutResult(item, AppointmentMembers::remove);
+    return CallWithoutResult(item, appointmentRemove);
 }
 
 HRESULT Display(_AppointmentItem* item) {
-    return CallWithoutResult(item, AppointmentMembers::display, {Omitted()});
+    return CallWithoutResult(item, appointmentDisplay, {Omitted()});
 }
 
 HRESULT GetComment(FormDescription* form, _bstr_t& comment) {
-    return GetTextProperty(form, FormMembers::comment, comment);
+    return GetTextProperty(form, formComment, comment);
 }
 
 HRESULT PutComment(FormDescription* form, const _bstr_t& comment) {
-    return PutProperty(form, FormMembers::comment, Text(comment));
+    return PutProperty(form, formComment, Text(comment));
 }
 
 HRESULT GetId(IRibbonControl* control, _bstr_t& id) {
-    return GetTextProperty(control, ControlMembers::id, id);
+    return GetTextProperty(control, ribbonControlId, id);
 }
 
 HRESULT GetContext(IRibbonControl* control, IDispatchPtr& context) {
-    return GetObjectProperty(control, ControlMembers::context, context);
+    return GetObjectProperty(control, ribbonControlContext, context);
 }
 
 HRESULT InvalidateControl(IRibbonUI* ribbon, const _bstr_t& controlId) {
-    return CallWithoutResult(ribbon, RibbonMembers::invalidateControl, {Text(controlId)});
+    return CallWithoutResult(ribbon, ribbonInvalidateControl, {Text(controlId)});
 }
 
 } // namespace Outlook

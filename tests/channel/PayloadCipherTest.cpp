@@ -3,12 +3,10 @@
 #include "channel/Base64.h"
 
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
 
 #include <algorithm>
 #include <memory>
 #include <numeric>
-#include <random>
 #include <vector>
 
 namespace {
@@ -34,65 +32,6 @@ Vector TestVector() {
     Vector vector;
     std::iota(vector.begin(), vector.end(), static_cast<std::uint8_t>(0x31));
     return vector;
-}
-
-/// An output buffer whose neighbours are watched, filled with junk.
-class Output {
-public:
-    explicit Output(std::size_t size) : size_(size), bytes_(size + 2 * kGuard, kJunk) {}
-
-    char* Data() { return bytes_.data() + kGuard; }
-    std::string_view View() { return {Data(), size_}; }
-    std::string_view Text() { return View().substr(0, View().find('\0')); }
-    bool IsUntouched() { return View().find_first_not_of(kJunk) == std::string_view::npos; }
-    bool IsZero() { return View().find_first_not_of('\0') == std::string_view::npos; }
-    bool AreNeighboursIntact() {
-        const auto isJunk = [](char byte) { return byte == kJunk; };
-        return std::all_of(bytes_.begin(), bytes_.begin() + kGuard, isJunk) &&
-               std::all_of(bytes_.end() - kGuard, bytes_.end(), isJunk);
-    }
-
-private:
-    static constexpr std::ptrdiff_t kGuard = 64;
-    static constexpr char kJunk = '\x5A';
-    std::size_t size_;
-    std::vector<char> bytes_;
-};
-
-std::string RandomBytes(std::mt19937& random, std::size_t length) {
-    std::string bytes(length, '\0');
-    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random() & 0xFF); });
-    return bytes;
-}
-
-/// Decodes a copy of exactly the text's size, so that a sanitizer reports a read beyond it.
-std::string DecodeExact(std::string_view text) {
-    const std::unique_ptr<char[]> exact(new char[text.size()]);
-    std::copy(text.begin(), text.end(), exact.get());
-    return Base64::DecodeToString({exact.get(), text.size()});
-}
-
-TEST(Base64, AgreesWithLibcryptoBothWays) {
-    std::mt19937 random(20220901);
-    for (std::size_t length = 0; length < 200; ++length) {
-        SCOPED_TRACE(length);
-        const std::string bytes = RandomBytes(random, length);
-        std::string expected(Base64::EncodedLength(length) + 1, '\0');
-        const int written =
-            EVP_EncodeBlock(reinterpret_cast<unsigned char*>(expected.data()),
-                            reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(length));
-        ASSERT_EQ(static_cast<std::size_t>(written), Base64::EncodedLength(length));
-        expected.resize(static_cast<std::size_t>(written));
-        EXPECT_EQ(Base64::Encode(bytes), expected);
-        EXPECT_EQ(DecodeExact(expected), bytes);
-
-        // Any group of four characters of the alphabet, not only those that an encoder writes.
-        std::string text = Base64::Encode(RandomBytes(random, length * 3));
-        std::string peer(text.size() / 4 * 3, '\0');
-        EVP_DecodeBlock(reinterpret_cast<unsigned char*>(peer.data()),
-                        reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
-        EXPECT_EQ(DecodeExact(text), peer);
-    }
 }
 
 TEST(Base64, TakesOddButPermittedTexts) {
@@ -122,43 +61,7 @@ TEST(Base64, TakesOddButPermittedTexts) {
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.text);
-        EXPECT_EQ(DecodeExact(test.text), test.bytes);
-    }
-}
-
-TEST(Base64, WholeGroupsAndOddCharactersMayAlternate) {
-    const std::string bytes = "these bytes fill ten groups...";
-    const std::string text = Base64::Encode(bytes);
-    for (std::size_t place = 0; place <= text.size(); ++place) {
-        SCOPED_TRACE(place);
-        std::string odd = text;
-        odd.insert(place, "\r\n");
-        EXPECT_EQ(DecodeExact(odd), bytes);
-        odd.insert(place, "!");
-        EXPECT_EQ(DecodeExact(odd), "");
-        // A padded group in between leaves the rest where it was.
-        const std::size_t group = place / 4 * 4;
-        odd = text;
-        odd.insert(group, "YQ==");
-        EXPECT_EQ(DecodeExact(odd), bytes.substr(0, group / 4 * 3) + "a" + bytes.substr(group / 4 * 3));
-    }
-}
-
-TEST(Base64, RefusesEveryOtherCharacterInEveryPlace) {
-    constexpr std::string_view kPermitted = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/-_=\r\n";
-    for (int code = 0; code < 256; ++code) {
-        const char character = static_cast<char>(code);
-        const bool permitted = kPermitted.find(character) != std::string_view::npos;
-        for (std::size_t place = 0; place < 8; ++place) {
-            std::string text = "YWJjYWJj";
-            text[place] = character;
-            const bool skipped = character == '\r' || character == '\n';
-            EXPECT_EQ(DecodeExact(text).size(), !permitted                      ? 0u
-                                                : skipped                       ? 5u
-                                                : place % 4 == 3 && code == '=' ? 5u
-                                                                                : 6u)
-                << "code " << code << " at " << place;
-        }
+        EXPECT_EQ(Base64::DecodeToString(test.text), test.bytes);
     }
 }
 
@@ -171,6 +74,7 @@ TEST(Base64, LengthsThatDoNotFitAreNone) {
     EXPECT_EQ(Base64::Encode(std::span(&byte, kMost)), "") << "refused before a byte is read";
 }
 
+/// What a text becomes, and what a hostile text does, is the fuzz target's part.
 class Cipher : public testing::Test {
 protected:
     Cipher() { cipher_.SetKey(TestKey(), TestVector()); }
@@ -195,100 +99,26 @@ TEST(CipherVectors, MatchTheStandardForAes256InCbcMode) {
     ASSERT_EQ(whole.size(), 80u);
     EXPECT_EQ(whole.substr(0, 64), expected);
 
-    Output output(200);
-    ASSERT_EQ(cipher.Decrypt(Base64::Encode(expected), output.Data(), 200), PayloadCipher::kSuccess);
-    EXPECT_EQ(output.View(), plain + std::string(200 - 64, '\0'));
-}
-
-/// libcrypto's other interface, without padding of its own.
-std::string EvpCbc(const std::string& input, bool encrypt) {
-    const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(EVP_CIPHER_CTX_new(),
-                                                                                  &EVP_CIPHER_CTX_free);
-    const Key key = TestKey();
-    const Vector vector = TestVector();
-    std::string output(input.size() + 16, '\0');
-    int written = 0;
-    EXPECT_TRUE(EVP_CipherInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, key.data(), vector.data(), encrypt));
-    EVP_CIPHER_CTX_set_padding(context.get(), 0);
-    EXPECT_TRUE(EVP_CipherUpdate(context.get(), reinterpret_cast<unsigned char*>(output.data()), &written,
-                                 reinterpret_cast<const unsigned char*>(input.data()), static_cast<int>(input.size())));
-    output.resize(static_cast<std::size_t>(written));
-    return output;
-}
-
-TEST_F(Cipher, AgreesWithAPeerAndFitsItsBuffersAtEveryLength) {
-    std::mt19937 random(20220901);
-    for (std::size_t length = 0; length <= 100; ++length) {
-        SCOPED_TRACE(length);
-        std::string text(length, '\0');
-        std::generate(text.begin(), text.end(), [&] { return static_cast<char>(random() % 255 + 1); });
-        const std::size_t size = PayloadCipher::EncodedSize(length);
-
-        Output tooSmall(size - 1);
-        EXPECT_EQ(cipher_.Encrypt(text, tooSmall.Data(), size - 1), PayloadCipher::kFailure);
-        EXPECT_TRUE(tooSmall.IsUntouched() && tooSmall.AreNeighboursIntact());
-
-        Output encoded(size);
-        ASSERT_EQ(cipher_.Encrypt(text, encoded.Data(), size), PayloadCipher::kSuccess);
-        EXPECT_TRUE(encoded.AreNeighboursIntact());
-        EXPECT_EQ(encoded.Text().size(), size - 1) << "the size asked for is the size needed";
-        EXPECT_EQ(cipher_.EncryptToString(text), encoded.Text());
-        std::string padded = text;
-        padded.resize(PayloadCipher::PaddedSize(length));
-        EXPECT_EQ(Base64::DecodeToString(encoded.Text()), EvpCbc(padded, true));
-
-        Output refused(size - 2);
-        EXPECT_EQ(cipher_.Decrypt(encoded.Text(), refused.Data(), size - 2), PayloadCipher::kFailure);
-        EXPECT_TRUE(refused.IsUntouched() && refused.AreNeighboursIntact());
-
-        Output plain(size - 1);
-        ASSERT_EQ(cipher_.Decrypt(encoded.Text(), plain.Data(), size - 1), PayloadCipher::kSuccess);
-        EXPECT_TRUE(plain.AreNeighboursIntact());
-        EXPECT_EQ(plain.View(), text + std::string(size - 1 - length, '\0'));
-    }
+    std::string output(200, 'x');
+    ASSERT_EQ(cipher.Decrypt(Base64::Encode(expected), output.data(), 200), PayloadCipher::kSuccess);
+    EXPECT_EQ(output, plain + std::string(200 - 64, '\0'));
 }
 
 TEST_F(Cipher, SizesAreTheContractsAndNeverWrap) {
     constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max();
     static_assert(PayloadCipher::EncodedSize(0) == 25 && PayloadCipher::EncodedSize(15) == 25);
     static_assert(PayloadCipher::EncodedSize(16) == 45);
+    std::string output(64, 'x');
     for (const std::size_t length : {kMost, kMost - 15, kMost - 16, kMost / 2 + 1, kMost / 2}) {
         SCOPED_TRACE(length);
         const std::size_t size = PayloadCipher::EncodedSize(length);
         EXPECT_TRUE(size == 0 || size > length);
-        Output output(64);
         // The length is refused before a byte of the text is read.
-        EXPECT_EQ(cipher_.Encrypt({"x", length}, output.Data(), 64), PayloadCipher::kFailure);
-        EXPECT_TRUE(output.IsUntouched() && output.AreNeighboursIntact());
+        EXPECT_EQ(cipher_.Encrypt({"x", length}, output.data(), 64), PayloadCipher::kFailure);
     }
     EXPECT_EQ(cipher_.Encrypt("x", nullptr, 64), PayloadCipher::kFailure);
     EXPECT_EQ(cipher_.Decrypt("x", nullptr, 64), PayloadCipher::kFailure);
-    Output output(64);
-    EXPECT_EQ(cipher_.Encrypt("", output.Data(), 0), PayloadCipher::kFailure);
-    EXPECT_EQ(cipher_.Decrypt("", output.Data(), 0), PayloadCipher::kFailure);
-    EXPECT_TRUE(output.IsUntouched());
-}
-
-TEST_F(Cipher, HostileTextsLeaveAZeroOutput) {
-    const std::string valid = cipher_.EncryptToString("a text of two blocks");
-    std::vector<std::string> texts = {"", "=", "====", "\r\n", "YWJj", std::string(24, '='), std::string(64, '\r')};
-    texts.push_back(valid.substr(0, valid.size() - 4)); // not whole blocks
-    texts.push_back(valid + "AAAA");
-    texts.push_back(valid + "A");
-    texts.push_back("!" + valid);
-    texts.push_back(valid + std::string(1, '\0'));
-    for (const std::string& text : texts) {
-        SCOPED_TRACE(text);
-        Output output(text.size() + 1);
-        EXPECT_EQ(cipher_.Decrypt(text, output.Data(), text.size() + 1), PayloadCipher::kFailure);
-        EXPECT_TRUE(output.IsZero() && output.AreNeighboursIntact());
-    }
-    // Without its padding character, and over lines, it is the same ciphertext.
-    for (const std::string& text : {valid.substr(0, valid.find('=')), valid.substr(0, 5) + "\r\n" + valid.substr(5)}) {
-        Output output(text.size());
-        EXPECT_EQ(cipher_.Decrypt(text, output.Data(), text.size()), PayloadCipher::kSuccess);
-        EXPECT_EQ(output.Text(), "a text of two blocks");
-    }
+    EXPECT_EQ(output, std::string(64, 'x'));
 }
 
 TEST_F(Cipher, TextMayLieInItsOwnOutput) {

@@ -1,16 +1,19 @@
 #pragma once
 
+#include "support/UniqueResource.h"
+#include "workbench/wire/Envelope.h"
+#include "workbench/wire/Window.h"
+
 #include <windows.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 inline constexpr std::chrono::milliseconds kTestDeadline{10000};
@@ -58,26 +61,19 @@ struct WireMessage {
     HWND sender = nullptr;
     ULONG_PTR number = 0;
     DWORD bytes = 0;
-    std::string text; // without the terminator
-    bool terminated = false;
 };
 
-/// The meeting client's side of the channel: a real hidden window on a thread of its own, with its own idea of how
-/// messages are joined. The window exists, and its thread pumps, while the object lives.
+/// The meeting client's side of the channel: a window on a thread of its own. It takes part in the running test: what
+/// the add-in's side does against the wire format is a failure. The window exists while the object lives.
 class PeerWindow {
 public:
-    PeerWindow();
-    ~PeerWindow();
-    PeerWindow(const PeerWindow&) = delete;
-    PeerWindow& operator=(const PeerWindow&) = delete;
-
     Inbox<WireMessage>& Wire() { return wire_; }
     Inbox<std::string>& Messages() { return messages_; }
-    HWND Window() const { return window_; }
+    ~PeerWindow() { Wake(); }
 
     /// From its return to `Wake` the window takes no messages.
     void Hang();
-    void Wake();
+    void Wake() { ::SetEvent(awake_.Get()); }
 
     /// The add-in's window, waited for. Null when it does not come.
     static HWND FindServer();
@@ -89,16 +85,16 @@ public:
     static bool SendRaw(HWND server, ULONG_PTR number, const char* text, std::size_t bytes);
 
 private:
-    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    void Run();
     void Take(HWND sender, const COPYDATASTRUCT& data);
 
     Inbox<WireMessage> wire_;
     Inbox<std::string> messages_;
-    std::map<ULONG_PTR, std::string> parts_; // peer thread only
-    HANDLE ready_;                           // the window is made, or hangs as asked
-    HANDLE awake_;
-    HWND window_ = nullptr;
-    ULONG_PTR number_ = 40;
-    std::thread thread_;
+    wire::Joiner joiner_; // window's thread only
+    UniqueHandle hangs_{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+    UniqueHandle awake_{::CreateEventW(nullptr, TRUE, TRUE, nullptr)};
+    std::uint32_t number_ = 40;
+    wire::WindowThread window_{wire::kClientWindow, [this](HWND sender, const COPYDATASTRUCT& data) {
+                                   Take(sender, data);
+                                   return TRUE;
+                               }};
 };

@@ -1,15 +1,12 @@
 #include "tests/channel/ChannelFixture.h"
 
+#include "channel/CMessageTask.h"
 #include "channel/ChannelGlobals.h"
 #include "channel/uisdk_protocol.h"
-
-#include <cstdlib>
-#include <optional>
 
 namespace {
 
 using ::testing::Contains;
-using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 
 class Protocol : public ChannelFixture {
@@ -82,22 +79,6 @@ TEST_F(Protocol, CarriesMessagesInOrderBothWaysThroughRestarts) {
     }
 }
 
-TEST_F(Protocol, FollowsAClientThatVanishesAndComesBack) {
-    StartAndWait();
-    EXPECT_EQ(uisdk_protocol_send("nobody"), 2);
-    std::optional<PeerWindow> peer(std::in_place);
-    EXPECT_EQ(uisdk_protocol_send("first"), 0);
-    EXPECT_TRUE(peer->Messages().WaitForCount(1));
-    EXPECT_TRUE(g_messageTask->IsConnected());
-    peer.reset();
-    EXPECT_FALSE(g_messageTask->IsConnected());
-    EXPECT_EQ(uisdk_protocol_send("nobody"), 2);
-    EXPECT_EQ(uisdk_protocol_send_direct("nobody"), 2);
-    peer.emplace();
-    EXPECT_EQ(uisdk_protocol_send_direct("second"), 0);
-    EXPECT_THAT(peer->Messages().All(), ElementsAre("second"));
-}
-
 TEST_F(Protocol, StopSendsUpToFifteenWaitingMessages) {
     PeerWindow peer;
     StartAndWait();
@@ -121,20 +102,6 @@ TEST_F(Protocol, ThrowingCallbackDoesNotEndTheChannel) {
     EXPECT_TRUE(records_.received.WaitForCount(2));
     EXPECT_EQ(uisdk_protocol_send("out"), 0);
     EXPECT_TRUE(peer.Messages().WaitForCount(1));
-}
-
-// The add-in never stops its channel, so the process ends around running threads.
-TEST_F(Protocol, ProcessEndsAtAnyMomentWithTheChannelRunning) {
-    for (const int delay : {0, 1, 25}) {
-        SCOPED_TRACE(delay);
-        EXPECT_EXIT(
-            {
-                Start();
-                ::Sleep(static_cast<DWORD>(delay));
-                std::exit(7);
-            },
-            ::testing::ExitedWithCode(7), "");
-    }
 }
 
 } // namespace

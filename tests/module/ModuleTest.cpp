@@ -1,11 +1,9 @@
-#include <windows.h>
-#include <oleauto.h>
+#include "tests/fakes/AddInModule.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -13,26 +11,11 @@
 using testing::IsEmpty;
 using testing::UnorderedElementsAreArray;
 
-namespace {
-
-/// The built module: beside the running program or in a folder above it.
-std::wstring ModulePath() {
-    wchar_t program[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-    std::filesystem::path folder = std::filesystem::path(program).parent_path();
-    while (folder.has_relative_path() && !std::filesystem::exists(folder / L"OutlookAddIn.dll")) {
-        folder = folder.parent_path();
-    }
-    return (folder / L"OutlookAddIn.dll").wstring();
-}
-
-} // namespace
-
 /// The module as a file that the loader takes: its headers, tables and resources.
 class BuiltModule : public testing::Test {
 protected:
     void SetUp() override {
-        module_ = ::LoadLibraryW(ModulePath().c_str());
+        module_ = ::LoadLibraryW(AddInModulePath().c_str());
         ASSERT_NE(module_, nullptr) << "error " << ::GetLastError();
         base_ = reinterpret_cast<const std::byte*>(module_);
         const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base_);
@@ -102,36 +85,4 @@ TEST_F(BuiltModule, ImportsOnlyWhatEveryWindowsHas) {
         }
     }
     EXPECT_THAT(foreign, IsEmpty());
-}
-
-TEST_F(BuiltModule, CarriesItsVersionAndItsResources) {
-    const std::wstring path = ModulePath();
-    std::vector<std::byte> data(::GetFileVersionInfoSizeW(path.c_str(), nullptr));
-    ASSERT_TRUE(!data.empty() && ::GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(data.size()), data.data()));
-    void* found = nullptr;
-    UINT size = 0;
-    ASSERT_TRUE(::VerQueryValueW(data.data(), L"\\", &found, &size));
-    const auto* fixed = static_cast<const VS_FIXEDFILEINFO*>(found);
-    EXPECT_EQ(fixed->dwSignature, 0xFEEF04BDu);
-    EXPECT_EQ(fixed->dwFileType, DWORD{VFT_DLL});
-    EXPECT_NE(fixed->dwFileVersionMS | fixed->dwFileVersionLS, 0u);
-
-    struct Resource {
-        const wchar_t* type;
-        WORD first;
-        WORD last;
-        WORD step;
-    };
-    for (const Resource& each :
-         {Resource{L"XML", 103, 104, 1}, Resource{L"PNG", 401, 406, 1}, Resource{L"TYPELIB", 102, 102, 1},
-          Resource{RT_DIALOG, 501, 515, 2}, Resource{RT_GROUP_ICON, 101, 101, 1}}) {
-        for (WORD id = each.first; id <= each.last; id = static_cast<WORD>(id + each.step)) {
-            EXPECT_NE(::FindResourceW(module_, MAKEINTRESOURCEW(id), each.type), nullptr) << id;
-        }
-    }
-    ITypeLib* library = nullptr;
-    EXPECT_EQ(::LoadTypeLib((path + L"\\102").c_str(), &library), S_OK);
-    if (library != nullptr) {
-        library->Release();
-    }
 }

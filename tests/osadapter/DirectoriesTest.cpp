@@ -116,18 +116,4 @@ TEST(AdapterDirectories, CopyAtMost256BytesOfAName) {
     EXPECT_THAT(Scanned(folder.Utf8(""), WithoutDots).names, ElementsAre(narrow.substr(0, 256)));
 }
 
-TEST(AdapterDirectories, OfManyLevelsAreMadeListedAndTakenAway) {
-    const TempFolder folder;
-    std::vector<std::string> levels = {folder.Utf8("deep")};
-    while (levels.back().size() < 230) {
-        levels.push_back(levels.back() + "\\\xE5\xB1\x82");
-    }
-    ASSERT_EQ(KOSA_MkDir_P(levels.back().c_str(), 0), 0);
-    for (; levels.size() > 1; levels.pop_back()) {
-        const std::string& level = levels[levels.size() - 2];
-        ASSERT_THAT(Scanned(level, nullptr, KOSA_Alphasort).names, ElementsAre(".", "..", "\xE5\xB1\x82"));
-        ASSERT_EQ(KOSA_RmDir(levels.back().c_str()), 0);
-    }
-}
-
 } // namespace

@@ -1,5 +1,5 @@
 #include "support/AddinLog.h"
-#include "support/LogOne.h"
+#include "support/LogOneApi.h"
 #include "support/LoggerRegistry.h"
 #include "support/LogLine.h"
 #include "support/MC_Event.h"

@@ -1,4 +1,4 @@
-#include "support/LogOne.h"
+#include "support/LogOneApi.h"
 
 #include "support/FunctionTrace.h"
 #include "support/LogOneImpl.h"

@@ -1,6 +1,6 @@
 #include "support/ProcessLock.h"
 
-#include "support/LogOne.h"
+#include "support/LogOneApi.h"
 #include "support/MC_Event.h"
 #include "tests/support/TempFolder.h"
 

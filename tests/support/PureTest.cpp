@@ -1,4 +1,3 @@
-#include "support/LogPath.h"
 #include "support/OleTime.h"
 #include "support/Rotation.h"
 
@@ -62,38 +61,6 @@ TEST(RotationPlans, LeaveOutNamesThatDoNotFitTheirBuffers) {
     const std::string base(254, 'x');
     const RotationPlan plan = PlanRotation({base + ".txt"}, base + ".txt", *SplitLogName(base + ".txt"), 2);
     EXPECT_TRUE(plan.renames.empty()); // the copy's name would take 260 bytes
-}
-
-TEST(LogPaths, AreSplitAndResolved) {
-    const struct {
-        const char* path;
-        const char* current;
-        const char* directory;
-        const char* fileName;
-    } cases[] = {
-        {"C:/a/b/c.txt", "D:\\x", "C:\\a\\b", "c.txt"},
-        {"C:c.txt", "D:\\x", "", ""},
-        {"\\\\server\\share\\a/b.txt", "D:\\x", "\\\\server\\share\\a", "b.txt"},
-        {"a\\b.txt", "D:\\x", "D:\\x\\a", "b.txt"},
-        {"./a//../b/c.txt", "D:\\x\\", "D:\\x\\b", "c.txt"},
-        {"..\\..\\c.txt", "D:\\x\\y", "D:", "c.txt"},
-        {"..\\..\\..\\c.txt", "D:\\x\\y", "D:\\x\\y\\Log\\", "c.txt"},
-        {"..\\..\\c.txt", "\\\\server\\share\\x", "\\\\server\\share\\x\\Log\\", "c.txt"},
-        {"c.txt", "D:\\", "D:", "c.txt"},
-        {"", "D:\\x", "D:\\x", ""},
-    };
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.path);
-        const LogLocation location = SplitLogPath(test.path, test.current);
-        EXPECT_EQ(location.directory, test.directory);
-        EXPECT_EQ(location.fileName, test.fileName);
-    }
-}
-
-TEST(LogPaths, BeginToBeCreatedBehindTheServer) {
-    EXPECT_EQ(FirstCreatableLevel("C:\\a\\"), 0u);
-    EXPECT_EQ(FirstCreatableLevel("\\\\server\\share\\"), 9u);
-    EXPECT_EQ(FirstCreatableLevel("\\\\server"), 8u);
 }
 
 TEST(OleTime, RoundTripsAndRoundsHalvesAwayFromZero) {

@@ -119,36 +119,6 @@ TEST(WorkerThread, IsWaitedForInItsLastSteps) {
     }
 }
 
-TEST(Event, IsManualResetAndTimesOut) {
-    MC_Event event;
-    EXPECT_FALSE(event.Wait(0));
-    event.Set();
-    EXPECT_TRUE(event.Wait(0));
-    EXPECT_TRUE(event.Wait(0));
-    event.Reset();
-    EXPECT_FALSE(event.Wait(1));
-}
-
-TEST(CriticalSection, IsRecursiveAndExcludesOtherThreads) {
-    MC_Critical_Section lock(true);
-    int otherGotIt = 1;
-    {
-        const MC_Lock first(&lock);
-        const MC_Lock second(&lock);
-        TestThread other([&](TestThread&) { otherGotIt = lock.TryLock(); });
-        ASSERT_TRUE(other.Start());
-        EXPECT_TRUE(other.Stop(kPatience));
-    }
-    EXPECT_EQ(otherGotIt, 0);
-    TestThread other([&](TestThread&) {
-        otherGotIt = lock.TryLock();
-        lock.Unlock();
-    });
-    ASSERT_TRUE(other.Start());
-    EXPECT_TRUE(other.Stop(kPatience));
-    EXPECT_NE(otherGotIt, 0);
-}
-
 TEST(CriticalSection, NeverInitialisedLetsEveryoneThrough) {
     MC_Critical_Section lock(false);
     EXPECT_EQ(lock.TryLock(), 1);

@@ -1,57 +1,48 @@
 #include "workbench/client/Client.h"
 
 #include "workbench/client/Control.h"
-#include "workbench/client/Script.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace meeting_client {
+namespace {
+
+std::string OrderIn(const COPYDATASTRUCT& data) {
+    const std::string_view text(static_cast<const char*>(data.lpData), data.lpData ? data.cbData : 0);
+    return std::string(text.substr(0, text.find('\0')));
+}
+
+} // namespace
 
 Client::Client(const Options& options, Transcript& transcript)
     : options_(options),
       transcript_(transcript),
-      link_(transcript,
-            {[this](std::uint64_t count) { FireTriggers("copydata", count); },
-             [this](std::uint64_t count, const std::string& message) {
-                 OnMessage(message);
-                 FireTriggers("message", count);
-             }},
-            options.topLevel, options.firstNumber),
-      answerDelay_(options.answerDelay),
-      ignoring_(options.ignoreCommands) {
+      link_(
+          transcript, [this](const std::string& message) { OnMessage(message); }, options.firstNumber) {
     if (options.panel) {
         panel_ = std::make_unique<Panel>();
     }
 }
 
 int Client::Run() {
-    UniqueWindow mainWindow = MakeMainWindow();
-    const Control control(mainWindow.Get(), transcript_);
-    Script script(*this, options_.script);
+    std::optional<wire::Window> orders(std::in_place, L"NbmWorkbenchClientMain",
+                                       [this](HWND, const COPYDATASTRUCT& data) {
+                                           return Execute(OrderIn(data)) == "ok" ? kOrderDone : kOrderRefused;
+                                       });
+    // On a thread of its own, so that a client that hangs can still be told to die.
+    const HWND own = orders->Get();
+    const wire::WindowThread control(kControlWindow, [this, own](HWND sender, const COPYDATASTRUCT& data) {
+        if (OrderIn(data) == "die") {
+            Execute("die");
+        }
+        return ::SendMessageW(own, WM_COPYDATA, reinterpret_cast<WPARAM>(sender), reinterpret_cast<LPARAM>(&data));
+    });
     Begin();
-    script.Start();
     Loop();
     link_.Hide();
-    mainWindow.Reset(); // before the control window's thread is waited for: it may be sending an order here
+    orders.reset(); // before the control window's thread is waited for: it may be sending an order here
     transcript_.Note("ends with code " + std::to_string(exitCode_));
     return exitCode_;
-}
-
-UniqueWindow Client::MakeMainWindow() {
-    constexpr wchar_t kName[] = L"NbmWorkbenchClientMain";
-    WNDCLASSEXW windowClass{};
-    windowClass.cbSize = sizeof windowClass;
-    windowClass.lpfnWndProc = &Client::MainProc;
-    windowClass.hInstance = ::GetModuleHandleW(nullptr);
-    windowClass.lpszClassName = kName;
-    ::RegisterClassExW(&windowClass);
-    UniqueWindow window(
-        ::CreateWindowExW(0, kName, kName, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, windowClass.hInstance, this));
-    if (!window) {
-        throw std::runtime_error("cannot make the main window");
-    }
-    return window;
 }
 
 void Client::Begin() {
@@ -71,7 +62,7 @@ void Client::Begin() {
             throw std::runtime_error("cannot make the channel window");
         }
     } else if (options_.loginAfter) {
-        agenda_.After(*options_.loginAfter, [this] { Execute("login"); });
+        agenda_.After(*options_.loginAfter, [this] { Execute("show"); });
     }
 }
 
@@ -83,7 +74,7 @@ void Client::Loop() {
         return;
     }
     const HANDLE handle = parent.Get();
-    agenda_.After(options_.longest, [this] { End(kTimeRanOut); });
+    agenda_.After(std::chrono::seconds(options_.longest), [this] { End(kTimeRanOut); });
     while (!ended_) {
         const auto wait = agenda_.UntilNext().value_or(std::chrono::milliseconds(1000));
         const DWORD woke = ::MsgWaitForMultipleObjectsEx(parent ? 1 : 0, &handle, static_cast<DWORD>(wait.count()),
@@ -129,7 +120,7 @@ std::string Client::AnswerTo(const Json::Value& command) {
     const int number = command["cmd"].isInt() ? command["cmd"].asInt() : -1;
     const auto found = rules_.find(number);
     const AnswerRule rule = found == rules_.end() ? AnswerRule{} : found->second;
-    if (ignoring_ || rule.mode == AnswerRule::Mode::None) {
+    if (options_.ignoreCommands || rule.mode == AnswerRule::Mode::None) {
         transcript_.Note("command ignored");
         return {};
     }
@@ -150,25 +141,6 @@ std::string Client::AnswerTo(const Json::Value& command) {
     return answer ? Compact(*answer) : std::string();
 }
 
-void Client::FireTriggers(const char* kind, std::uint64_t count) {
-    for (const Trigger& trigger : triggers_) {
-        if (trigger.kind != kind || trigger.count != count) {
-            continue;
-        }
-        const std::string order = trigger.order;
-        if (order == "die") {
-            transcript_.Note("dies");
-            DieNow();
-        }
-        if (order.starts_with("hang ")) { // here, so that the sender waits as long
-            transcript_.Note("hangs while a message is being delivered");
-            ::Sleep(static_cast<DWORD>(ParseNumber(std::string_view(order).substr(5), 3'600'000).value_or(0)));
-            continue;
-        }
-        agenda_.After(std::chrono::milliseconds(0), [this, order] { Execute(order); });
-    }
-}
-
 void Client::ShowPanel(const Json::Value* command) {
     if (!panel_) {
         return;
@@ -181,23 +153,6 @@ void Client::ShowPanel(const Json::Value* command) {
     if (command) {
         panel_->AddCommand(*command);
     }
-}
-
-LRESULT CALLBACK Client::MainProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
-    if (message == WM_NCCREATE) {
-        const auto* create = reinterpret_cast<const CREATESTRUCTW*>(lParam);
-        ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(create->lpCreateParams));
-    }
-    auto* client = reinterpret_cast<Client*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (message == kCarryOut && client) {
-        try {
-            const std::string order = *reinterpret_cast<const std::string*>(lParam);
-            return client->Execute(order) == "ok" ? kOrderDone : kOrderRefused;
-        } catch (...) {
-            return kOrderRefused;
-        }
-    }
-    return ::DefWindowProcW(window, message, wParam, lParam);
 }
 
 } // namespace meeting_client

@@ -7,14 +7,11 @@
 #include "workbench/client/Panel.h"
 #include "workbench/client/Transcript.h"
 
-#include <windows.h>
-
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace meeting_client {
 
@@ -26,51 +23,36 @@ public:
     /// Runs until it is told to end. @return the exit code.
     int Run();
 
-    /// Carries an order out and records it. @return "ok" or why it was refused.
-    std::string Execute(const std::string& order);
-
-    void End(int exitCode) noexcept;
-    Agenda& Later() noexcept { return agenda_; }
-    const Link& Channel() const noexcept { return link_; }
-
 private:
     struct AnswerRule {
         enum class Mode { Live, None, Text, Merge } mode = Mode::Live;
         std::string text;
     };
-    struct Trigger {
-        std::string kind; // "message" or "copydata"
-        std::uint64_t count;
-        std::string order;
-    };
     using Arguments = std::string_view;
     using Handler = std::string (Client::*)(Arguments);
 
-    static LRESULT CALLBACK MainProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
-    UniqueWindow MakeMainWindow();
     void Begin();
     void Loop();
+    void End(int exitCode) noexcept;
 
     void OnMessage(const std::string& message);
     std::string AnswerTo(const Json::Value& command);
-    void FireTriggers(const char* kind, std::uint64_t count);
     void ShowPanel(const Json::Value* command);
     void BulkStep(std::uint64_t index, std::uint64_t count, std::size_t size, std::chrono::milliseconds apart);
 
     // Orders (Orders.cpp). Each gives "ok" or why not.
+    /// Carries an order out and records it.
+    std::string Execute(const std::string& order);
     static const std::map<std::string, Handler, std::less<>>& Handlers();
     std::string CarryOut(std::string_view order);
     std::string DoNotify(Arguments arguments);
     std::string DoSend(Arguments arguments);
-    std::string DoSendSize(Arguments arguments);
     std::string DoBulk(Arguments arguments);
     std::string DoChange(Arguments arguments);
     std::string DoRaw(Arguments arguments);
     std::string DoTorn(Arguments arguments);
     std::string DoAnswer(Arguments arguments);
     std::string DoDelay(Arguments arguments);
-    std::string DoIgnore(Arguments arguments);
-    std::string DoOn(Arguments arguments);
     std::string DoHang(Arguments arguments);
     std::string DoDie(Arguments arguments);
     std::string DoDieMidway(Arguments arguments);
@@ -85,9 +67,7 @@ private:
     Link link_;
     MeetingBook meetings_;
     std::map<int, AnswerRule> rules_;
-    std::vector<Trigger> triggers_;
-    std::chrono::milliseconds answerDelay_;
-    bool ignoring_;
+    std::chrono::milliseconds answerDelay_{0};
     std::unique_ptr<Panel> panel_;
     bool ended_ = false;
     int exitCode_ = kEnded;

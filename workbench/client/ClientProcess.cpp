@@ -1,5 +1,8 @@
 #include "workbench/client/ClientProcess.h"
 
+#include "workbench/client/Control.h"
+#include "workbench/wire/Window.h"
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -8,10 +11,6 @@
 namespace meeting_client {
 namespace {
 
-constexpr wchar_t kChannelName[] = L"NbmProxyOutlookClientWnd";
-constexpr wchar_t kControlName[] = L"NbmWorkbenchClientControl";
-constexpr LRESULT kDone = 1;
-constexpr LRESULT kRefused = 2;
 constexpr DWORD kKillLimit = 5000; // ms
 
 [[noreturn]] void Fail(const std::string& what, DWORD error) {
@@ -65,7 +64,7 @@ ClientProcess::ClientProcess(ClientSettings settings) : settings_(std::move(sett
             Launch();
         }
         const bool ready = WaitUntil(
-            [&] { return !IsRunning() || (OwnWindow(kControlName) && (!settings_.waitForWindow || Window())); },
+            [&] { return !IsRunning() || (OwnWindow(kControlWindow) && (!settings_.waitForWindow || Window())); },
             settings_.startLimit);
         if (!IsRunning()) {
             throw std::runtime_error("meeting client: ended at the start with code " +
@@ -86,7 +85,7 @@ ClientProcess::~ClientProcess() {
 
 DWORD ClientProcess::FindRunning() noexcept {
     DWORD owner = 0;
-    ::GetWindowThreadProcessId(::FindWindowExW(HWND_MESSAGE, nullptr, kControlName, kControlName), &owner);
+    ::GetWindowThreadProcessId(::FindWindowExW(HWND_MESSAGE, nullptr, kControlWindow, kControlWindow), &owner);
     return owner;
 }
 
@@ -112,7 +111,7 @@ HWND ClientProcess::OwnWindow(const wchar_t* name) const noexcept {
 }
 
 HWND ClientProcess::Window() const noexcept {
-    return OwnWindow(kChannelName);
+    return OwnWindow(wire::kClientWindow);
 }
 
 bool ClientProcess::WaitForWindow(Milliseconds limit) const {
@@ -134,7 +133,7 @@ bool ClientProcess::WaitUntil(const std::function<bool()>& holds, Milliseconds l
 }
 
 OrderResult ClientProcess::Order(std::string_view order, Milliseconds limit) {
-    const HWND control = OwnWindow(kControlName);
+    const HWND control = OwnWindow(kControlWindow);
     if (!control) {
         return {false, "the client takes no orders"};
     }
@@ -148,10 +147,10 @@ OrderResult ClientProcess::Order(std::string_view order, Milliseconds limit) {
         // A client that dies on an order cannot answer it.
         return {false, WaitForEnd(Milliseconds(500)) ? "the client ended" : "no answer in time"};
     }
-    if (static_cast<LRESULT>(answer) == kDone) {
+    if (static_cast<LRESULT>(answer) == kOrderDone) {
         return {true, {}};
     }
-    if (static_cast<LRESULT>(answer) != kRefused) {
+    if (static_cast<LRESULT>(answer) != kOrderRefused) {
         return {false, WaitForEnd(Milliseconds(500)) ? "the client ended" : "the client did not understand"};
     }
     std::string reason = "refused";

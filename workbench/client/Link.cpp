@@ -2,15 +2,15 @@
 
 #include <cwchar>
 #include <iterator>
+#include <stdexcept>
 
 namespace meeting_client {
 namespace {
 
-constexpr UINT kSendLimit = 3000; // ms for each WM_COPYDATA
-
 bool IsAddinWindow(HWND window) {
     wchar_t name[64] = L"";
-    return ::GetClassNameW(window, name, static_cast<int>(std::size(name))) > 0 && std::wcscmp(name, kAddinWindow) == 0;
+    return ::GetClassNameW(window, name, static_cast<int>(std::size(name))) > 0 &&
+           std::wcscmp(name, wire::kAddinWindow) == 0;
 }
 
 TranscriptEntry CopyDataEntry(const char* direction, std::uint64_t number, const char* bytes, std::size_t size) {
@@ -29,37 +29,30 @@ TranscriptEntry CopyDataEntry(const char* direction, std::uint64_t number, const
 
 } // namespace
 
-Link::Link(Transcript& transcript, Events events, bool topLevel, std::uint32_t firstNumber)
-    : transcript_(transcript), events_(std::move(events)), topLevel_(topLevel), lastNumber_(firstNumber - 1) {
-    WNDCLASSEXW windowClass{};
-    windowClass.cbSize = sizeof windowClass;
-    windowClass.lpfnWndProc = &Link::WindowProc;
-    windowClass.hInstance = ::GetModuleHandleW(nullptr);
-    windowClass.lpszClassName = kClientWindow;
-    ::RegisterClassExW(&windowClass); // a failure shows when the window is made
-}
+Link::Link(Transcript& transcript, OnMessage onMessage, std::uint32_t firstNumber)
+    : transcript_(transcript), onMessage_(std::move(onMessage)), lastNumber_(firstNumber - 1) {}
 
 bool Link::Show() {
     if (window_) {
         return true;
     }
-    window_.Reset(::CreateWindowExW(0, kClientWindow, kClientWindow, 0, 0, 0, 0, 0, topLevel_ ? nullptr : HWND_MESSAGE,
-                                    nullptr, ::GetModuleHandleW(nullptr), this));
-    transcript_.Note(window_ ? "channel window shown" : "channel window could not be made");
+    try {
+        window_.emplace(wire::kClientWindow, [this](HWND sender, const COPYDATASTRUCT& data) {
+            Receive(sender, data);
+            return TRUE;
+        });
+        transcript_.Note("channel window shown");
+    } catch (const std::runtime_error&) {
+        transcript_.Note("channel window could not be made");
+    }
     return IsShown();
 }
 
 void Link::Hide() {
     if (window_) {
-        window_.Reset();
+        window_.reset();
         transcript_.Note("channel window hidden");
     }
-}
-
-// A message-only window is no child of the desktop, so a search by name alone need not find it.
-HWND Link::FindAddin() noexcept {
-    const HWND found = ::FindWindowExW(HWND_MESSAGE, nullptr, kAddinWindow, kAddinWindow);
-    return found ? found : ::FindWindowW(kAddinWindow, kAddinWindow);
 }
 
 std::string Link::Send(std::string_view message, std::size_t most) {
@@ -69,12 +62,12 @@ std::string Link::Send(std::string_view message, std::size_t most) {
     }
     std::size_t sent = 0;
     std::string result = "ok";
-    for (const Piece& piece : CutMessage(message, lastNumber_)) {
+    for (const wire::Envelope& envelope : wire::Split(message, lastNumber_)) {
         if (sent++ == most) {
             result = "torn after " + std::to_string(most) + " segments";
             break;
         }
-        result = SendRaw(piece.number, piece.text.c_str(), piece.text.size() + 1);
+        result = SendRaw(envelope.number, envelope.text.c_str(), envelope.text.size() + 1);
         if (result != "ok") {
             break;
         }
@@ -85,25 +78,11 @@ std::string Link::Send(std::string_view message, std::size_t most) {
 }
 
 std::string Link::SendRaw(std::uint64_t number, const char* bytes, std::size_t size) {
-    std::string result = "ok";
-    const HWND addin = FindAddin();
-    if (!addin) {
-        result = "the add-in's window is not there";
-    } else {
-        COPYDATASTRUCT data{};
-        data.dwData = static_cast<ULONG_PTR>(number);
-        data.cbData = static_cast<DWORD>(size);
-        data.lpData = const_cast<char*>(bytes); // the structure serves both directions; the receiver gets a copy
-        DWORD_PTR answer = 0;
-        ::SetLastError(ERROR_SUCCESS);
-        // Blocked, or an order that comes meanwhile would be carried out in here, and what it sends be written down
-        // before this.
-        if (!::SendMessageTimeoutW(addin, WM_COPYDATA, reinterpret_cast<WPARAM>(window_.Get()),
-                                   reinterpret_cast<LPARAM>(&data), SMTO_BLOCK | SMTO_ABORTIFHUNG, kSendLimit,
-                                   &answer)) {
-            const DWORD error = ::GetLastError();
-            result = "not taken: error " + std::to_string(error);
-        }
+    std::string result = "the add-in's window is not there";
+    if (const HWND addin = wire::Find(wire::kAddinWindow)) {
+        // It lets no order in meanwhile, which would send and be written down before this.
+        const DWORD error = wire::SendBytes(addin, window_ ? window_->Get() : nullptr, number, bytes, size);
+        result = error == ERROR_SUCCESS ? "ok" : "not taken: error " + std::to_string(error);
     }
     TranscriptEntry entry = CopyDataEntry("out", number, bytes, size);
     entry.result = result;
@@ -128,35 +107,15 @@ void Link::Receive(HWND sender, const COPYDATASTRUCT& data) {
     if (!IsAddinWindow(sender)) {
         transcript_.Fault("wParam is not the add-in's window");
     }
-    const PieceJoiner::Result joined = joiner_.Take(data.dwData, bytes, data.cbData);
+    const wire::Joiner::Result joined = joiner_.Take(data.dwData, bytes, data.cbData);
     for (const std::string& fault : joined.faults) {
         transcript_.Fault(fault);
     }
     if (!joined.message.empty()) {
         ++messagesIn_;
         RecordMessage("in", joined.message, "");
+        onMessage_(joined.message);
     }
-    events_.copyData(copyDataIn_);
-    if (!joined.message.empty()) {
-        events_.message(messagesIn_, joined.message);
-    }
-}
-
-LRESULT CALLBACK Link::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
-    if (message == WM_NCCREATE) {
-        const auto* create = reinterpret_cast<const CREATESTRUCTW*>(lParam);
-        ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(create->lpCreateParams));
-    }
-    auto* link = reinterpret_cast<Link*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (message == WM_COPYDATA && link && lParam) {
-        try {
-            link->Receive(reinterpret_cast<HWND>(wParam), *reinterpret_cast<const COPYDATASTRUCT*>(lParam));
-            return TRUE;
-        } catch (...) {
-            return FALSE;
-        }
-    }
-    return ::DefWindowProcW(window, message, wParam, lParam);
 }
 
 } // namespace meeting_client

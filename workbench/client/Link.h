@@ -1,40 +1,32 @@
 #pragma once
 
 #include "workbench/client/Transcript.h"
-#include "workbench/client/Wire.h"
-
-#include "support/UniqueResource.h"
+#include "workbench/wire/Envelope.h"
+#include "workbench/wire/Window.h"
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace meeting_client {
 
-inline constexpr wchar_t kClientWindow[] = L"NbmProxyOutlookClientWnd"; // class and title
-inline constexpr wchar_t kAddinWindow[] = L"NbmProxyOutlookServerWnd";
-
 /// The client's end of the channel: its window, and what it puts on the wire. One thread.
 class Link {
 public:
-    /// Called inside the window procedure, while the sender still waits. Counts run from 1 since the start.
-    struct Events {
-        std::function<void(std::uint64_t count)> copyData;
-        std::function<void(std::uint64_t count, const std::string& message)> message;
-    };
+    /// Called inside the window procedure, while the sender still waits.
+    using OnMessage = std::function<void(const std::string& message)>;
 
     /// @param firstNumber of the segmented messages that it sends.
-    Link(Transcript& transcript, Events events, bool topLevel, std::uint32_t firstNumber);
+    Link(Transcript& transcript, OnMessage onMessage, std::uint32_t firstNumber);
 
     /// Makes the window unless it is there. @return false when it could not be made.
     bool Show();
     void Hide();
-    bool IsShown() const noexcept { return static_cast<bool>(window_); }
+    bool IsShown() const noexcept { return window_.has_value(); }
 
-    static HWND FindAddin() noexcept;
-
-    /// Sends a message, or only its first `most` pieces. @return "ok" or why not.
+    /// Sends a message, or only its first `most` envelopes. @return "ok" or why not.
     std::string Send(std::string_view message, std::size_t most = SIZE_MAX);
 
     /// Sends one WM_COPYDATA with just these bytes; `bytes` may be null. @return "ok" or why not.
@@ -46,15 +38,13 @@ public:
     std::size_t Unfinished() const noexcept { return joiner_.Unfinished(); }
 
 private:
-    static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
     void Receive(HWND sender, const COPYDATASTRUCT& data);
     void RecordMessage(const char* direction, std::string_view message, const std::string& result);
 
     Transcript& transcript_;
-    Events events_;
-    bool topLevel_;
-    UniqueWindow window_;
-    PieceJoiner joiner_;
+    OnMessage onMessage_;
+    std::optional<wire::Window> window_;
+    wire::Joiner joiner_;
     std::uint32_t lastNumber_;
     std::uint64_t copyDataIn_ = 0;
     std::uint64_t messagesIn_ = 0;

@@ -1,83 +1,59 @@
 #include "workbench/client/Options.h"
 
 #include <charconv>
+#include <limits>
 
 namespace meeting_client {
 namespace {
 
-constexpr std::uint64_t kLongestWait = 3'600'000; // ms
+constexpr char kAbout[] =
+    R"(Stand-in for the NEMBRA CLOUD Meeting client: answers the add-in over the window-message channel.
 
-std::chrono::milliseconds Milliseconds(const std::string& option, const std::string& text) {
-    const auto number = ParseNumber(text, kLongestWait);
-    if (!number) {
-        throw OptionsError(option + " needs milliseconds from 0 to 3600000, not \"" + text + "\"");
-    }
-    return std::chrono::milliseconds(*number);
-}
+It owns the hidden window NbmProxyOutlookClientWnd and sends to NbmProxyOutlookServerWnd. Left alone it behaves like a
+live client: command 4 is answered with notification 101 and a new meeting (in the next full hour when the command names
+no time), 5 with 103, 6 with 102 (code 404 for a meeting that it does not know); 0 to 3 are shown.)";
 
-std::uint64_t Count(const std::string& option, const std::string& text, std::uint64_t most) {
-    const auto number = ParseNumber(text, most);
-    if (!number || *number == 0) {
-        throw OptionsError(option + " needs a number from 1 to " + std::to_string(most) + ", not \"" + text + "\"");
-    }
-    return *number;
-}
+constexpr char kOrders[] =
+    R"(Orders (--order, or a WM_COPYDATA with the UTF-8 text to window NbmWorkbenchClientControl, which answers
+1 done, 2 refused; the reason of a refusal stands in the transcript):
+  notify JSON                 send a notification; the JSON must be an object
+  send TEXT                   send any text
+  bulk COUNT BYTES [MS]       send COUNT notifications of type 900 and BYTES bytes each, MS apart (default 0)
+  change CONFID JSON          change a meeting (subject, startTime, endTime, ...) and send notification 200
+  raw NUMBER HEX|-|null [CB]  one WM_COPYDATA: dwData NUMBER, these bytes and no NUL; cbData CB (filled up with CD)
+  torn BYTES COUNT            the first COUNT segments of a message of BYTES bytes, never the rest
+  answer CMD default|none     answer that command as a live client, or not at all
+  answer CMD text TEXT        answer it with this text
+  answer CMD merge JSON       answer it as a live client, with these members replaced (null: left out)
+  delay MS                    wait before each answer
+  hang MS                     take no message from the queue for MS
+  die                         end at once, as in a crash
+  die-midway BYTES COUNT      "torn", then "die"
+  hide, show                  channel window away, and there again
+  status                      write the counters to the transcript
+  quit                        end in an orderly way
 
-bool SetSwitch(const std::string& option, Options& options) {
-    if (option == "--help") {
-        options.help = true;
-    } else if (option == "--ignore") {
-        options.ignoreCommands = true;
-    } else if (option == "--hidden") {
-        options.hidden = true;
-    } else if (option == "--top-level") {
-        options.topLevel = true;
-    } else if (option == "--window") {
-        options.panel = true;
-    } else if (option == "--register-uri") {
-        options.registerUri = true;
-    } else if (option == "--unregister-uri") {
-        options.unregisterUri = true;
-    } else {
-        return false;
-    }
-    return true;
-}
+Transcript: one JSON object a line, UTF-8, written through at once:
+  time    UTC with milliseconds          us      microseconds since the start
+  kind    copydata (one WM_COPYDATA), message (whole, joined), order, fault (what the add-in did against the wire
+          format), note (what the client did otherwise)
+  dir     in or out                      dwData, cbData  as they travelled; "bytes" for a message
+  text    the text without its NUL, or "hex" when it is not UTF-8; "null": true when there were no bytes
+  terminated  false when the NUL was missing
+  result  ok, or what went wrong
 
-bool SetValue(const std::string& option, const std::string& value, Options& options) {
-    if (option == "--transcript") {
-        options.transcript = value;
-    } else if (option == "--script") {
-        options.script = value;
-    } else if (option == "--order") {
-        options.orders.push_back(value);
-    } else if (option == "--answer-delay") {
-        options.answerDelay = Milliseconds(option, value);
-    } else if (option == "--login-after") {
-        options.loginAfter.reset();
-        if (value != "manual") {
-            options.loginAfter = Milliseconds(option, value);
-        }
-    } else if (option == "--max-seconds") {
-        options.longest = std::chrono::seconds(Count(option, value, 86'400));
-    } else if (option == "--first-number") {
-        options.firstNumber = static_cast<std::uint32_t>(Count(option, value, 0xFFFF'FFFF));
-    } else if (option == "--parent") {
-        options.parent = static_cast<std::uint32_t>(Count(option, value, 0xFFFF'FFFF));
-    } else {
-        return false;
-    }
-    return true;
-}
+Exit codes: 0 ended in an orderly way, 1 wrong command line, 2 could not start, 3 another client has the channel window,
+5 time ran out, 9 died as ordered.)";
 
-bool TakesValue(const std::string& option) {
-    for (const char* known : {"--transcript", "--script", "--order", "--answer-delay", "--login-after", "--max-seconds",
-                              "--first-number", "--parent"}) {
-        if (option == known) {
-            return true;
-        }
-    }
-    return false;
+std::string CheckLaunchUri(const std::string& uri) {
+    constexpr std::string_view kScheme = "quorvex://";
+    constexpr std::string_view kPage = "/h5page?page=launch";
+    const std::string_view text(uri);
+    const bool framed =
+        text.starts_with(kScheme) && text.ends_with(kPage) && text.size() > kScheme.size() + kPage.size();
+    const std::size_t host = framed ? text.size() - kScheme.size() - kPage.size() : 0;
+    const bool right = framed && text.substr(kScheme.size(), host).find_first_of("/?# ") == std::string_view::npos;
+    return right ? "" : "not a launch URI: " + uri;
 }
 
 } // namespace
@@ -91,37 +67,44 @@ std::optional<std::uint64_t> ParseNumber(std::string_view text, std::uint64_t mo
     return number;
 }
 
-bool IsLaunchUri(std::string_view uri) {
-    constexpr std::string_view kScheme = "quorvex://";
-    constexpr std::string_view kPage = "/h5page?page=launch";
-    if (!uri.starts_with(kScheme) || !uri.ends_with(kPage) || uri.size() <= kScheme.size() + kPage.size()) {
-        return false;
-    }
-    const std::string_view host = uri.substr(kScheme.size(), uri.size() - kScheme.size() - kPage.size());
-    return host.find_first_of("/?# ") == std::string_view::npos;
-}
-
-Options ParseOptions(const std::vector<std::string>& arguments) {
-    Options options;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& argument = arguments[i];
-        if (SetSwitch(argument, options)) {
-            continue;
-        }
-        if (TakesValue(argument)) {
-            if (i + 1 == arguments.size()) {
-                throw OptionsError(argument + " needs a value");
+void Describe(CLI::App& app, Options& options) {
+    constexpr auto kMost = std::numeric_limits<std::uint32_t>::max();
+    app.description(kAbout);
+    app.footer(kOrders);
+    app.add_option("uri", options.launchUri, "quorvex://HOST/h5page?page=launch: the launch that starts it")
+        ->check(&CheckLaunchUri);
+    app.add_option("--transcript", options.transcript,
+                   "append every message to this file (\"-\": standard output), see below");
+    app.add_option("--order", options.orders,
+                   "carry out one order before the channel window appears; may be given often")
+        ->allow_extra_args(false);
+    app.add_flag("--ignore", options.ignoreCommands, "answer no command");
+    app.add_flag("--hidden", options.hidden, "start without the channel window, as before a log-in");
+    app.add_option_function<std::string>(
+        "--login-after",
+        [&options](const std::string& text) {
+            const auto number = ParseNumber(text, 3'600'000);
+            if (!number && text != "manual") {
+                throw CLI::ValidationError("--login-after", "needs milliseconds or \"manual\"");
             }
-            SetValue(argument, arguments[++i], options);
-        } else if (argument.starts_with("--")) {
-            throw OptionsError("unknown option \"" + argument + "\"");
-        } else if (!IsLaunchUri(argument)) {
-            throw OptionsError("not a launch URI: \"" + argument + "\"");
-        } else {
-            options.launchUri = argument;
-        }
-    }
-    return options;
+            options.loginAfter.reset();
+            if (number) {
+                options.loginAfter = std::chrono::milliseconds(*number);
+            }
+        },
+        "launched by URI: the channel window appears after that many ms (default 1000); \"manual\": with order "
+        "\"show\"");
+    app.add_flag("--window", options.panel, "show a small window with the meetings and the last commands");
+    app.add_option("--first-number", options.firstNumber,
+                   "number of its first segmented message; the add-in keeps parts whose client died, so a client that "
+                   "follows another does well to go on with numbers not used yet")
+        ->check(CLI::Range(1U, kMost));
+    app.add_option("--max-seconds", options.longest, "end by itself after that time (default 600)")
+        ->check(CLI::Range(1U, 86'400U));
+    app.add_option("--parent", options.parent, "end when the process of this id ends");
+    app.add_flag("--register-uri", options.registerUri,
+                 "let this user's launch URI start this program with the other options given, then end");
+    app.add_flag("--unregister-uri", options.unregisterUri, "take that away, then end");
 }
 
 } // namespace meeting_client

@@ -38,13 +38,11 @@ std::string BulkText(std::uint64_t index, std::size_t size) {
 
 const std::map<std::string, Client::Handler, std::less<>>& Client::Handlers() {
     static const std::map<std::string, Handler, std::less<>> handlers = {
-        {"notify", &Client::DoNotify}, {"send", &Client::DoSend},     {"sendsize", &Client::DoSendSize},
-        {"bulk", &Client::DoBulk},     {"change", &Client::DoChange}, {"raw", &Client::DoRaw},
-        {"torn", &Client::DoTorn},     {"answer", &Client::DoAnswer}, {"delay", &Client::DoDelay},
-        {"ignore", &Client::DoIgnore}, {"on", &Client::DoOn},         {"hang", &Client::DoHang},
+        {"notify", &Client::DoNotify}, {"send", &Client::DoSend},     {"bulk", &Client::DoBulk},
+        {"change", &Client::DoChange}, {"raw", &Client::DoRaw},       {"torn", &Client::DoTorn},
+        {"answer", &Client::DoAnswer}, {"delay", &Client::DoDelay},   {"hang", &Client::DoHang},
         {"die", &Client::DoDie},       {"hide", &Client::DoHide},     {"die-midway", &Client::DoDieMidway},
-        {"show", &Client::DoShow},     {"login", &Client::DoShow},    {"status", &Client::DoStatus},
-        {"quit", &Client::DoQuit},
+        {"show", &Client::DoShow},     {"status", &Client::DoStatus}, {"quit", &Client::DoQuit},
     };
     return handlers;
 }
@@ -74,11 +72,6 @@ std::string Client::DoNotify(Arguments arguments) {
 
 std::string Client::DoSend(Arguments arguments) {
     return arguments.empty() ? "send needs a text" : link_.Send(arguments);
-}
-
-std::string Client::DoSendSize(Arguments arguments) {
-    const auto size = ParseNumber(arguments, kLargestMessage);
-    return size && *size ? link_.Send(Filler(*size)) : "sendsize needs a number of bytes from 1 to 67108864";
 }
 
 std::string Client::DoBulk(Arguments arguments) {
@@ -143,7 +136,7 @@ std::string Client::DoRaw(Arguments arguments) {
 std::string Client::DoTorn(Arguments arguments) {
     const auto size = ParseNumber(NextWord(arguments), kLargestMessage);
     const auto segments = ParseNumber(arguments, kLargestMessage);
-    if (!size || !segments || *segments == 0 || *segments >= CutMessage(Filler(*size), 1).size()) {
+    if (!size || !segments || *segments == 0 || *segments >= wire::Split(Filler(*size), 1).size()) {
         return "torn needs BYTES COUNT, and COUNT less than the message's segments";
     }
     const std::string result = link_.Send(Filler(*size), static_cast<std::size_t>(*segments));
@@ -179,26 +172,6 @@ std::string Client::DoDelay(Arguments arguments) {
     return kDone;
 }
 
-std::string Client::DoIgnore(Arguments arguments) {
-    if (arguments != "on" && arguments != "off") {
-        return "ignore needs on or off";
-    }
-    ignoring_ = arguments == "on";
-    return kDone;
-}
-
-std::string Client::DoOn(Arguments arguments) {
-    const std::string kind(NextWord(arguments));
-    const auto count = ParseNumber(NextWord(arguments), UINT64_MAX);
-    std::string_view rest = arguments;
-    const bool known = Handlers().contains(NextWord(rest));
-    if ((kind != "message" && kind != "copydata") || !count || *count == 0 || !known) {
-        return "on needs message|copydata N ORDER";
-    }
-    triggers_.push_back({kind, *count, std::string(arguments)});
-    return kDone;
-}
-
 std::string Client::DoHang(Arguments arguments) {
     const auto time = ParseNumber(arguments, kLongestWait);
     if (!time) {
@@ -213,7 +186,8 @@ std::string Client::DoHang(Arguments arguments) {
 
 std::string Client::DoDie(Arguments) {
     transcript_.Note("dies");
-    DieNow();
+    ::TerminateProcess(::GetCurrentProcess(), kDiedAsOrdered); // as in a crash: no clean-up, no farewell
+    return kDone;
 }
 
 std::string Client::DoDieMidway(Arguments arguments) {

@@ -1,6 +1,6 @@
 #include "workbench/client/Panel.h"
 
-#include "workbench/client/Utf.h"
+#include "support/Text.h"
 
 #include <iterator>
 
@@ -78,7 +78,7 @@ void Panel::Paint() {
     const auto line = [&](const std::string& text, HGDIOBJ font, COLORREF colour) {
         ::SelectObject(context, font);
         ::SetTextColor(context, colour);
-        const std::wstring wide = Widen(text);
+        const std::wstring wide = ToWide(text);
         RECT area{kMargin, y, kWidth - 2 * kMargin, y + kLine};
         ::DrawTextW(context, wide.c_str(), static_cast<int>(wide.size()), &area,
                     DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);

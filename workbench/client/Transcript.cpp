@@ -1,6 +1,6 @@
 #include "workbench/client/Transcript.h"
 
-#include "workbench/client/Utf.h"
+#include "support/Text.h"
 
 #include <cstdio>
 #include <stdexcept>
@@ -29,7 +29,7 @@ Transcript::Transcript(const std::string& path) {
         return;
     }
     const HANDLE file =
-        ::CreateFileW(Widen(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        ::CreateFileW(ToWide(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                       nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
         const DWORD error = ::GetLastError();

@@ -2,6 +2,8 @@
 
 #include <json/json.h>
 
+#include <windows.h>
+
 #include <cstddef>
 #include <memory>
 
@@ -16,46 +18,12 @@ int DigitValue(char digit) {
     return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
 }
 
-// Length of the sequence that starts with `lead` and the smallest code point it may hold.
-bool SequenceOf(unsigned char lead, std::size_t& length, char32_t& point, char32_t& smallest) {
-    if (lead < 0x80) {
-        length = 1, point = lead, smallest = 0;
-    } else if ((lead & 0xE0) == 0xC0) {
-        length = 2, point = lead & 0x1FU, smallest = 0x80;
-    } else if ((lead & 0xF0) == 0xE0) {
-        length = 3, point = lead & 0x0FU, smallest = 0x800;
-    } else if ((lead & 0xF8) == 0xF0) {
-        length = 4, point = lead & 0x07U, smallest = 0x10000;
-    } else {
-        return false;
-    }
-    return true;
+bool IsUtf8(const std::string& text) {
+    return text.empty() || ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(),
+                                                 static_cast<int>(text.size()), nullptr, 0) > 0;
 }
 
 } // namespace
-
-bool IsUtf8(std::string_view text) {
-    for (std::size_t i = 0; i < text.size();) {
-        std::size_t length = 0;
-        char32_t point = 0;
-        char32_t smallest = 0;
-        if (!SequenceOf(static_cast<unsigned char>(text[i]), length, point, smallest) || i + length > text.size()) {
-            return false;
-        }
-        for (std::size_t k = 1; k < length; ++k) {
-            const auto byte = static_cast<unsigned char>(text[i + k]);
-            if ((byte & 0xC0) != 0x80) {
-                return false;
-            }
-            point = (point << 6) | (byte & 0x3FU);
-        }
-        if (point < smallest || point > 0x10FFFF || (point >= 0xD800 && point <= 0xDFFF)) {
-            return false;
-        }
-        i += length;
-    }
-    return true;
-}
 
 std::string ToHex(std::string_view bytes) {
     constexpr char kDigits[] = "0123456789abcdef";

@@ -28,8 +28,6 @@ std::string ToLine(const TranscriptEntry& entry);
 /// @return nothing for a line that is no entry, such as one that is still being written.
 std::optional<TranscriptEntry> FromLine(std::string_view line);
 
-bool IsUtf8(std::string_view text);
-
 /// Lower-case digits, two for each byte.
 std::string ToHex(std::string_view bytes);
 /// @return nothing when the text is not made of pairs of hexadecimal digits.

@@ -3,7 +3,7 @@
 #include "workbench/client/Options.h"
 #include "workbench/client/Transcript.h"
 #include "workbench/client/UriScheme.h"
-#include "workbench/client/Utf.h"
+#include "support/Text.h"
 
 #include <windows.h>
 #include <shellapi.h>
@@ -54,13 +54,12 @@ int RunClient(const Options& options) {
     if (running && !options.launchUri.empty()) {
         return kEnded;
     }
-    const HWND taken = ::FindWindowExW(HWND_MESSAGE, nullptr, kClientWindow, kClientWindow);
-    if (!options.hidden && (taken || ::FindWindowW(kClientWindow, kClientWindow))) {
+    if (!options.hidden && wire::Find(wire::kClientWindow)) {
         std::fprintf(stderr, "meeting_client: another client has the channel window\n");
         return kAlreadyRunning;
     }
     HANDLE timer = nullptr;
-    const auto overdue = static_cast<DWORD>(options.longest.count() * 1000 + 3000);
+    const auto overdue = static_cast<DWORD>(options.longest * 1000 + 3000);
     ::CreateTimerQueueTimer(&timer, nullptr, &EndOverdue, nullptr, overdue, 0, WT_EXECUTEONLYONCE);
     Transcript transcript(options.transcript);
     Client client(options, transcript);
@@ -70,24 +69,19 @@ int RunClient(const Options& options) {
 } // namespace
 
 int main() {
+    const std::vector<std::wstring> arguments = Arguments();
+    std::vector<std::string> narrow;
+    for (const std::wstring& argument : arguments) {
+        narrow.insert(narrow.begin(), ToUtf8(argument)); // the parser takes them from the end
+    }
+    Options options;
+    CLI::App app("", "meeting_client");
+    Describe(app, options);
     try {
-        const std::vector<std::wstring> arguments = Arguments();
-        std::vector<std::string> narrow;
-        for (const std::wstring& argument : arguments) {
-            narrow.push_back(Narrow(argument));
-        }
-        const Options options = ParseOptions(narrow);
-        if (options.help) {
-            std::fputs(std::string(HelpText()).c_str(), stdout);
-            return kEnded;
-        }
-        if (options.registerUri || options.unregisterUri) {
-            return EditRegistration(options, arguments);
-        }
-        return RunClient(options);
-    } catch (const OptionsError& error) {
-        std::fprintf(stderr, "meeting_client: %s\nmeeting_client --help tells the options\n", error.what());
-        return kBadCommandLine;
+        app.parse(std::move(narrow));
+        return options.registerUri || options.unregisterUri ? EditRegistration(options, arguments) : RunClient(options);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kEnded : kBadCommandLine;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "meeting_client: %s\n", error.what());
         return kCannotStart;

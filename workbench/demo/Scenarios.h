@@ -22,13 +22,12 @@ void SaveWithoutClient(Stage& stage); // the last part of PlayLife
 
 /// One that can be played alone.
 struct Scenario {
-    const wchar_t* name;
+    const char* name;
     void (*play)(Stage&);
 };
 
 inline std::vector<Scenario> AllScenarios() {
-    return {
-        {L"schedule", &PlaySchedule}, {L"launch", &PlayLaunch}, {L"notify", &PlayNotifications}, {L"life", &PlayLife}};
+    return {{"schedule", &PlaySchedule}, {"launch", &PlayLaunch}, {"notify", &PlayNotifications}, {"life", &PlayLife}};
 }
 
 } // namespace demo

@@ -15,12 +15,13 @@ namespace {
 
 enum ExitCode : int { kEverythingHappened = 0, kStepFailed = 1, kBadCommandLine = 2 };
 
-std::vector<std::wstring> Arguments() {
+/// In the parser's order: the last one first.
+std::vector<std::string> Arguments() {
     int count = 0;
     wchar_t** texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-    std::vector<std::wstring> arguments;
-    for (int i = 1; texts && i < count; ++i) {
-        arguments.emplace_back(texts[i]);
+    std::vector<std::string> arguments;
+    for (int i = count - 1; texts && i > 0; --i) {
+        arguments.push_back(ToUtf8(texts[i]));
     }
     ::LocalFree(texts);
     return arguments;
@@ -53,19 +54,17 @@ int Play(const demo::Options& options) {
 } // namespace
 
 int main() {
+    demo::Options options;
+    CLI::App app("", "workbench_demo");
+    demo::Describe(app, options);
     try {
-        const demo::Options options = demo::ParseOptions(Arguments());
-        if (options.help) {
-            std::fputs(demo::HelpText(), stdout);
-            return kEverythingHappened;
-        }
+        app.parse(Arguments());
         ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
         const int code = Play(options);
         ::CoUninitialize();
         return code;
-    } catch (const demo::OptionsError& error) {
-        std::fprintf(stderr, "workbench_demo: %s\nworkbench_demo --help tells the options\n", error.what());
-        return kBadCommandLine;
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kEverythingHappened : kBadCommandLine;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "workbench_demo: %s\n", error.what());
         return kStepFailed;

@@ -88,7 +88,12 @@ HRESULT AddInHost::LoadFile(const std::wstring& path, REFCLSID clsid) {
     return loadStatus_;
 }
 
-HRESULT AddInHost::LoadClass(REFCLSID clsid) {
+HRESULT AddInHost::LoadProgId(const std::wstring& progId) {
+    CLSID clsid{};
+    loadStatus_ = ::CLSIDFromProgID(progId.c_str(), &clsid);
+    if (FAILED(loadStatus_)) {
+        return loadStatus_;
+    }
     void* object = nullptr;
     loadStatus_ = ::CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &object);
     if (SUCCEEDED(loadStatus_)) {
@@ -98,42 +103,29 @@ HRESULT AddInHost::LoadClass(REFCLSID clsid) {
     return loadStatus_;
 }
 
-HRESULT AddInHost::LoadProgId(const std::wstring& progId) {
-    CLSID clsid{};
-    loadStatus_ = ::CLSIDFromProgID(progId.c_str(), &clsid);
-    return FAILED(loadStatus_) ? loadStatus_ : LoadClass(clsid);
-}
-
-HRESULT AddInHost::Adopt(IUnknown* addIn) {
-    object_ = addIn;
-    loadStatus_ = addIn ? S_OK : E_POINTER;
-    return loadStatus_;
-}
-
 HRESULT AddInHost::Connect(ConnectMode mode) {
     const Habits& habits = host_.habits();
     if (habits.ribbonBeforeConnection && !habits.ribbonByHand) {
         Ribbon(Surface::Explorer);
     }
     const Connection connection(object_);
-    connectStatus_ = connection.status;
-    if (SUCCEEDED(connectStatus_)) {
+    HRESULT connectStatus = connection.status;
+    if (SUCCEEDED(connectStatus)) {
         CustomData custom;
         const DispatchPtr application = host_.Application();
         const DispatchPtr instance = MakeAddInInstance(host_.Core());
-        connectStatus_ = connection->OnConnection(application, mode, instance, custom.Get());
-        connected_ = SUCCEEDED(connectStatus_);
-        Note(L"OnConnection = " + DescribeHex(static_cast<unsigned long>(connectStatus_)));
+        connectStatus = connection->OnConnection(application, mode, instance, custom.Get());
+        connected_ = SUCCEEDED(connectStatus);
+        Note(L"OnConnection = " + DescribeHex(static_cast<unsigned long>(connectStatus)));
         if (connected_ && mode == kStartup) {
             connection->OnStartupComplete(custom.Get());
         }
     }
-    const bool ribbonWanted = connected_ || habits.ribbonAfterFailedConnection;
-    if (object_ && ribbonWanted && !habits.ribbonBeforeConnection && !habits.ribbonByHand) {
+    if (object_ && !habits.ribbonBeforeConnection && !habits.ribbonByHand) {
         Ribbon(Surface::Explorer);
     }
     host_.RefreshWindows();
-    return connectStatus_;
+    return connectStatus;
 }
 
 HRESULT AddInHost::Disconnect(DisconnectMode mode) {

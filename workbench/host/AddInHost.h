@@ -23,9 +23,7 @@ public:
 
     // How the object is made; OutlookHost::LoadAddIn and its relatives call one of these. COM must be initialised.
     HRESULT LoadFile(const std::wstring& path, REFCLSID clsid); // LoadLibrary, DllGetClassObject, CreateInstance
-    HRESULT LoadClass(REFCLSID clsid);                          // CoCreateInstance
-    HRESULT LoadProgId(const std::wstring& progId);
-    HRESULT Adopt(IUnknown* addIn); // an object made by the test
+    HRESULT LoadProgId(const std::wstring& progId);             // CoCreateInstance
 
     /// Status of the load; S_OK when there is an object.
     HRESULT LoadStatus() const { return loadStatus_; }
@@ -38,7 +36,6 @@ public:
     /// OnBeginShutdown (for a host shutdown) and OnDisconnection. @return the status of OnDisconnection.
     HRESULT Disconnect(DisconnectMode mode = kHostShutdown);
     bool Connected() const { return connected_; }
-    HRESULT ConnectStatus() const { return connectStatus_; }
 
     /// Loads that ribbon now, in whatever state the connection is; again if it is loaded already.
     HRESULT LoadRibbon(Surface surface);
@@ -63,7 +60,6 @@ private:
     UnknownPtr object_;
     HMODULE module_ = nullptr;
     HRESULT loadStatus_ = E_FAIL;
-    HRESULT connectStatus_ = E_FAIL;
     bool connected_ = false;
     std::map<Surface, std::unique_ptr<workbench::Ribbon>> ribbons_;
 };

@@ -43,15 +43,6 @@ HRESULT Call::Text(UINT index, std::wstring& value) const {
     return status;
 }
 
-HRESULT Call::Boolean(UINT index, bool& value) const {
-    _variant_t changed;
-    const HRESULT status = Coerce(index, VT_BOOL, changed);
-    if (SUCCEEDED(status)) {
-        value = changed.boolVal != VARIANT_FALSE;
-    }
-    return status;
-}
-
 HRESULT Call::Date(UINT index, DATE& value) const {
     _variant_t changed;
     const HRESULT status = Coerce(index, VT_DATE, changed);
@@ -116,9 +107,6 @@ HRESULT Call::Property(std::wstring& value) {
 }
 HRESULT Call::PropertyLong(long& value) {
     return IsPut() ? Long(0, value) : ReturnLong(value);
-}
-HRESULT Call::PropertyBoolean(bool& value) {
-    return IsPut() ? Boolean(0, value) : ReturnBoolean(value);
 }
 HRESULT Call::PropertyDate(DATE& value) {
     return IsPut() ? Date(0, value) : ReturnDate(value);

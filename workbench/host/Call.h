@@ -25,7 +25,6 @@ public:
     const VARIANT* Argument(UINT index) const;
     HRESULT Long(UINT index, long& value) const;
     HRESULT Text(UINT index, std::wstring& value) const;
-    HRESULT Boolean(UINT index, bool& value) const;
     HRESULT Date(UINT index, DATE& value) const;
 
     HRESULT Return(const std::wstring& text);
@@ -38,7 +37,6 @@ public:
     // Both directions of a read-write property of an item.
     HRESULT Property(std::wstring& value);
     HRESULT PropertyLong(long& value);
-    HRESULT PropertyBoolean(bool& value);
     HRESULT PropertyDate(DATE& value);
 
 private:

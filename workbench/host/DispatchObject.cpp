@@ -197,7 +197,7 @@ bool DispatchObject::OnWrongThread() noexcept {
         return false;
     }
     ++core_->wrongThreadCalls;
-    return core_->habits.refuseOtherThreads;
+    return true;
 }
 
 const Member* DispatchObject::FindMember(DISPID id, WORD flags) const {

@@ -21,10 +21,6 @@ struct Habits {
     /// A failed call fills EXCEPINFO only when its pfnDeferredFillIn is called.
     bool deferredExceptions = false;
 
-    // --- Threads ---
-    /// Calls from another thread than the host's are answered with RPC_E_WRONG_THREAD. They are counted either way.
-    bool refuseOtherThreads = true;
-
     // --- Ribbon ---
     /// AddInHost::Connect loads the explorer ribbon (onLoad, all callbacks) before OnConnection instead of after it.
     bool ribbonBeforeConnection = false;
@@ -34,8 +30,6 @@ struct Habits {
     bool onLoadTwice = false;
     /// IRibbonControl.Context is always null.
     bool nullContext = false;
-    /// An add-in whose OnConnection failed is still asked for its ribbon and called back.
-    bool ribbonAfterFailedConnection = true;
 
     // --- Events ---
     /// Cancel arrives as a plain VT_BOOL, so that it cannot be written back.

@@ -16,8 +16,8 @@ struct Store;
 
 DispatchPtr MakeApplication(const std::shared_ptr<HostCore>& core);
 DispatchPtr MakeNameSpace(const std::shared_ptr<HostCore>& core);
-/// The folders of the session (store null: the stores' roots) or of a store's root (which has none).
-DispatchPtr MakeFolders(const std::shared_ptr<HostCore>& core, const Store* store);
+/// The stores' root folders.
+DispatchPtr MakeFolders(const std::shared_ptr<HostCore>& core);
 DispatchPtr MakeFolder(const std::shared_ptr<HostCore>& core, const Store& store);
 DispatchPtr MakeExplorers(const std::shared_ptr<HostCore>& core);
 DispatchPtr MakeInspectors(const std::shared_ptr<HostCore>& core);
@@ -26,7 +26,7 @@ DispatchPtr MakeExplorer(const std::shared_ptr<HostCore>& core, const ExplorerPt
 DispatchPtr MakeInspectorObject(const std::shared_ptr<HostCore>& core, const InspectorPtr& inspector);
 DispatchPtr MakeItem(const std::shared_ptr<HostCore>& core, const ItemPtr& item);
 DispatchPtr MakeFormDescription(const std::shared_ptr<HostCore>& core, const ItemPtr& item);
-DispatchPtr MakeRibbonControl(const std::shared_ptr<HostCore>& core, const std::wstring& id, const std::wstring& tag,
+DispatchPtr MakeRibbonControl(const std::shared_ptr<HostCore>& core, const std::wstring& id,
                               const DispatchPtr& context);
 DispatchPtr MakeRibbonUi(const std::shared_ptr<HostCore>& core,
                          const std::shared_ptr<std::vector<Invalidation>>& invalidations);

@@ -80,7 +80,6 @@ HostWindow::HostWindow(std::shared_ptr<HostCore> core, WindowOwner& owner, const
     if (!window_) {
         throw _com_error(HRESULT_FROM_WIN32(::GetLastError()));
     }
-    core_->ledger.AddWindow(Handle(), owner_.Title());
     core_->Tell(StepKind::Window, L"\"" + owner_.Title() + L"\" opened");
     if (editorChain) {
         BuildEditorChain();
@@ -88,7 +87,6 @@ HostWindow::HostWindow(std::shared_ptr<HostCore> core, WindowOwner& owner, const
 }
 
 HostWindow::~HostWindow() {
-    core_->ledger.RemoveWindow(Handle());
     // Messages of the destruction must not reach a dying owner.
     ::SetWindowLongPtrW(Handle(), GWLP_USERDATA, 0);
     window_.Reset();

@@ -21,7 +21,6 @@ struct ItemFields {
     std::wstring body;
     std::wstring location; // appointments
     std::wstring comment;  // FormDescription.Comment
-    bool oneOff = false;   // FormDescription.OneOff
     long meetingStatus = kNonMeeting;
     DATE startUtc = 0; // days since 1899-12-30, UTC
     DATE endUtc = 0;

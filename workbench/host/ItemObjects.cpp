@@ -38,21 +38,10 @@ HRESULT MeetingStatus(Call& call) {
     return Wrote(call, item, call.PropertyLong(item.fields.meetingStatus));
 }
 
-/// Does an action of the user with an item. A sink's Cancel ends the call with E_ABORT.
-template <bool (Item::*Action)()>
-HRESULT Do(Call& call) {
+/// A sink's Cancel ends the call with E_ABORT.
+HRESULT DeleteItem(Call& call) {
     const ItemPtr item = ItemObject::Of(call).shared_from_this();
-    return ((*item).*Action)() ? S_OK : E_ABORT;
-}
-
-HRESULT CloseItem(Call& call) {
-    long mode = 0;
-    const HRESULT status = call.Long(0, mode);
-    if (FAILED(status)) {
-        return status;
-    }
-    const ItemPtr item = ItemObject::Of(call).shared_from_this();
-    return item->Close(static_cast<OlInspectorClose>(mode)) ? S_OK : E_ABORT;
+    return item->Delete() ? S_OK : E_ABORT;
 }
 
 HRESULT DisplayItem(Call& call) {
@@ -69,35 +58,20 @@ HRESULT GetInspector(Call& call) {
     return call.Return(ItemObject::Of(call).shared_from_this()->GetInspector()->Dispatch());
 }
 
-// The members that both kinds of items have.
-#define WORKBENCH_ITEM_MEMBERS                                                                                         \
-    {0x9100, L"Body", kGetPut, 0, 0, &TextField<&ItemFields::body>},                                                   \
-        {0xF01E, L"EntryID", kGet, 0, 0, [](Call& call) { return call.Return(ItemObject::Of(call).EntryId()); }},                                                          \
-        {0xF095, L"FormDescription", kGet, 0, 0, &FormDescription},                                                    \
-        {0xF03E, L"GetInspector", kGet, 0, 0, &GetInspector},                                                          \
-        {0xF0A3, L"Saved", kGet, 0, 0, [](Call& call) { return call.ReturnBoolean(ItemObject::Of(call).Saved()); }},                                                            \
-        {0x0037, L"Subject", kGetPut, 0, 0, &TextField<&ItemFields::subject>},                                         \
-        {0xF023, L"Close", kMethod, 1, 1, &CloseItem}, {0xF04A, L"Delete", kMethod, 0, 0, &Do<&Item::Delete>},         \
-        {0xF0A6, L"Display", kMethod, 0, 1, &DisplayItem}, {0xF048, L"Save", kMethod, 0, 0, &Do<&Item::Save>}, {       \
-        0xF075, L"Send", kMethod, 0, 0, &Do<&Item::Send>                                                               \
-    }
-
 constexpr Member kAppointmentMembers[] = {
-    WORKBENCH_ITEM_MEMBERS,
+    {0x9100, L"Body", kGetPut, 0, 0, &TextField<&ItemFields::body>},
+    {0xF01E, L"EntryID", kGet, 0, 0, [](Call& call) { return call.Return(ItemObject::Of(call).EntryId()); }},
+    {0xF095, L"FormDescription", kGet, 0, 0, &FormDescription},
+    {0xF03E, L"GetInspector", kGet, 0, 0, &GetInspector},
+    {0xF0A3, L"Saved", kGet, 0, 0, [](Call& call) { return call.ReturnBoolean(ItemObject::Of(call).Saved()); }},
+    {0x0037, L"Subject", kGetPut, 0, 0, &TextField<&ItemFields::subject>},
+    {0xF04A, L"Delete", kMethod, 0, 0, &DeleteItem},
+    {0xF0A6, L"Display", kMethod, 0, 1, &DisplayItem},
     {0x8208, L"Location", kGetPut, 0, 0, &TextField<&ItemFields::location>},
     {0x8217, L"MeetingStatus", kGetPut, 0, 0, &MeetingStatus},
     {0x8268, L"StartUTC", kGetPut, 0, 0, &DateField<&ItemFields::startUtc>},
     {0x8269, L"EndUTC", kGetPut, 0, 0, &DateField<&ItemFields::endUtc>},
 };
-
-constexpr Member kMailMembers[] = {WORKBENCH_ITEM_MEMBERS};
-
-#undef WORKBENCH_ITEM_MEMBERS
-
-HRESULT FormOneOff(Call& call) {
-    Item& item = *FormObject::Of(call).item;
-    return Wrote(call, item, call.PropertyBoolean(item.fields.oneOff));
-}
 
 HRESULT FormComment(Call& call) {
     Item& item = *FormObject::Of(call).item;
@@ -105,12 +79,11 @@ HRESULT FormComment(Call& call) {
 }
 
 constexpr Member kFormMembers[] = {
-    {0x0065, L"OneOff", kGetPut, 0, 0, &FormOneOff},
     {0x3004, L"Comment", kGetPut, 0, 0, &FormComment},
 };
 
 constexpr ObjectClass kAppointmentClass{L"AppointmentItem", kIidAppointmentItem, kAppointmentMembers};
-constexpr ObjectClass kMailClass{L"MailItem", kIidMailItem, kMailMembers};
+constexpr ObjectClass kMailClass{L"MailItem", kIidMailItem, {}};
 constexpr ObjectClass kFormClass{L"FormDescription", kIidFormDescription, kFormMembers};
 
 } // namespace

@@ -15,32 +15,12 @@ void Ledger::Remove(const void* object) {
     objects_.erase(object);
 }
 
-void Ledger::AddWindow(HWND window, std::wstring name) {
-    const std::scoped_lock lock(lock_);
-    windows_[window] = std::move(name);
-}
-
-void Ledger::RemoveWindow(HWND window) {
-    const std::scoped_lock lock(lock_);
-    windows_.erase(window);
-}
-
 std::vector<std::wstring> Ledger::Outstanding() const {
     const std::scoped_lock lock(lock_);
     std::vector<std::wstring> lines;
     for (const auto& [object, entry] : objects_) {
         const long count = entry.references->load();
         lines.push_back(entry.name + L": " + std::to_wstring(count) + (count == 1 ? L" reference" : L" references"));
-    }
-    std::sort(lines.begin(), lines.end());
-    return lines;
-}
-
-std::vector<std::wstring> Ledger::Windows() const {
-    const std::scoped_lock lock(lock_);
-    std::vector<std::wstring> lines;
-    for (const auto& [window, name] : windows_) {
-        lines.push_back(name);
     }
     std::sort(lines.begin(), lines.end());
     return lines;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <windows.h>
-
 #include <atomic>
 #include <cstddef>
 #include <map>
@@ -11,20 +9,16 @@
 
 namespace workbench {
 
-/// Knows every COM object the host has handed out and every window it has open. The host itself keeps no reference to
+/// Knows every COM object the host has handed out. The host itself keeps no reference to
 /// its COM objects, so whatever is outstanding is held by the add-in (or by the test). Any thread.
 class Ledger {
 public:
     /// @param references the object's live counter, read whenever somebody asks.
     void Add(const void* object, std::wstring name, const std::atomic<long>* references);
     void Remove(const void* object);
-    void AddWindow(HWND window, std::wstring name);
-    void RemoveWindow(HWND window);
 
     /// One readable line for each object that still has references: "Inspector #7: 2 references".
     std::vector<std::wstring> Outstanding() const;
-    /// One readable line for each window the host still has open.
-    std::vector<std::wstring> Windows() const;
     /// Objects handed out since the start, living or not.
     std::size_t Created() const;
 
@@ -36,7 +30,6 @@ private:
 
     mutable std::mutex lock_;
     std::map<const void*, Entry> objects_;
-    std::map<HWND, std::wstring> windows_;
     std::size_t created_ = 0;
 };
 

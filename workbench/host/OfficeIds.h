@@ -65,10 +65,9 @@ enum OlMeetingStatus : long {
     kMeetingReceivedAndCanceled = 7
 };
 enum OlInspectorClose : long { kCloseSave = 0, kCloseDiscard = 1, kClosePrompt = 2 };
-enum OlItemType : long { kMailItem = 0, kAppointmentItem = 1 };
+inline constexpr long kAppointmentItem = 1; // olAppointmentItem
 enum ConnectMode : int { kAfterStartup = 0, kStartup = 1, kExternal = 2, kCommandLine = 3 };
 enum DisconnectMode : int { kHostShutdown = 0, kUserClosed = 1 };
-inline constexpr long kLanguageIdUi = 2; // msoLanguageIDUI
 
 /// The status that Outlook's store returns for an unknown entry id.
 inline constexpr HRESULT kMapiNotFound = static_cast<HRESULT>(0x8004010F);

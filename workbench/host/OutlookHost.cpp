@@ -48,7 +48,6 @@ Store& OutlookHost::AddStore(const std::wstring& name, std::optional<std::wstrin
     auto store = std::make_unique<Store>();
     store->name = name;
     store->storeId = storeId.value_or(made);
-    store->rootEntryId = std::wstring(made) + L"F0";
     stores_.push_back(std::move(store));
     return *stores_.back();
 }
@@ -168,12 +167,10 @@ InspectorPtr OutlookHost::ActiveInspector() const {
 
 void OutlookHost::MovedToFront(Explorer& explorer) {
     MoveToFront(explorers_, explorer);
-    inspectorForemost_ = false;
 }
 
 void OutlookHost::MovedToFront(Inspector& inspector) {
     MoveToFront(inspectors_, inspector);
-    inspectorForemost_ = true;
 }
 
 void OutlookHost::Remove(Explorer& explorer) {
@@ -207,7 +204,7 @@ void OutlookHost::LoadRibbons(Surface surface) {
     }
     for (std::size_t i = 0; i < addIns_.size(); ++i) { // by index: loading may add add-ins
         AddInHost& addIn = *addIns_[i];
-        if (addIn.Object() && (addIn.Connected() || core_->habits.ribbonAfterFailedConnection)) {
+        if (addIn.Object()) {
             addIn.Ribbon(surface);
         }
     }
@@ -270,21 +267,9 @@ AddInHost& OutlookHost::LoadAddIn(const std::wstring& path, REFCLSID clsid) {
     return addIn;
 }
 
-AddInHost& OutlookHost::LoadAddInByClass(REFCLSID clsid) {
-    AddInHost& addIn = NewAddIn();
-    addIn.LoadClass(clsid);
-    return addIn;
-}
-
 AddInHost& OutlookHost::LoadAddInByProgId(const std::wstring& progId) {
     AddInHost& addIn = NewAddIn();
     addIn.LoadProgId(progId);
-    return addIn;
-}
-
-AddInHost& OutlookHost::AdoptAddIn(IUnknown* object) {
-    AddInHost& addIn = NewAddIn();
-    addIn.Adopt(object);
     return addIn;
 }
 

@@ -27,7 +27,6 @@ struct HostOptions {
 struct Store {
     std::wstring name;
     std::wstring storeId; // may be empty: some stores report none
-    std::wstring rootEntryId;
 };
 
 /// The stand-in Outlook. Make one on the thread that plays Outlook's main thread (COM initialised there,
@@ -71,15 +70,10 @@ public:
     InspectorPtr ActiveInspector() const; // the foremost inspector on show
     EventSource& ExplorersEvents() { return *explorersEvents_; }
     EventSource& InspectorsEvents() { return *inspectorsEvents_; }
-    /// Whether an inspector, and not an explorer, was activated last.
-    bool InspectorIsForemost() const { return inspectorForemost_; }
-    bool QuitRequested() const { return quitRequested_; }
 
     // --- Add-ins ---
     AddInHost& LoadAddIn(const std::wstring& path, REFCLSID clsid);
-    AddInHost& LoadAddInByClass(REFCLSID clsid);
     AddInHost& LoadAddInByProgId(const std::wstring& progId);
-    AddInHost& AdoptAddIn(IUnknown* addIn);
     const std::vector<std::unique_ptr<AddInHost>>& AddIns() const { return addIns_; }
 
     // --- Calls, references, steps ---
@@ -116,7 +110,6 @@ public:
     InspectorPtr MakeInspector(const ItemPtr& item); // NewInspector, not on show
     std::wstring NextEntryId();
     const std::wstring& DefaultStoreId();
-    void RequestQuit() { quitRequested_ = true; }
     void MovedToFront(Explorer& explorer);
     void MovedToFront(Inspector& inspector);
     void Remove(Explorer& explorer);
@@ -146,8 +139,6 @@ private:
     std::vector<std::unique_ptr<AddInHost>> addIns_;
     unsigned nextNumber_ = 1;
     unsigned nextEntry_ = 1;
-    bool quitRequested_ = false;
-    bool inspectorForemost_ = false;
     bool shutDown_ = false;
 };
 

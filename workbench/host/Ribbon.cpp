@@ -172,8 +172,7 @@ DispatchPtr Ribbon::MakeControl(const std::wstring& id, const RibbonContext& con
     } else if (context.Automatic()) {
         object = RibbonContext(host_.ActiveInspector()).Object();
     }
-    const RibbonElement* element = Find(id);
-    return MakeRibbonControl(host_.Core(), id, element ? element->Attribute(L"tag") : std::wstring(), object);
+    return MakeRibbonControl(host_.Core(), id, object);
 }
 
 CallbackResult Ribbon::Call(const std::wstring& callback, const _variant_t& argument) {

@@ -45,7 +45,7 @@ struct CallbackResult {
 };
 
 struct Invalidation {
-    std::wstring controlId; // empty: Invalidate, that is all controls
+    std::wstring controlId;
 };
 
 /// One ribbon of the add-in: its XML, its callbacks. Every query asks the add-in afresh; ids need not be in the XML.

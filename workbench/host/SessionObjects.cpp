@@ -8,27 +8,19 @@ namespace {
 // Objects without a state of their own are told apart by these addresses.
 constexpr char kApplicationKey = 0;
 constexpr char kNameSpaceKey = 0;
-constexpr char kRootFoldersKey = 0;
+constexpr char kFoldersKey = 0;
 constexpr char kExplorersKey = 0;
 constexpr char kInspectorsKey = 0;
 constexpr char kLanguageKey = 0;
 
 struct SessionModel {};
 
-struct FoldersModel {
-    const Store* store; // null: the folders are the stores' roots
-};
-
 struct FolderModel {
     const Store* store;
 };
 
-struct ExplorersModel {
-    std::shared_ptr<EventSource> events;
-    const std::shared_ptr<EventSource>& SharedEvents() const { return events; }
-};
-
-struct InspectorsModel {
+/// Explorers or Inspectors.
+struct WindowsModel {
     std::shared_ptr<EventSource> events;
     const std::shared_ptr<EventSource>& SharedEvents() const { return events; }
 };
@@ -42,62 +34,13 @@ DispatchPtr DispatchOf(const std::shared_ptr<View>& view) {
     return view ? view->Dispatch() : DispatchPtr();
 }
 
-HRESULT ActiveWindow(Call& call) {
-    OutlookHost& host = call.Host();
-    const InspectorPtr inspector = host.ActiveInspector();
-    if (inspector && host.InspectorIsForemost()) {
-        return call.Return(inspector->Dispatch());
-    }
-    return call.Return(DispatchOf(host.ActiveExplorer()));
-}
-
 HRESULT CreateItem(Call& call) {
     long type = 0;
     const HRESULT status = call.Long(0, type);
     if (FAILED(status)) {
         return status;
     }
-    if (type != kMailItem && type != kAppointmentItem) {
-        return E_INVALIDARG;
-    }
-    OutlookHost& host = call.Host();
-    return call.Return((type == kMailItem ? host.NewMail() : host.NewAppointment())->Dispatch());
-}
-
-/// The 1-based index of a collection's Item; texts name a folder.
-HRESULT Index(Call& call, long& index) {
-    const VARIANT* argument = call.Argument(0);
-    if (!argument) {
-        return DISP_E_PARAMNOTOPTIONAL;
-    }
-    return call.Long(0, index);
-}
-
-template <class View>
-HRESULT ItemOf(Call& call, const std::vector<std::shared_ptr<View>>& views) {
-    long index = 0;
-    const HRESULT status = Index(call, index);
-    if (FAILED(status)) {
-        return status;
-    }
-    if (index < 1 || static_cast<std::size_t>(index) > views.size()) {
-        return DISP_E_BADINDEX;
-    }
-    return call.Return(views[static_cast<std::size_t>(index) - 1]->Dispatch());
-}
-
-HRESULT FolderByName(Call& call, const std::wstring& name) {
-    for (const auto& store : call.Host().Stores()) {
-        if (store->name == name) {
-            return call.Return(MakeFolder(CoreOf(call), *store));
-        }
-    }
-    return kMapiNotFound;
-}
-
-HRESULT FoldersCount(Call& call) {
-    const bool roots = ObjectOf<FoldersModel>::Of(call).store == nullptr;
-    return call.ReturnLong(roots ? static_cast<long>(call.Host().Stores().size()) : 0);
+    return type == kAppointmentItem ? call.Return(call.Host().NewAppointment()->Dispatch()) : E_INVALIDARG;
 }
 
 HRESULT FoldersItem(Call& call) {
@@ -105,16 +48,13 @@ HRESULT FoldersItem(Call& call) {
     if (argument && argument->vt == VT_INT && call.Core().habits.refuseVtInt) {
         return DISP_E_TYPEMISMATCH;
     }
-    if (argument && argument->vt == VT_BSTR) {
-        return FolderByName(call, argument->bstrVal ? argument->bstrVal : L"");
-    }
-    long index = 0;
-    const HRESULT status = Index(call, index);
+    long index = 0; // from 1
+    const HRESULT status = call.Long(0, index);
     if (FAILED(status)) {
         return status;
     }
     const auto& stores = call.Host().Stores();
-    if (ObjectOf<FoldersModel>::Of(call).store || index < 1 || static_cast<std::size_t>(index) > stores.size()) {
+    if (index < 1 || static_cast<std::size_t>(index) > stores.size()) {
         return DISP_E_BADINDEX;
     }
     return call.Return(MakeFolder(CoreOf(call), *stores[static_cast<std::size_t>(index) - 1]));
@@ -139,50 +79,27 @@ constexpr Member kApplicationMembers[] = {
     {0x0116, L"Version", kGet, 0, 0, [](Call& call) { return call.Return(call.Host().version); }},
     {0x0111, L"ActiveExplorer", kMethod, 0, 0,
      [](Call& call) { return call.Return(DispatchOf(call.Host().ActiveExplorer())); }},
-    {0x0112, L"ActiveInspector", kMethod, 0, 0,
-     [](Call& call) { return call.Return(DispatchOf(call.Host().ActiveInspector())); }},
     {0x010A, L"CreateItem", kMethod, 1, 1, &CreateItem},
-    {0x0113, L"Quit", kMethod, 0, 0,
-     [](Call& call) {
-         call.Host().RequestQuit();
-         return S_OK;
-     }},
     {0x0119, L"Explorers", kGet, 0, 0, [](Call& call) { return call.Return(MakeExplorers(CoreOf(call))); }},
     {0x011A, L"Inspectors", kGet, 0, 0, [](Call& call) { return call.Return(MakeInspectors(CoreOf(call))); }},
     {0x011B, L"LanguageSettings", kGet, 0, 0,
      [](Call& call) { return call.Return(MakeLanguageSettings(CoreOf(call))); }},
-    {0x011F, L"ActiveWindow", kMethod, 0, 0, &ActiveWindow},
 };
 
 constexpr Member kNameSpaceMembers[] = {
-    {0x2103, L"Folders", kGet, 0, 0, [](Call& call) { return call.Return(MakeFolders(CoreOf(call), nullptr)); }},
+    {0x2103, L"Folders", kGet, 0, 0, [](Call& call) { return call.Return(MakeFolders(CoreOf(call))); }},
     {0x2109, L"GetItemFromID", kMethod, 1, 2, &GetItemFromId},
 };
 
 constexpr Member kFoldersMembers[] = {
-    {0x0050, L"Count", kGet, 0, 0, &FoldersCount},
+    {0x0050, L"Count", kGet, 0, 0,
+     [](Call& call) { return call.ReturnLong(static_cast<long>(call.Host().Stores().size())); }},
     {0x0051, L"Item", kMethod, 1, 1, &FoldersItem},
 };
 
 constexpr Member kFolderMembers[] = {
-    {0xF01E, L"EntryID", kGet, 0, 0,
-     [](Call& call) { return call.Return(ObjectOf<FolderModel>::Of(call).store->rootEntryId); }},
-    {0x2103, L"Folders", kGet, 0, 0,
-     [](Call& call) { return call.Return(MakeFolders(CoreOf(call), ObjectOf<FolderModel>::Of(call).store)); }},
     {0x3108, L"StoreID", kGet, 0, 0,
      [](Call& call) { return call.Return(ObjectOf<FolderModel>::Of(call).store->storeId); }},
-};
-
-constexpr Member kExplorersMembers[] = {
-    {0x0050, L"Count", kGet, 0, 0,
-     [](Call& call) { return call.ReturnLong(static_cast<long>(call.Host().Explorers().size())); }},
-    {0x0051, L"Item", kMethod, 1, 1, [](Call& call) { return ItemOf(call, call.Host().Explorers()); }},
-};
-
-constexpr Member kInspectorsMembers[] = {
-    {0x0050, L"Count", kGet, 0, 0,
-     [](Call& call) { return call.ReturnLong(static_cast<long>(call.Host().Inspectors().size())); }},
-    {0x0051, L"Item", kMethod, 1, 1, [](Call& call) { return ItemOf(call, call.Host().Inspectors()); }},
 };
 
 constexpr Member kLanguageMembers[] = {
@@ -198,8 +115,8 @@ constexpr ObjectClass kApplicationClass{L"Application", kIidApplication, kApplic
 constexpr ObjectClass kNameSpaceClass{L"NameSpace", kIidNameSpace, kNameSpaceMembers};
 constexpr ObjectClass kFoldersClass{L"Folders", kIidFolders, kFoldersMembers};
 constexpr ObjectClass kFolderClass{L"Folder", kIidFolder, kFolderMembers};
-constexpr ObjectClass kExplorersClass{L"Explorers", kIidExplorers, kExplorersMembers};
-constexpr ObjectClass kInspectorsClass{L"Inspectors", kIidInspectors, kInspectorsMembers};
+constexpr ObjectClass kExplorersClass{L"Explorers", kIidExplorers, {}};
+constexpr ObjectClass kInspectorsClass{L"Inspectors", kIidInspectors, {}};
 constexpr ObjectClass kLanguageClass{L"LanguageSettings", kIidLanguageSettings, kLanguageMembers};
 constexpr ObjectClass kAddInClass{L"COMAddIn", kIidComAddIn, {}};
 
@@ -217,9 +134,8 @@ DispatchPtr MakeNameSpace(const std::shared_ptr<HostCore>& core) {
     return HandOut(core, kNameSpaceClass, &kNameSpaceKey, NextLabel(*core), std::make_shared<SessionModel>());
 }
 
-DispatchPtr MakeFolders(const std::shared_ptr<HostCore>& core, const Store* store) {
-    const void* key = store ? static_cast<const void*>(&store->storeId) : &kRootFoldersKey;
-    return HandOut(core, kFoldersClass, key, NextLabel(*core), std::make_shared<FoldersModel>(FoldersModel{store}));
+DispatchPtr MakeFolders(const std::shared_ptr<HostCore>& core) {
+    return HandOut(core, kFoldersClass, &kFoldersKey, NextLabel(*core), std::make_shared<SessionModel>());
 }
 
 DispatchPtr MakeFolder(const std::shared_ptr<HostCore>& core, const Store& store) {
@@ -227,12 +143,12 @@ DispatchPtr MakeFolder(const std::shared_ptr<HostCore>& core, const Store& store
 }
 
 DispatchPtr MakeExplorers(const std::shared_ptr<HostCore>& core) {
-    auto model = std::make_shared<ExplorersModel>(ExplorersModel{core->host->SharedExplorersEvents()});
+    auto model = std::make_shared<WindowsModel>(WindowsModel{core->host->SharedExplorersEvents()});
     return HandOut(core, kExplorersClass, &kExplorersKey, NextLabel(*core), model);
 }
 
 DispatchPtr MakeInspectors(const std::shared_ptr<HostCore>& core) {
-    auto model = std::make_shared<InspectorsModel>(InspectorsModel{core->host->SharedInspectorsEvents()});
+    auto model = std::make_shared<WindowsModel>(WindowsModel{core->host->SharedInspectorsEvents()});
     return HandOut(core, kInspectorsClass, &kInspectorsKey, NextLabel(*core), model);
 }
 

@@ -5,7 +5,6 @@
 namespace workbench {
 namespace {
 
-using ExplorerObject = ObjectOf<Explorer>;
 using InspectorObject = ObjectOf<Inspector>;
 
 HRESULT CurrentItem(Call& call) {
@@ -29,38 +28,12 @@ HRESULT CloseInspector(Call& call) {
     return inspector->Close(static_cast<OlInspectorClose>(mode)) ? S_OK : E_ABORT;
 }
 
-constexpr Member kExplorerMembers[] = {
-    {0x2103, L"Close", kMethod, 0, 0,
-     [](Call& call) {
-         const ExplorerPtr explorer = ExplorerObject::Of(call).shared_from_this();
-         explorer->Close();
-         return S_OK;
-     }},
-    {0x2111, L"Caption", kGet, 0, 0, [](Call& call) { return call.Return(ExplorerObject::Of(call).Caption()); }},
-    {0x2113, L"Activate", kMethod, 0, 0,
-     [](Call& call) {
-         ExplorerObject::Of(call).Activate();
-         return S_OK;
-     }},
-};
-
 constexpr Member kInspectorMembers[] = {
     {0x2102, L"CurrentItem", kGet, 0, 0, &CurrentItem},
     {0x2103, L"Close", kMethod, 1, 1, &CloseInspector},
-    {0x2104, L"Display", kMethod, 0, 1,
-     [](Call& call) {
-         InspectorObject::Of(call).Display();
-         return S_OK;
-     }},
-    {0x2111, L"Caption", kGet, 0, 0, [](Call& call) { return call.Return(InspectorObject::Of(call).Caption()); }},
-    {0x2113, L"Activate", kMethod, 0, 0,
-     [](Call& call) {
-         InspectorObject::Of(call).Activate();
-         return S_OK;
-     }},
 };
 
-constexpr ObjectClass kExplorerClass{L"Explorer", kIidExplorer, kExplorerMembers};
+constexpr ObjectClass kExplorerClass{L"Explorer", kIidExplorer, {}};
 constexpr ObjectClass kInspectorClass{L"Inspector", kIidInspector, kInspectorMembers};
 
 } // namespace

@@ -18,26 +18,11 @@ TEST_F(MarkerInAppointment, OnlyAReadableObjectIsUnderstoodAndNothingIsOverwritt
     const Case cases[] = {
         {"nothing", L"", false, false},
         {"flag", LR"({"nbm_flag":true})", true, false},
-        {"flag false", LR"({"nbm_flag":false})", true, false},
-        {"flag an object", LR"({"nbm_flag":{"a":[]},"conf_id":7,"is_new_item":"x"})", true, false},
         {"no flag", LR"({"is_new_item":true})", false, false},
         {"text", L"Bring the nbm_flag \x4f1a", false, true},
-        {"cut off", LR"({"nbm_flag":true)", false, true},
         {"array", LR"(["nbm_flag"])", false, false},
-        {"text value", LR"("nbm_flag")", false, false},
-        {"number", L"42", false, false},
-        {"null", L"null", false, false},
         {"lone surrogate", L"\xd800", false, true},
         {"deep arrays", std::wstring(50'000, L'['), false, true},
-        {"deep objects",
-         [] {
-             std::wstring text;
-             for (int depth = 0; depth < 20'000; ++depth) {
-                 text += L"{\"a\":";
-             }
-             return text;
-         }(),
-         false, true},
     };
     Connect();
     for (const Case& each : cases) {

@@ -277,7 +277,7 @@ TEST_F(RibbonCallbacks, NullArgumentsAreRefused) {
     EXPECT_THAT(LogLines(), Contains("Err AddIn::GetCustomUI Invalid param."));
 }
 
-TEST_F(RibbonCallbacks, EachRibbonHasItsButtonsAndAnUnknownOneNothing) {
+TEST_F(RibbonCallbacks, EachRibbonHasItsXmlAndAnUnknownOneNothing) {
     HostOptions options;
     options.habits.ribbonByHand = true;
     Connect(options);
@@ -300,28 +300,13 @@ TEST_F(RibbonCallbacks, EachRibbonHasItsButtonsAndAnUnknownOneNothing) {
             ::SysFreeString(xml);
         }
     }
-    const auto ids = [&](Surface surface, const wchar_t* tab) {
-        EXPECT_THAT(AddIn().LoadRibbon(surface), IsStatus(S_OK));
-        std::vector<std::string> found;
-        for (const auto& element : AddIn().Ribbon(surface).OfTab(tab)) {
-            found.push_back(ToNarrow(element.id));
-        }
-        return found;
-    };
-    using testing::ElementsAre;
-    EXPECT_THAT(ids(Surface::Explorer, L"TabMail"),
-                ElementsAre("GroupNembraMeetingMail", "StartMeetingMail", "BookMeetingMail"));
-    EXPECT_THAT(ids(Surface::Explorer, L"TabCalendar"),
-                ElementsAre("GroupNembraMeetingCalendar", "StartMeetingCalendar", "BookMeetingCalendar"));
-    EXPECT_THAT(ids(Surface::Appointment, L"TabAppointment"),
-                ElementsAre("GroupNembraMeetingAppointment", "BookMeetingAppointment", "CancelMeeetingAppointment"));
 }
 
 TEST_F(RibbonCallbacks, ImagesComeAs32BitPictures) {
     // Office may ask for the images before it connects the add-in, and after it has disconnected it.
     Load();
     Host().OpenExplorer();
-    const auto load = [&](const wchar_t* name, BITMAP& bitmap) {
+    const auto load = [&](const wchar_t* name, DIBSECTION& section) {
         IPictureDisp* display = reinterpret_cast<IPictureDisp*>(8);
         const _bstr_t text(name);
         const HRESULT status = Callbacks()->OnLoadImage(text, &display);
@@ -334,7 +319,17 @@ TEST_F(RibbonCallbacks, ImagesComeAs32BitPictures) {
         OLE_HANDLE handle = 0;
         EXPECT_THAT(picture->get_Handle(&handle), IsStatus(S_OK));
         const auto object = reinterpret_cast<HBITMAP>(static_cast<INT_PTR>(static_cast<int>(handle)));
-        EXPECT_NE(::GetObjectW(object, sizeof(bitmap), &bitmap), 0);
+        // A bitmap that is no DIB section would lose its alpha channel in Office. Colours above their alpha would show
+        // as fringes over a ribbon.
+        EXPECT_EQ(::GetObjectW(object, sizeof(section), &section), static_cast<int>(sizeof(section)));
+        const auto* const bytes = static_cast<const std::uint8_t*>(section.dsBm.bmBits);
+        for (int at = 0; at < 64 * 64 * 4; at += 4) {
+            const auto alpha = bytes[at + 3];
+            if (bytes[at] > alpha || bytes[at + 1] > alpha || bytes[at + 2] > alpha) {
+                ADD_FAILURE() << "pixel " << at / 4 << " is not multiplied with its alpha";
+                break;
+            }
+        }
         picture->Release();
         EXPECT_EQ(display->Release(), 0u) << "the picture is the caller's alone";
         return status;
@@ -344,17 +339,17 @@ TEST_F(RibbonCallbacks, ImagesComeAs32BitPictures) {
     const auto loadAll = [&] {
         for (const wchar_t* name : kNames) {
             SCOPED_TRACE(ToNarrow(name));
-            BITMAP bitmap = {};
-            EXPECT_THAT(load(name, bitmap), IsStatus(S_OK));
-            EXPECT_EQ(bitmap.bmWidth, 64);
-            EXPECT_EQ(bitmap.bmHeight, 64);
-            EXPECT_EQ(bitmap.bmBitsPixel, 32);
+            DIBSECTION section = {};
+            EXPECT_THAT(load(name, section), IsStatus(S_OK));
+            EXPECT_EQ(section.dsBm.bmWidth, 64);
+            EXPECT_EQ(section.dsBm.bmHeight, 64);
+            EXPECT_EQ(section.dsBm.bmBitsPixel, 32);
         }
     };
     loadAll();
     EXPECT_THAT(AddIn().Connect(), IsStatus(S_OK));
     loadAll();
-    BITMAP none = {};
+    DIBSECTION none = {};
     for (const wchar_t* name : {L"abc", L"999", L"", L"-401"}) {
         SCOPED_TRACE(ToNarrow(name));
         EXPECT_TRUE(FAILED(load(name, none)));

@@ -24,50 +24,6 @@ Reading Read(const std::string& text) {
     return reading;
 }
 
-TEST(CommandText, CarriesAllMembersInKeyOrder) {
-    CommandFields command;
-    command.cmd = 6;
-    command.subject = "Q\"1\"\n";
-    command.confId = "c-1";
-    command.startTime = std::numeric_limits<int64_t>::min();
-    command.endTime = std::numeric_limits<int64_t>::max();
-    command.centerX = -1920;
-    command.centerY = 540;
-    EXPECT_EQ(WriteCommand(command), "{\n"
-                                     "\t\"centerX\" : -1920,\n"
-                                     "\t\"centerY\" : 540,\n"
-                                     "\t\"cmd\" : 6,\n"
-                                     "\t\"confId\" : \"c-1\",\n"
-                                     "\t\"confOutlookId\" : \"\",\n"
-                                     "\t\"endTime\" : 9223372036854775807,\n"
-                                     "\t\"startTime\" : -9223372036854775808,\n"
-                                     "\t\"subject\" : \"Q\\\"1\\\"\\n\"\n"
-                                     "}\n");
-}
-
-TEST(CommandText, OtherScriptsSurviveTheRoundTrip) {
-    CommandFields command;
-    command.subject = "\xE4\xBC\x9A\xE8\xAE\xAE \xF0\x9F\x98\x80"; // two ideographs and an emoji
-    std::string text = WriteCommand(command);
-    EXPECT_EQ(text.find('\0'), std::string::npos);
-    // A command is no notification, but its subject is read the same way.
-    text.insert(1, "\"notify\":101,");
-    EXPECT_EQ(Read(text).fields.subject, command.subject);
-}
-
-TEST(NotificationText, FillsEveryField) {
-    const Reading reading = Read(R"({"notify":101,"confId":"c","confOutlookId":"o","contents":"b","url":"u",
-        "subject":"s","startTime":-1,"endTime":9223372036854775807,"code":-2147483648,"message":"m","more":[]})");
-    ASSERT_TRUE(reading.accepted) << reading.error;
-    const NotificationFields& fields = reading.fields;
-    EXPECT_EQ(fields.type, 101);
-    EXPECT_EQ(fields.confId + fields.confOutlookId + fields.contents + fields.url + fields.subject + fields.message,
-              "cobusm");
-    EXPECT_EQ(fields.startTime, -1);
-    EXPECT_EQ(fields.endTime, std::numeric_limits<int64_t>::max());
-    EXPECT_EQ(fields.code, std::numeric_limits<int32_t>::min());
-}
-
 TEST(NotificationText, PassesOverMissingAndMistypedMembers) {
     for (const char* members :
          {"", R"(,"confId":1,"confOutlookId":null,"contents":{},"url":[],"subject":true,"message":2.5)",

@@ -7,7 +7,6 @@ using testing::Not;
 using testing::StartsWith;
 using workbench::InspectorPtr;
 using workbench::ItemPtr;
-using workbench::kCloseDiscard;
 using workbench::kClosePrompt;
 using workbench::kCloseSave;
 
@@ -29,11 +28,6 @@ protected:
         return item;
     }
     bool IsNew(const ItemPtr& item) { return ParseJson(ToNarrow(item->Comment()))["is_new_item"].asBool(); }
-    ItemPtr OpenKnown(long status) {
-        const ItemPtr item = OpenAppointment(true, kKnownMeeting);
-        item->fields.meetingStatus = status;
-        return item;
-    }
 };
 
 TEST_F(MeetingStory, SavedAndClosedSendsItsFinalDetailsOnce) {
@@ -62,35 +56,6 @@ TEST_F(MeetingStory, SavedAndClosedSendsItsFinalDetailsOnce) {
     }
 }
 
-TEST_F(MeetingStory, DiscardedCancelsTheMeeting) {
-    for (const bool byQuestion : {false, true}) {
-        SCOPED_TRACE(byQuestion);
-        const ItemPtr item = Scheduled();
-        Host().closeAnswer = kCloseDiscard;
-        Host().ResetCalls();
-        EXPECT_TRUE(item->Close(byQuestion ? kClosePrompt : kCloseDiscard));
-        const std::vector<Json::Value> commands = TakeCommands();
-        ASSERT_EQ(commands.size(), 1u);
-        EXPECT_EQ(commands[0]["cmd"], 5);
-        EXPECT_EQ(commands[0]["confId"], "c-77");
-        EXPECT_EQ(commands[0]["confOutlookId"], "");
-        EXPECT_EQ(Host().CountOf(L"FormDescription.put Comment"), 0u) << "the marker is left as it is";
-    }
-}
-
-TEST_F(MeetingStory, ClosingThatTheUserCallsOffChangesNothing) {
-    const ItemPtr item = Scheduled();
-    Host().closeAnswer = kClosePrompt;
-    EXPECT_FALSE(item->Close(kClosePrompt));
-    EXPECT_THAT(TakeCommands(), IsEmpty());
-    EXPECT_TRUE(IsNew(item));
-    EXPECT_EQ(item->Events().SinkCount(), 1u);
-    EXPECT_EQ(item->OpenedInspector()->Events().SinkCount(), 1u);
-    Host().closeAnswer = kCloseSave;
-    EXPECT_TRUE(item->Close(kClosePrompt));
-    EXPECT_THAT(TakeCommandNumbers(), ElementsAre(6));
-}
-
 TEST_F(MeetingStory, NewInvitationIsToldOnceAlthoughItIsSaved) {
     const ItemPtr item = Scheduled();
     EXPECT_TRUE(item->Send());
@@ -101,44 +66,6 @@ TEST_F(MeetingStory, NewInvitationIsToldOnceAlthoughItIsSaved) {
         Contains("Inf AddIn::OnAppointmentItemSend isNembraMeeting: 1, isAlive: 1, oldStatus: 1, newStatus: 0"));
     EXPECT_THAT(LogLines(), Not(Contains(StartsWith("Inf AddIn::OnAppointmentItemWrite"))))
         << "the save inside the send";
-}
-
-TEST_F(MeetingStory, UpdatesAndCancellationsArePassedOn) {
-    struct Case {
-        long status;
-        bool savedBefore;
-        int command;
-    };
-    // The status that counts is the one of the last save before the send.
-    for (const Case& each : {Case{1, false, 6}, Case{1, true, 6}, Case{5, true, 5}, Case{5, false, 6}}) {
-        SCOPED_TRACE(testing::Message() << each.status << (each.savedBefore ? " saved before" : ""));
-        const ItemPtr item = OpenKnown(each.status);
-        if (each.savedBefore) {
-            EXPECT_TRUE(item->Save());
-        }
-        EXPECT_TRUE(item->Send());
-        EXPECT_TRUE(item->Sent());
-        EXPECT_THAT(TakeCommandNumbers(), ElementsAre(each.command));
-        EXPECT_EQ(ToNarrow(item->Comment()), ToNarrow(kKnownMeeting));
-    }
-}
-
-TEST_F(MeetingStory, DeletionGoesAheadAndRefreshesTheCancelButton) {
-    struct Case {
-        const wchar_t* comment;
-        std::vector<int> commands; // of the close that follows
-    };
-    for (const Case& each : {Case{L"", {}}, Case{kKnownMeeting, {}}, Case{kNewMeeting, {6}}}) {
-        SCOPED_TRACE(ToNarrow(each.comment));
-        const ItemPtr item = OpenAppointment(true, each.comment);
-        const size_t before = AppointmentRibbon().Invalidations().size();
-        EXPECT_TRUE(item->Delete());
-        EXPECT_TRUE(item->Deleted());
-        const auto& invalidations = AppointmentRibbon().Invalidations();
-        ASSERT_EQ(invalidations.size(), before + 1);
-        EXPECT_EQ(ToNarrow(invalidations.back().controlId), "CancelMeeetingAppointment");
-        EXPECT_EQ(TakeCommandNumbers(), each.commands);
-    }
 }
 
 TEST_F(MeetingStory, OtherWindowsAndNoiseAreLeftAlone) {
@@ -156,24 +83,5 @@ TEST_F(MeetingStory, OtherWindowsAndNoiseAreLeftAlone) {
     EXPECT_TRUE(item->Close(kClosePrompt));
     EXPECT_THAT(TakeCommandNumbers(), ElementsAre(6));
     EXPECT_THAT(HeldObjects(), Not(Contains(StartsWith(L"AppointmentItem"))));
-    EXPECT_THAT(Host().AdvisedSinks(), testing::UnorderedElementsAreArray(RestingSinks()));
-}
-
-TEST_F(MeetingStory, WhenEverythingIsClosedOnlyTheHostsFrameIsHeld) {
-    AppointmentRibbon(); // The add-in holds the IRibbonUI that it was given last.
-    const std::vector<std::wstring> frame = HeldObjects();
-    EXPECT_THAT(frame, Contains(StartsWith(L"Explorer #")));
-    for (const auto mode : {kCloseSave, kCloseDiscard}) {
-        const ItemPtr item = Scheduled();
-        OpenAppointment(true, kKnownMeeting)->Send();
-        OpenAppointment(true, kKnownMeeting)->Delete();
-        const ItemPtr plain = OpenAppointment(false);
-        Host().OpenExplorer()->Close();
-        item->Close(mode);
-        plain->Close(mode);
-        TakeCommands();
-    }
-    ASSERT_THAT(Host().Inspectors(), IsEmpty());
-    EXPECT_EQ(HeldObjects(), frame);
     EXPECT_THAT(Host().AdvisedSinks(), testing::UnorderedElementsAreArray(RestingSinks()));
 }

@@ -174,31 +174,6 @@ TEST_F(Sinks, SourceWithoutEventsIsLoggedAlikeByEveryKind) {
     }
 }
 
-TEST_F(Sinks, SourceThatRefusesTheConnectionCanBeTriedAgain) {
-    host_->habits().countQueryInterface = true;
-    for (const Kind& kind : Kinds()) {
-        SCOPED_TRACE(kind.name);
-        host_->ClearFailures();
-        const DispatchPtr source = kind.source(*host_);
-        for (size_t call = 1;; ++call) { // each query of the source in turn
-            host_->ClearFailures();
-            host_->ResetCalls();
-            host_->FailCall(call, workbench::FailKind::Status, E_ACCESSDENIED);
-            const IEventSinkPtr sink = kind.make(addIn_, source);
-            if (host_->CallCount() < call) {
-                EXPECT_GT(call, 2u) << "at least the container and the connection point were asked for";
-                sink->Unadvise();
-                break;
-            }
-            EXPECT_THAT(host_->AdvisedSinks(), IsEmpty());
-            host_->ClearFailures();
-            EXPECT_THAT(sink->Advise(source), IsStatus(S_OK));
-            sink->Unadvise();
-        }
-    }
-    host_->ClearFailures();
-}
-
 TEST_F(Sinks, SuccessWithoutAConnectionPointIsAFailedConnection) {
     OddSource source;
     source.hasPoint = false;

@@ -95,33 +95,3 @@ TEST_F(SyncQuestion, RefusedSaveKeepsTheWindowOpen) {
     ShowClient();
     EXPECT_THAT(TakeCommands(), IsEmpty());
 }
-
-TEST_F(SyncQuestion, SendIsNotAskedForItsOwnSave) {
-    Connect();
-    StartFreshClient();
-    HideClient();
-    const ItemPtr item = OpenAppointment(true, kKnownMeeting);
-    DialogResponder user(std::vector<int>{IDCANCEL});
-    EXPECT_TRUE(item->Send());
-    EXPECT_EQ(item->SaveCount(), 2u);
-    EXPECT_THAT(user.Seen(), IsEmpty());
-    // Opened again it is an appointment like any other.
-    Host().OpenInspector(item);
-    EXPECT_FALSE(item->Save());
-    EXPECT_THAT(DialogKinds(user.Seen()), ElementsAre("sync"));
-    ShowClient();
-    EXPECT_THAT(TakeCommands(), IsEmpty()) << "an update sent while the client was away is not told later";
-}
-
-TEST_F(SyncQuestion, CancelThatCannotBeWrittenLetsTheSaveGoOn) {
-    Connect();
-    const ItemPtr item = OpenAppointment(true, kKnownMeeting);
-    for (const bool missing : {false, true}) {
-        Host().habits().cancelByValue = !missing;
-        Host().habits().cancelMissing = missing;
-        DialogResponder user(IDCANCEL);
-        EXPECT_TRUE(item->Save());
-        EXPECT_TRUE(user.Done());
-        EXPECT_TRUE(OpenAppointment(true, kKnownMeeting)->Delete());
-    }
-}

@@ -66,33 +66,7 @@ void AddKey(HKEY root, const std::wstring& path, RegistryImage& image) {
     }
 }
 
-/// The place in the module's import table that holds the function's address.
-void** FindImport(HMODULE module, const char* function) {
-    auto* base = reinterpret_cast<BYTE*>(module);
-    const auto* dosHeader = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dosHeader->e_lfanew);
-    const auto& table = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    const auto* library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + table.VirtualAddress);
-    for (; library->Name != 0; ++library) {
-        const auto* name = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
-        auto* slot = reinterpret_cast<void**>(base + library->FirstThunk);
-        for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-            const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-            if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) && std::strcmp(import->Name, function) == 0) {
-                return slot;
-            }
-        }
-    }
-    return nullptr;
-}
-
 } // namespace
-
-UniqueKey OpenKey(HKEY root, const std::wstring& path) {
-    HKEY key = nullptr;
-    ::RegOpenKeyExW(root, path.c_str(), 0, KEY_READ | KEY_WRITE, &key);
-    return UniqueKey(key);
-}
 
 UniqueKey MakeKey(HKEY root, const std::wstring& path) {
     HKEY key = nullptr;
@@ -144,25 +118,4 @@ void KeyLock::Set(const wchar_t* accessList) {
         ::ConvertStringSecurityDescriptorToSecurityDescriptorW(accessList, SDDL_REVISION_1, &descriptor, nullptr));
     EXPECT_EQ(::RegSetKeySecurity(key_.Get(), DACL_SECURITY_INFORMATION, descriptor), ERROR_SUCCESS);
     ::LocalFree(descriptor);
-}
-
-ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement)
-    : slot_(FindImport(module, function)) {
-    if (slot_ != nullptr) {
-        original_ = *slot_;
-        Put(replacement);
-    }
-}
-
-ImportPatch::~ImportPatch() {
-    if (slot_ != nullptr) {
-        Put(original_);
-    }
-}
-
-void ImportPatch::Put(void* function) {
-    DWORD protection = 0;
-    ::VirtualProtect(slot_, sizeof(void*), PAGE_READWRITE, &protection);
-    *slot_ = function;
-    ::VirtualProtect(slot_, sizeof(void*), protection, &protection);
 }

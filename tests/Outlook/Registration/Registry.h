@@ -1,14 +1,13 @@
 #pragma once
 
 #include "support/UniqueResource.h"
+#include "workbench/gauges/ImportPatch.h"
 
 #include <windows.h>
 
 #include <map>
 #include <string>
 
-/// Opens a key for reading and writing; null when that fails.
-UniqueKey OpenKey(HKEY root, const std::wstring& path);
 /// Opens a key that is made, with the keys above it, when it is not there.
 UniqueKey MakeKey(HKEY root, const std::wstring& path);
 bool HasKey(HKEY root, const std::wstring& path);
@@ -57,16 +56,16 @@ private:
 /// Replaces a function that a module imports by name as long as it lives.
 class ImportPatch {
 public:
-    ImportPatch(HMODULE module, const char* function, void* replacement);
-    ~ImportPatch();
+    ImportPatch(HMODULE module, const char* function, void* replacement)
+        : module_(module), function_(function), original_(gauges::PatchImport(module, function, replacement)) {}
+    ~ImportPatch() { gauges::PatchImport(module_, function_, original_); }
     ImportPatch(const ImportPatch&) = delete;
     ImportPatch& operator=(const ImportPatch&) = delete;
     /// False when the module imports no such function.
-    explicit operator bool() const { return slot_ != nullptr; }
+    explicit operator bool() const { return original_ != nullptr; }
 
 private:
-    void Put(void* function);
-
-    void** slot_ = nullptr;
-    void* original_ = nullptr;
+    HMODULE module_;
+    const char* function_;
+    void* original_;
 };

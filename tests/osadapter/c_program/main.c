@@ -59,29 +59,6 @@ static void CheckFiles(const char* folder) {
     KOSA_MemFreeD(path, __LINE__, "main");
 }
 
-static void CheckTexts(void) {
-    wchar_t* const wide = ZEP_Utf8ToUnicodeW("\xF0\x9F\x98\x80");
-    CHECK(wide != NULL && wide[0] == 0xD83D && wide[1] == 0xDE00 && wide[2] == 0);
-    char* const narrow = ZEP_UnicodeToUtf8(wide);
-    CHECK(KOSA_StrCmp(narrow, "\xF0\x9F\x98\x80") == 0);
-    ZEP_StrMemFree(narrow);
-    ZEP_StrMemFree(wide);
-    char cut[] = {'a', 'b', '\xC3'};
-    CHECK(ZEP_Utf8Check(cut, sizeof(cut)) == 1 && KOSA_StrCmp(cut, "ab") == 0);
-    char list[] = "x,y";
-    char* context = NULL;
-    CHECK(KOSA_StrCmp(KOSA_StrTok_S(list, ",", &context), "x") == 0);
-    CHECK(KOSA_StrCmp(KOSA_StrTok_S(NULL, ",", &context), "y") == 0);
-}
-
-static void CheckHistory(void) {
-    char text[200];
-    const OperateRec record = {2, 100, 5, "c", 1, 2};
-    CHECK(KOSA_AddOperateRec(&record) == 1); // empty at load time, without KOSA_InitOperateHistory
-    CHECK(KOSA_DumpOperateHistory(text, sizeof(text)) > 0);
-    CHECK(KOSA_StrStr(text, "  0000:00:01(000)   DeleteTm 0x00000001 0x00000002     5 c\n") != NULL);
-}
-
 int main(void) {
     char folder[1024];
     CheckExports();
@@ -89,7 +66,5 @@ int main(void) {
     char* const scratch = KOSA_StrConcat(folder, "\\adapter_c_program.scratch", NULL);
     CheckFiles(scratch);
     KOSA_MemFreeD(scratch, __LINE__, "main");
-    CheckTexts();
-    CheckHistory();
     return g_failures;
 }

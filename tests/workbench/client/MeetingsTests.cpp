@@ -44,14 +44,6 @@ TEST(MeetingBook, AMeetingIsBookedNamedChangedAndCancelled) {
     EXPECT_FALSE(book.Change(confId, Json::Value(Json::objectValue)));
 }
 
-TEST(MeetingBook, APlainCommandHasNoAnswerAndAMeetingGetsAnIdOfItsOwn) {
-    MeetingBook book;
-    for (const int cmd : {0, 1, 2, 3, 7}) {
-        EXPECT_FALSE(book.Handle(Command(cmd))) << cmd;
-    }
-    EXPECT_NE((*book.Handle(Command(4)))["confId"], (*book.Handle(Command(4)))["confId"]);
-}
-
 TEST(MeetingBook, ACommandWithoutATimeGetsTheNextFullHour) {
     Json::Value command = Command(4);
     command["startTime"] = command["endTime"] = 0;

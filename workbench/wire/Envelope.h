@@ -7,22 +7,25 @@
 #include <string_view>
 #include <vector>
 
-namespace meeting_client {
+namespace wire {
+
+inline constexpr std::string_view kPrefix = "%pre_nbmsdk%"; ///< begins each segment
+inline constexpr std::string_view kEndMark = "%end_flag%";  ///< ends the last one
 
 /// One WM_COPYDATA of the channel: `number` travels as dwData, `text` with a terminating NUL.
-struct Piece {
+struct Envelope {
     std::uint32_t number = 0;
     std::string text;
-    bool operator==(const Piece&) const = default;
+    bool operator==(const Envelope&) const = default;
 };
 
-/// Cuts a message as it goes on the wire. Up to 1023 bytes it is one piece of number 0; a longer one becomes segments
-/// of `number`. An empty message gives no piece.
-std::vector<Piece> CutMessage(std::string_view message, std::uint32_t number);
+/// Cuts a message as it goes on the wire. Up to 1023 bytes it is one envelope of number 0; a longer one becomes
+/// segments of `number`. An empty message gives no envelope.
+std::vector<Envelope> Split(std::string_view message, std::uint32_t number);
 
 /// Joins what arrives and looks whether the sender kept to the wire format. Joining is forgiving, the faults are not:
 /// a test of the other side asks for none.
-class PieceJoiner {
+class Joiner {
 public:
     struct Result {
         std::string message;             ///< the joined message; empty while more segments are awaited
@@ -40,4 +43,4 @@ private:
     std::map<std::uint32_t, std::string> parts_;
 };
 
-} // namespace meeting_client
+} // namespace wire

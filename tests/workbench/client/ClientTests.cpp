@@ -2,13 +2,11 @@
 
 #include "tests/workbench/client/FakeAddin.h"
 #include "workbench/client/Meetings.h"
+#include "workbench/wire/Envelope.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 namespace meeting_client {
@@ -17,7 +15,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using namespace std::chrono_literals;
 
 constexpr char kBook[] = R"({"cmd":4,"subject":"Plan","confId":"","confOutlookId":"",)"
                          R"("startTime":1700000000,"endTime":1700003600,"centerX":10,"centerY":20})";
@@ -35,19 +32,16 @@ std::vector<std::string> Faults(const ClientProcess& client) {
 TEST(LiveClient, ACommandInSegmentsIsAnsweredAndWrittenDown) {
     FakeAddin addin;
     ClientProcess client;
-    // 1011 bytes, then the rest with the end mark, written out by hand.
     std::string command = kBook;
     command.insert(command.size() - 1, 1100 - command.size(), ' ');
-    ASSERT_TRUE(addin.Tell(client.Window(), "%pre_nbmsdk%" + command.substr(0, 1011), 2));
-    ASSERT_TRUE(addin.Tell(client.Window(), "%pre_nbmsdk%" + command.substr(1011) + "%end_flag%", 2));
+    ASSERT_TRUE(wire::Send(client.Window(), addin.Window(), command, 2));
 
     const auto received = addin.WaitFor(1);
     ASSERT_EQ(received.size(), 1U);
     EXPECT_EQ(received[0].sender, client.Window());
-    EXPECT_EQ(received[0].number, 0U);
-    ASSERT_EQ(received[0].bytes.back(), '\0');
     const std::string text = received[0].bytes.c_str();
-    EXPECT_EQ(received[0].size, text.size() + 1);
+    EXPECT_THAT(wire::Joiner().Take(received[0].number, received[0].bytes.data(), received[0].bytes.size()).faults,
+                IsEmpty());
     const auto answer = ParseObject(text);
     ASSERT_TRUE(answer);
     EXPECT_EQ((*answer)["notify"], 101);
@@ -57,6 +51,12 @@ TEST(LiveClient, ACommandInSegmentsIsAnsweredAndWrittenDown) {
     ASSERT_TRUE(client.WaitForMessages(1, ClientProcess::kUsualLimit, "out"));
     EXPECT_THAT(client.Messages("out"), ElementsAre(text));
     EXPECT_THAT(Faults(client), IsEmpty());
+    // What the add-in does wrong is written down as well.
+    EXPECT_TRUE(addin.Tell(client.Window(), "no JSON"));
+    EXPECT_TRUE(addin.Tell(client.Window(), "no prefix", 7));
+    EXPECT_THAT(Faults(client), ElementsAre("the message is no JSON object", "segment without its prefix"));
+    // A refused order says why.
+    EXPECT_EQ(client.Order("notify 7").reason, "notify needs a JSON object");
     EXPECT_TRUE(client.Quit());
     EXPECT_EQ(client.ExitCode(), 0U);
 }
@@ -76,56 +76,35 @@ TEST(LiveClient, AnswersFollowTheirRules) {
     EXPECT_FALSE(merged.isMember("url"));
     EXPECT_EQ(merged["subject"], "Plan");
 
-    ASSERT_TRUE(client.Order("answer 4 text no JSON {").done);
-    EXPECT_EQ(answerTo(kBook), "no JSON {");
-
-    ASSERT_TRUE(client.Order("ignore on").done);
+    ASSERT_TRUE(client.Order("answer 4 none").done);
     ASSERT_TRUE(addin.Tell(client.Window(), kBook));
-    ASSERT_TRUE(client.Order("ignore off").done);
-    EXPECT_EQ(answerTo(kBook), "no JSON {"); // nothing came for the ignored one
+    ASSERT_TRUE(client.Order("answer 4 text no JSON {").done);
+    EXPECT_EQ(answerTo(kBook), "no JSON {"); // nothing came for the one before
 
     ASSERT_TRUE(client.Order("change " + merged["confId"].asString() + R"( {"subject":"Other"})").done);
     EXPECT_THAT(addin.WaitFor(++answers).back().bytes, HasSubstr(R"("notify":200)"));
 }
 
-TEST(OrderedClient, RawBytesTravelAsOrdered) {
+TEST(OrderedClient, BytesTravelAsOrdered) {
     FakeAddin addin;
-    ClientProcess client;
-    for (const char* order : {"raw 5 25706cff", "raw 4294967295 6100 1", "raw 0 null", "raw 1 61 3"}) {
+    ClientSettings settings;
+    settings.arguments = {L"--first-number", L"4294967295"};
+    ClientProcess client(settings);
+    for (const char* order : {"raw 5 25706cff", "raw 4294967295 6100 1", "raw 0 null", "raw 1 61 3", "bulk 2 1024"}) {
         EXPECT_TRUE(client.Order(order).done) << order;
     }
-    const auto received = addin.WaitFor(4);
-    ASSERT_EQ(received.size(), 4U);
+    const auto received = addin.WaitFor(8); // two segments for each of the last
+    ASSERT_EQ(received.size(), 8U);
     EXPECT_EQ(received[0].number, 5U);
     EXPECT_EQ(received[0].bytes, "%pl\xFF");
     EXPECT_EQ(received[1].number, 4'294'967'295U);
     EXPECT_EQ(received[1].bytes, "a");
     EXPECT_TRUE(received[2].null);
     EXPECT_EQ(received[3].bytes, "a\xCD\xCD");
-}
-
-TEST(OrderedClient, BulkSendsThatManyOfThatSize) {
-    FakeAddin addin;
-    ClientProcess client;
-    ASSERT_TRUE(client.Order("bulk 20 1024").done);
-    const auto received = addin.WaitFor(40); // two segments each
-    ASSERT_EQ(received.size(), 40U);
-    for (std::size_t i = 0; i < 40; i += 2) {
-        EXPECT_EQ(received[i].number, i / 2 + 1);
-        EXPECT_EQ(received[i + 1].number, i / 2 + 1);
-        EXPECT_EQ(received[i].size, 1024U);
-        EXPECT_EQ(received[i + 1].size, 12U + 13U + 10U + 1U);
-    }
-    EXPECT_TRUE(client.WaitForEntry([](const TranscriptEntry& entry) { return entry.bytes == "bulk done"; }));
-}
-
-TEST(OrderedClient, AnOrderIsRefusedWithItsReason) {
-    ClientProcess client;
-    EXPECT_EQ(client.Order("dance").reason, "no such order");
-    EXPECT_EQ(client.Order("notify 7").reason, "notify needs a JSON object");
-    EXPECT_EQ(client.Order("change 1 {}").reason, "no such meeting");
-    EXPECT_EQ(client.Order("torn 1024 2").done, false);
-    EXPECT_EQ(client.Order("send hello").reason, "the add-in's window is not there");
+    EXPECT_EQ(received[5].number, 4'294'967'295U);
+    EXPECT_EQ(received[6].number, 1U);
+    EXPECT_EQ(received[6].size, 1024U);
+    EXPECT_TRUE(client.WaitForEntry([](const TranscriptEntry& entry) { return entry.bytes == "%pl\xFF"; }));
 }
 
 TEST(LaunchedClient, HasItsWindowOnlyAfterTheLogIn) {
@@ -134,31 +113,12 @@ TEST(LaunchedClient, HasItsWindowOnlyAfterTheLogIn) {
     settings.waitForWindow = false;
     ClientProcess client(settings);
     EXPECT_EQ(client.Window(), nullptr);
-    EXPECT_TRUE(client.Order("login").done);
+    EXPECT_TRUE(client.Order("show").done);
+    EXPECT_EQ(wire::Find(wire::kClientWindow), client.Window());
     EXPECT_NE(client.Window(), nullptr);
+    EXPECT_THROW(ClientProcess{}, std::runtime_error) << "a second client";
     EXPECT_TRUE(client.Order("hide").done);
     EXPECT_EQ(client.Window(), nullptr);
-    EXPECT_TRUE(client.Order("show").done);
-    EXPECT_EQ(::FindWindowW(L"NbmProxyOutlookClientWnd", L"NbmProxyOutlookClientWnd"), client.Window());
-    EXPECT_THROW(ClientProcess{}, std::runtime_error) << "a second client";
-}
-
-TEST(ScriptedClient, GoesThroughItsScriptOrSaysWhichLineFailed) {
-    const auto path = std::filesystem::temp_directory_path() /
-                      ("nembra_client_script_" + std::to_string(::GetCurrentProcessId()) + ".txt");
-    const auto run = [&](const std::string& text) {
-        std::ofstream(path, std::ios::binary) << text;
-        ClientSettings settings;
-        settings.arguments = {L"--script", path.wstring()};
-        ClientProcess client(settings);
-        EXPECT_TRUE(client.WaitForEnd());
-        return client.ExitCode();
-    };
-    FakeAddin addin;
-    EXPECT_EQ(run("# greets and leaves\r\nwait-peer\r\nsend hello\r\nwait 200\r\nquit\r\n"), 0U);
-    EXPECT_STREQ(addin.WaitFor(1).front().bytes.c_str(), "hello");
-    EXPECT_EQ(run("wait 200\nwait-message 1 20\nquit\n"), 4U);
-    std::filesystem::remove(path);
 }
 
 // Tests that compare the transcript with the arrived messages rely on this order. Once, an order that arrived during
@@ -175,17 +135,47 @@ TEST(LiveClient, TheTranscriptHasTheOrderInWhichMessagesArrive) {
     EXPECT_THAT(client.Messages("out"), ElementsAre(HasSubstr("900"), "second"));
 }
 
-TEST(LiveClient, NumbersItsSegmentsFromWhereItIsTold) {
+constexpr DWORD kDied = 9;
+
+TEST(FaultyClient, HangsAndDiesWhenOrdered) {
     FakeAddin addin;
+    ClientProcess client;
+    const HWND window = client.Window();
+    ASSERT_TRUE(client.Order("hang 3000").done);
+    EXPECT_FALSE(addin.Tell(window, "{}", 0, 200));
+    EXPECT_TRUE(addin.Tell(window, "{}", 0, 5000));
+    ASSERT_TRUE(client.Order("hang 60000").done);
+    EXPECT_FALSE(client.Order("die").done);
+    EXPECT_TRUE(client.WaitForEnd());
+    EXPECT_EQ(client.ExitCode(), kDied);
+}
+
+TEST(FaultyClient, DiesInTheMiddleOfASegmentedMessage) {
+    FakeAddin addin;
+    ClientProcess client;
+    client.Order("die-midway 5000 2");
+    ASSERT_TRUE(client.WaitForEnd());
+    EXPECT_EQ(client.ExitCode(), kDied);
+    const auto received = addin.WaitFor(2);
+    ASSERT_EQ(received.size(), 2U);
+    EXPECT_EQ(received[1].size, 1024U);
+    EXPECT_EQ(received[0].number, received[1].number);
+}
+
+TEST(FaultyClient, LeavesNoProcessBehind) {
+    UniqueHandle process;
+    {
+        ClientProcess client;
+        process.Reset(::OpenProcess(SYNCHRONIZE, FALSE, client.ProcessId()));
+        ASSERT_TRUE(process);
+        ASSERT_TRUE(client.Order("hang 60000").done);
+    }
+    EXPECT_EQ(::WaitForSingleObject(process.Get(), 5000), WAIT_OBJECT_0);
     ClientSettings settings;
-    settings.arguments = {L"--first-number", L"4294967295"};
+    settings.arguments = {L"--max-seconds", L"1"};
     ClientProcess client(settings);
-    ASSERT_TRUE(client.Order("sendsize 1024").done);
-    ASSERT_TRUE(client.Order("sendsize 1024").done);
-    const auto received = addin.WaitFor(4);
-    ASSERT_EQ(received.size(), 4U);
-    EXPECT_EQ(received[1].number, 4'294'967'295U);
-    EXPECT_EQ(received[2].number, 1U);
+    EXPECT_TRUE(client.WaitForEnd());
+    EXPECT_EQ(client.ExitCode(), 5U);
 }
 
 } // namespace

@@ -1,13 +1,11 @@
-#include "workbench/client/Wire.h"
+#include "workbench/wire/Envelope.h"
 
 #include <cstring>
 #include <limits>
 
-namespace meeting_client {
+namespace wire {
 namespace {
 
-constexpr std::string_view kHead = "%pre_nbmsdk%";
-constexpr std::string_view kTail = "%end_flag%";
 constexpr std::size_t kLongestWhole = 1023;
 constexpr std::size_t kShare = 1011; // message bytes in each segment but the last, which holds 1 to 1011 of them
 
@@ -17,23 +15,24 @@ std::string Sized(const char* what, std::size_t size) {
 
 } // namespace
 
-std::vector<Piece> CutMessage(std::string_view message, std::uint32_t number) {
+std::vector<Envelope> Split(std::string_view message, std::uint32_t number) {
     if (message.empty()) {
         return {};
     }
     if (message.size() <= kLongestWhole) {
         return {{0, std::string(message)}};
     }
-    std::vector<Piece> pieces;
+    std::vector<Envelope> envelopes;
     const std::size_t full = (message.size() - 1) / kShare;
     for (std::size_t i = 0; i < full; ++i) {
-        pieces.push_back({number, std::string(kHead) + std::string(message.substr(i * kShare, kShare))});
+        envelopes.push_back({number, std::string(kPrefix) + std::string(message.substr(i * kShare, kShare))});
     }
-    pieces.push_back({number, std::string(kHead) + std::string(message.substr(full * kShare)) + std::string(kTail)});
-    return pieces;
+    envelopes.push_back(
+        {number, std::string(kPrefix) + std::string(message.substr(full * kShare)) + std::string(kEndMark)});
+    return envelopes;
 }
 
-PieceJoiner::Result PieceJoiner::Take(std::uint64_t number, const char* bytes, std::size_t size) {
+Joiner::Result Joiner::Take(std::uint64_t number, const char* bytes, std::size_t size) {
     Result result;
     if (!bytes || size == 0) {
         result.faults.push_back("no bytes");
@@ -65,15 +64,15 @@ PieceJoiner::Result PieceJoiner::Take(std::uint64_t number, const char* bytes, s
     return result;
 }
 
-void PieceJoiner::TakeSegment(std::uint32_t number, std::string_view text, Result& result) {
-    if (!text.starts_with(kHead)) {
+void Joiner::TakeSegment(std::uint32_t number, std::string_view text, Result& result) {
+    if (!text.starts_with(kPrefix)) {
         result.faults.push_back("segment without its prefix");
         return;
     }
-    std::string_view body = text.substr(kHead.size());
-    const bool last = body.ends_with(kTail);
+    std::string_view body = text.substr(kPrefix.size());
+    const bool last = body.ends_with(kEndMark);
     if (last) {
-        body.remove_suffix(kTail.size());
+        body.remove_suffix(kEndMark.size());
     }
     if (last && (body.empty() || body.size() > kShare)) {
         result.faults.push_back(Sized("last segment of a wrong size", body.size()));
@@ -81,15 +80,15 @@ void PieceJoiner::TakeSegment(std::uint32_t number, std::string_view text, Resul
     if (!last && body.size() != kShare) {
         result.faults.push_back(Sized("segment of a wrong size", body.size()));
     }
-    std::string& sofar = parts_[number];
-    if (last && sofar.empty()) {
+    const auto [part, first] = parts_.try_emplace(number);
+    if (first && last) {
         result.faults.push_back("last segment without a first one");
     }
-    sofar += body;
+    part->second += body;
     if (last) {
-        result.message = std::move(sofar);
-        parts_.erase(number);
+        result.message = std::move(part->second);
+        parts_.erase(part);
     }
 }
 
-} // namespace meeting_client
+} // namespace wire

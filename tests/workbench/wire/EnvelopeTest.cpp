@@ -1,4 +1,4 @@
-#include "workbench/client/Wire.h"
+#include "workbench/wire/Envelope.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,20 +6,20 @@
 #include <string>
 #include <vector>
 
-namespace meeting_client {
+namespace wire {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr char kHead[] = "%pre_nbmsdk%";
-constexpr char kTail[] = "%end_flag%";
+const std::string kHead = "%pre_nbmsdk%";
+const std::string kTail = "%end_flag%";
 
 std::string X(std::size_t count) {
     return std::string(count, 'x');
 }
 
-TEST(CutMessage, CutsWhereTheWireFormatSays) {
+TEST(Split, CutsWhereTheWireFormatSays) {
     struct Case {
         std::size_t length;
         std::vector<std::string> texts; // worked out by hand
@@ -36,42 +36,42 @@ TEST(CutMessage, CutsWhereTheWireFormatSays) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.length);
         std::vector<std::string> texts;
-        for (const Piece& piece : CutMessage(X(c.length), 7)) {
-            EXPECT_EQ(piece.number, c.length > 1023 ? 7U : 0U);
-            texts.push_back(piece.text);
+        for (const Envelope& envelope : Split(X(c.length), 7)) {
+            EXPECT_EQ(envelope.number, c.length > 1023 ? 7U : 0U);
+            texts.push_back(envelope.text);
         }
         EXPECT_EQ(texts, c.texts);
     }
 }
 
-TEST(PieceJoiner, JoinsInterleavedMessagesThatWereCutInsideACharacter) {
+TEST(Joiner, JoinsInterleavedMessagesThatWereCutInsideACharacter) {
     std::string chinese; // three bytes a character: 1011 is a multiple of three, so shift by one
     for (int i = 0; i < 700; ++i) {
         chinese += "\xE4\xBC\x9A";
     }
     const std::string first = "a" + chinese;
     const std::string second = "bb" + chinese;
-    const auto firstPieces = CutMessage(first, 4'294'967'295U);
-    const auto secondPieces = CutMessage(second, 1);
-    ASSERT_EQ(firstPieces.size(), 3U);
-    PieceJoiner joiner;
+    const auto firstEnvelopes = Split(first, 4'294'967'295U);
+    const auto secondEnvelopes = Split(second, 1);
+    ASSERT_EQ(firstEnvelopes.size(), 3U);
+    Joiner joiner;
     std::vector<std::string> messages;
-    const auto take = [&](const Piece& piece) {
-        const auto result = joiner.Take(piece.number, piece.text.c_str(), piece.text.size() + 1);
+    const auto take = [&](const Envelope& envelope) {
+        const auto result = joiner.Take(envelope.number, envelope.text.c_str(), envelope.text.size() + 1);
         EXPECT_THAT(result.faults, IsEmpty());
         if (!result.message.empty()) {
             messages.push_back(result.message);
         }
     };
     for (std::size_t i = 0; i < 3; ++i) {
-        take(firstPieces[i]);
-        take(secondPieces[i]);
+        take(firstEnvelopes[i]);
+        take(secondEnvelopes[i]);
     }
     EXPECT_THAT(messages, ElementsAre(first, second));
     EXPECT_EQ(joiner.Unfinished(), 0U);
 }
 
-TEST(PieceJoiner, NamesWhatTheSenderDidWrong) {
+TEST(Joiner, NamesWhatTheSenderDidWrong) {
     struct Case {
         const char* what;
         std::uint64_t number;
@@ -88,10 +88,10 @@ TEST(PieceJoiner, NamesWhatTheSenderDidWrong) {
         {"no prefix", 9, "text" + nul, {"segment without its prefix"}},
         {"short middle segment", 9, kHead + X(1010) + nul, {"segment of a wrong size (1010)"}},
         {"long last segment", 9, kHead + X(1012) + kTail + nul, {"last segment of a wrong size (1012)"}},
-        {"number too large", 0x1'0000'0009, kHead + X(1011) + nul, {"number beyond 32 bits"}},
+        {"number too large", 0x1'0000'000A, kHead + X(1011) + nul, {"number beyond 32 bits"}},
         {"end without a start", 8, kHead + X(5) + kTail + nul, {"last segment without a first one"}},
     };
-    PieceJoiner joiner;
+    Joiner joiner;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         EXPECT_EQ(joiner.Take(c.number, c.bytes.data(), c.bytes.size()).faults, c.faults);
@@ -100,4 +100,4 @@ TEST(PieceJoiner, NamesWhatTheSenderDidWrong) {
 }
 
 } // namespace
-} // namespace meeting_client
+} // namespace wire

@@ -1,6 +1,5 @@
-#include "support/LogOne.h"
+#include "support/LogOneApi.h"
 
-#include "support/AddinLog.h"
 #include "support/LoggerRegistry.h"
 #include "support/LogOneImpl.h"
 
@@ -20,7 +19,9 @@ void WithLogger(uint32_t id, Action action) noexcept {
 
 void SetThreshold(uint32_t id, LogOne& logger, int32_t level) noexcept {
     logger.SetLevel(level);
-    NoteLogThreshold(id, level);
+    if (id == g_addinLogger.id) {
+        g_addinLogger.threshold = level;
+    }
 }
 
 uint32_t OpenLogger(const LogOneConfig& config) {
