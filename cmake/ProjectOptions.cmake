@@ -41,7 +41,7 @@ endif()
 
 # The release build carries no symbols, or has them in a file of their own: see separate_symbols.
 if(NOT MSVC)
-    # The symbols name each source by its path in the repository, with and without ccache, which makes paths relative.
+    # The symbols name each source by its path in the repository. ccache makes the compiler's paths relative.
     file(RELATIVE_PATH up "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
     target_compile_options(project_options INTERFACE
         "$<$<CONFIG:Release>:-g;-ffile-prefix-map=${up}=;-ffile-prefix-map=${CMAKE_BINARY_DIR}=.>")

@@ -67,7 +67,7 @@ def main(build, output):
     make_zip(output / f"{name}-x64.zip", {**files, **headers, "lib/libOutlookAddIn.dll.a": build / "libOutlookAddIn.dll.a"})
     make_zip(output / f"{name}-x64-symbols.zip", {f"{file}.debug": build / f"{file}.debug" for file in built})
     shutil.copyfile(ROOT / "THIRD-PARTY-NOTICES.md", output / "THIRD-PARTY-NOTICES.md")
-    parts = sbom.document("NembraOutlookAddIn", version, EPOCH, [build / f"{file}.map" for file in built],
+    parts = sbom.document("NembraOutlookAddIn", version, EPOCH, [build / f"{file}.map" for file in built], ROOT / "build/deps",
                           {file: sha256(build / file) for file in built})
     (output / f"{name}.cdx.json").write_text(json.dumps(parts, indent=2) + "\n")
 
