@@ -37,7 +37,7 @@ parser.add_argument("--outlook", required=True, help="the program that stands fo
 parser.add_argument("--faulty", required=True, help="an add-in that crashes or hangs")
 parser.add_argument("--pictures", type=pathlib.Path, help="only save pictures of the report there, healthy and with a fault")
 parser.add_argument("--language", default="en", help="of the pictures")
-parser.add_argument("--msi", help="install this instead of copying the files and running regsvr32")
+parser.add_argument("--release", type=pathlib.Path, help="install its package instead of copying the files and running regsvr32")
 options = parser.parse_args()
 prefix = options.build / "wine-doctor"
 failures = []
@@ -76,8 +76,9 @@ def lock(writable=False):
 
 
 def install():
-    if options.msi:
-        code, output = wine("msiexec", "/i", options.msi, "/qn")
+    if options.release:
+        package = next(options.release.resolve().glob("*.msi"))
+        code, output = wine("msiexec", "/i", "Z:" + str(package).replace("/", "\\"), "/qn")
     else:
         copy(options.build / "OutlookAddIn.dll", MODULE)
         copy(options.build / "OutlookAddInDoctor.exe", DOCTOR)
