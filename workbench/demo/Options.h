@@ -12,10 +12,10 @@ struct Options {
     bool verbose = false;
     bool byPath = false;    ///< load the file itself, without registration
     bool installed = false; ///< an installer has installed `dll`; the story neither registers nor removes it
-    unsigned pace = 0;     ///< milliseconds between two steps
-    std::wstring pictures; ///< folder of the pictures; empty for none
-    std::string scenario;  ///< empty: all; "start": none
-    std::wstring dll;      ///< empty: the one built with this program
+    unsigned pace = 0;      ///< milliseconds between two steps
+    std::wstring pictures;  ///< folder of the pictures; empty for none
+    std::string scenario;   ///< empty: all; "start": none
+    std::wstring dll;       ///< empty: the one built with this program
 };
 
 /// Describes the command line. Parsing it fills `options`.
