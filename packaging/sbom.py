@@ -18,7 +18,7 @@ COMPONENTS = [
     (r"^/usr/x86_64-w64-mingw32/lib/", "mingw-w64 runtime", "ZPL-2.1, public domain and others",
      "mingw-w64-x86-64-dev"),
     # Headers only: a symbol of its namespace.
-    (r"^_ZN3CLI3App", "CLI11", "BSD-3-Clause", "lib/cmake/CLI11/CLI11ConfigVersion.cmake"),
+    (r"^_ZN3CLI3App", "CLI11", "BSD-3-Clause", "share/pkgconfig/CLI11.pc"),
 ]
 
 
@@ -34,7 +34,7 @@ def version_of(source, libraries):
     if "/" not in source:
         query = ["dpkg-query", "-W", "-f", "${Version}", source]
         return subprocess.run(query, check=True, capture_output=True, text=True).stdout
-    return re.search(r'(?:Version:?|PACKAGE_VERSION) "?([\d.]+)', (libraries / source).read_text(errors="replace"))[1]
+    return re.search(r'Version:? ([\d.]+)', (libraries / source).read_text(errors="replace"))[1]
 
 
 def components(maps, libraries):
