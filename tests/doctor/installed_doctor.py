@@ -77,6 +77,7 @@ def lock(writable=False):
 
 def install():
     if options.release:
+        wine("winecfg", "-v", "win10")  # a new prefix does not tell its build number
         package = next(options.release.resolve().glob("*.msi"))
         code, output = wine("msiexec", "/i", "Z:" + str(package).replace("/", "\\"), "/qn")
     else:
