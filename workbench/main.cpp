@@ -1,12 +1,10 @@
 #include "workbench/demo/Play.h"
 #include "workbench/interactive/Play.h"
-
-#include "support/Text.h"
+#include "workbench/process/CommandLine.h"
 
 #include <windows.h>
 #include <comdef.h>
 #include <objbase.h>
-#include <shellapi.h>
 
 #include <cstdio>
 #include <exception>
@@ -14,18 +12,6 @@
 namespace {
 
 enum ExitCode : int { kDone = 0, kFailed = 1, kBadCommandLine = 2 };
-
-/// In the parser's order: the last one first.
-std::vector<std::string> Arguments() {
-    int count = 0;
-    wchar_t** texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-    std::vector<std::string> arguments;
-    for (int i = count - 1; texts && i > 0; --i) {
-        arguments.push_back(ToUtf8(texts[i]));
-    }
-    ::LocalFree(texts);
-    return arguments;
-}
 
 } // namespace
 
@@ -38,7 +24,7 @@ int main() {
     demo::Describe(*demoCommand, demoOptions);
     interactive::Describe(*app.add_subcommand("interactive"), interactiveOptions);
     try {
-        app.parse(Arguments());
+        app.parse(process::ParserArguments());
         ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
         const int code = demoCommand->parsed() ? demo::Play(demoOptions) : interactive::Play(interactiveOptions);
         ::CoUninitialize();

@@ -4,11 +4,11 @@
 #include "workbench/client/Options.h"
 #include "workbench/client/Transcript.h"
 #include "workbench/client/UriScheme.h"
+#include "workbench/process/CommandLine.h"
 
 #include "support/Text.h"
 
 #include <windows.h>
-#include <shellapi.h>
 
 #include <cstdio>
 #include <exception>
@@ -18,17 +18,6 @@
 namespace {
 
 using namespace meeting_client;
-
-std::vector<std::wstring> Arguments() {
-    int count = 0;
-    wchar_t** texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-    std::vector<std::wstring> arguments;
-    for (int i = 1; texts && i < count; ++i) {
-        arguments.emplace_back(texts[i]);
-    }
-    ::LocalFree(texts);
-    return arguments;
-}
 
 int EditRegistration(const Options& options, const std::vector<std::wstring>& arguments) {
     std::vector<std::wstring> others;
@@ -74,13 +63,9 @@ int main() {
     Options options;
     CLI::App app("", "meeting_client");
     try {
-        const std::vector<std::wstring> arguments = Arguments();
-        std::vector<std::string> narrow;
-        for (const std::wstring& argument : arguments) {
-            narrow.insert(narrow.begin(), ToUtf8(argument)); // the parser takes them from the end
-        }
+        const std::vector<std::wstring> arguments = process::OwnArguments();
         Describe(app, options);
-        app.parse(std::move(narrow));
+        app.parse(process::ParserArguments());
         return options.registerUri || options.unregisterUri ? EditRegistration(options, arguments) : RunClient(options);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kEnded : kBadCommandLine;

@@ -1,5 +1,6 @@
 #include "workbench/fieldtest/Field.h"
 
+#include "workbench/process/CommandLine.h"
 #include "workbench/process/OwnProgram.h"
 
 #include "support/Text.h"
@@ -7,7 +8,6 @@
 #include <CLI/CLI.hpp>
 
 #include <windows.h>
-#include <shellapi.h>
 #include <shlobj.h>
 
 #include <cstdio>
@@ -30,18 +30,6 @@ std::filesystem::path LocalFolder() {
     wchar_t folder[MAX_PATH] = L"";
     ::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, folder);
     return folder;
-}
-
-/// The last one first, as the parser takes them.
-std::vector<std::string> Arguments() {
-    int count = 0;
-    wchar_t** texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-    std::vector<std::string> arguments;
-    for (int i = count - 1; texts && i > 0; --i) {
-        arguments.push_back(ToUtf8(texts[i]));
-    }
-    ::LocalFree(texts);
-    return arguments;
 }
 
 int Run(fieldtest::Options options, bool restoreOnly) {
@@ -90,7 +78,7 @@ int main() {
     app.add_option("--machine-seconds", options.machineSeconds, "how long it waits for Outlook")->capture_default_str();
     app.add_flag("--restore", restoreOnly, "only undo what an interrupted test has left");
     try {
-        app.parse(Arguments());
+        app.parse(process::ParserArguments());
     } catch (const CLI::ParseError& error) {
         return app.exit(error);
     }

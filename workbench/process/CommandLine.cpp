@@ -1,5 +1,10 @@
 #include "workbench/process/CommandLine.h"
 
+#include "support/Text.h"
+
+#include <windows.h>
+#include <shellapi.h>
+
 namespace process {
 
 std::wstring QuoteArgument(std::wstring_view argument) {
@@ -25,6 +30,25 @@ std::wstring JoinCommandLine(std::wstring_view program, const std::vector<std::w
         line += L' ' + QuoteArgument(argument);
     }
     return line;
+}
+
+std::vector<std::wstring> OwnArguments() {
+    int count = 0;
+    wchar_t** texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    std::vector<std::wstring> arguments;
+    for (int i = 1; texts && i < count; ++i) {
+        arguments.emplace_back(texts[i]);
+    }
+    ::LocalFree(texts);
+    return arguments;
+}
+
+std::vector<std::string> ParserArguments() {
+    std::vector<std::string> arguments;
+    for (const std::wstring& argument : OwnArguments()) {
+        arguments.insert(arguments.begin(), ToUtf8(argument));
+    }
+    return arguments;
 }
 
 } // namespace process
