@@ -13,8 +13,8 @@ struct CollectedFile {
     std::string content; ///< UTF-8
 };
 
-/// What support needs: the reports, the logs and the registry values that the checks have read. User name, mail
-/// addresses and the contents of messages are blacked out.
+/// Collects the files for support: the reports, the logs and the registry values that the checks have read. User name,
+/// mail addresses and the contents of messages are blacked out.
 std::vector<CollectedFile> Collect(const Machine& machine, std::string_view textReport, std::string_view jsonReport);
 
 /// @throws std::runtime_error when the file cannot be written; no part of it is left then.

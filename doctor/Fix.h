@@ -7,7 +7,7 @@
 
 namespace doctor {
 
-/// What a repair will do, one line for each change.
+/// Describes the changes of a repair, one line for each.
 std::wstring Describe(const std::vector<Repair>& repairs, Language language);
 
 struct FixSteps {

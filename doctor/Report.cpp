@@ -43,7 +43,7 @@ std::wstring Overall(const std::vector<Finding>& findings, bool loaded, Language
     return (loaded ? texts::kAllLoaded : texts::kAllWell)[language];
 }
 
-/// What the report shows below a finding: the advice, the administrator's commands, the program's own repair.
+/// The lines below a finding in the report: the advice, the administrator's commands, the program's own repair.
 std::wstring Remedy(const Finding& finding, const std::wstring& indent, Language language) {
     std::wstring lines;
     for (const std::wstring& command : finding.Commands()) {

@@ -19,7 +19,7 @@ inline constexpr const wchar_t* kOfficeVersions[] = {L"16.0", L"15.0"};
 inline constexpr const wchar_t* kStreamedKey =
     L"SOFTWARE\\Microsoft\\Office\\ClickToRun\\REGISTRY\\MACHINE\\Software\\";
 
-/// What the checks look at: the computer, and the facts that several checks need, read once.
+/// The input of the checks: the computer, and the facts that several checks need, read once.
 struct Scene {
     Scene(const Machine& computer, Language texts);
 

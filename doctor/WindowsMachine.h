@@ -34,7 +34,7 @@ DWORD ProbeModule(const wchar_t* module);
 /// The option, followed by the module's path, that makes this program such a child process.
 inline constexpr const wchar_t* kProbeOption = L"--probe";
 
-/// Makes the change below HKEY_CURRENT_USER. What is to be deleted may be absent. @return an error of Windows.
+/// Makes the change below HKEY_CURRENT_USER. A key or value that it deletes may be absent. @return an error of Windows.
 struct Repair;
 LSTATUS Apply(const Repair& repair);
 

@@ -11,8 +11,8 @@ constexpr wchar_t kLibraryKey[] = L"TypeLib\\{712AA455-0C84-4E6F-B754-C84B08BB06
 constexpr wchar_t kInterfaceKey[] = L"Interface\\{C98A0464-8772-4E58-9C54-00F3855A3CA9}";
 constexpr wchar_t kAutomationProxy[] = L"{00020424-0000-0000-C000-000000000046}";
 
-/// What the add-in itself writes when nobody has registered its type library. Its installer writes it first, and so
-/// removes it again.
+/// The add-in writes these values itself when its type library is not registered. The installer writes them first, so
+/// that it also removes them.
 constexpr registry::Value kTypeLibrary[] = {
     {kLibraryKey, nullptr, nullptr, L"NEMBRA CLOUD Meeting add-in for Outlook"},
     {kLibraryKey, L"0\\win64", nullptr, nullptr},

@@ -6,8 +6,8 @@ import uuid
 from datetime import datetime, timezone
 from pathlib import Path
 
-# What a linked file belongs to: a pattern of its path, the component's name and licence, and where its version stands: a
-# Debian package, or a file in the folder of the target's libraries. The first match counts.
+# The components: a pattern of the paths of linked files, the component's name and licence, and the source of its version,
+# which is a Debian package or a file in the folder of the target's libraries. The first match counts.
 COMPONENTS = [
     (r"/lib/libjsoncpp\.a$", "jsoncpp", "Public domain or MIT", "lib/pkgconfig/jsoncpp.pc"),
     (r"/lib/libminizip\.a$", "minizip", "Zlib", "include/minizip/zip.h"),

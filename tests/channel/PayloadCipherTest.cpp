@@ -74,7 +74,7 @@ TEST(Base64, LengthsThatDoNotFitAreNone) {
     EXPECT_EQ(Base64::Encode(std::span(&byte, kMost)), "") << "refused before a byte is read";
 }
 
-/// What a text becomes, and what a hostile text does, is the fuzz target's part.
+/// The fuzz target tests the results of encryption and the effects of hostile texts.
 class Cipher : public testing::Test {
 protected:
     Cipher() { cipher_.SetKey(TestKey(), TestVector()); }

@@ -165,8 +165,9 @@ def hex_text(text):
     return (b"\1\0\0\0" + text.encode("utf-16-le")).hex()
 
 
-# What is planted; the checks that must complain, the responsible one first; how it is repaired: "fix" by the doctor,
-# "command" by the command that it shows, otherwise by the function that planting has returned, or by the one named here.
+# Each row: the name of the fault; the function that plants it; the checks that must complain, the responsible one first;
+# the repair. "fix" is the doctor's own repair, and "command" the command that it shows. Otherwise it is the function that
+# planting has returned, or the function in the row.
 FAULTS = [
     ("LoadBehavior 2", lambda: put("HKLM\\" + ADDIN, "LoadBehavior", "2", "REG_DWORD"), {"R3": "FAIL"}, "command"),
     ("the user's value 0", lambda: put("HKCU\\" + ADDIN, "LoadBehavior", "0", "REG_DWORD"), {"R4": "FAIL"}, "fix"),

@@ -9,7 +9,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// What a call by name comes back with.
+/// The result of a call by name.
 struct Answer {
     HRESULT status = E_FAIL; // of the call, or of its exception
     bool excepted = false;   // with all three texts of the exception
@@ -46,8 +46,8 @@ Answer Get(IDispatch* object, const wchar_t* name) {
     return Ask(object, name, DISPATCH_PROPERTYGET);
 }
 
-/// What the tests of the add-in rely on: that the host notices what an add-in does wrong, and fails where it is told
-/// to. The tests of the add-in show the rest of its behaviour.
+/// The tests of the add-in rely on this behaviour: the host notices an add-in's mistakes, and fails where it is told
+/// to. They show the rest of its behaviour themselves.
 class Host : public testing::Test {
 protected:
     void SetUp() override {

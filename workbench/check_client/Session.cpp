@@ -84,7 +84,7 @@ Session::~Session() {
         tap_.Close();
         outlook.Shutdown();
     } catch (...) {
-        // What is left ends with this process.
+        // The rest ends with this process.
     }
 }
 

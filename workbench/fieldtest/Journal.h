@@ -9,8 +9,8 @@
 
 namespace fieldtest {
 
-/// What the test has changed on this machine and not undone yet. Each change stands in a file before it is made, so
-/// that the next start can undo it after a kill.
+/// The changes that the test has made on this machine and not undone yet. Each change stands in a file before it is
+/// made, so that the next start can undo it after a kill.
 class Journal {
 public:
     /// @param file continued when it is there.

@@ -17,7 +17,7 @@ struct Outcome {
 
 inline constexpr int kPoints = 14; ///< open points of docs/host-facts.md, numbered from 1
 
-/// What the test has found. Texts are UTF-8.
+/// The findings of the test. Texts are UTF-8.
 class Report {
 public:
     void Version(const std::string& name, const std::string& value) { versions_.emplace_back(name, value); }

@@ -26,7 +26,7 @@ HWND Find(const wchar_t* name) noexcept;
 DWORD SendBytes(HWND to, HWND from, std::uint64_t number, const char* bytes, std::size_t size,
                 UINT limit = kSendLimit) noexcept;
 
-/// Sends a message, in segments of `number` when it is long. What follows a refused envelope is not sent.
+/// Sends a message, in segments of `number` when it is long. The envelopes after a refused one are not sent.
 /// @return false when it was not taken.
 bool Send(HWND to, HWND from, std::string_view message, std::uint32_t number);
 

@@ -51,7 +51,7 @@ TEST(LiveClient, ACommandInSegmentsIsAnsweredAndWrittenDown) {
     ASSERT_TRUE(client.WaitForMessages(1, ClientProcess::kUsualLimit, "out"));
     EXPECT_THAT(client.Messages("out"), ElementsAre(text));
     EXPECT_THAT(Faults(client), IsEmpty());
-    // What the add-in does wrong is written down as well.
+    // The client also writes down the add-in's mistakes.
     EXPECT_TRUE(addin.Tell(client.Window(), "no JSON"));
     EXPECT_TRUE(addin.Tell(client.Window(), "no prefix", 7));
     EXPECT_THAT(Faults(client), ElementsAre("the message is no JSON object", "segment without its prefix"));

@@ -8,7 +8,7 @@ namespace CLI {
 class App;
 }
 
-/// What each mode is told on the command line.
+/// The options of each mode on the command line.
 namespace verify {
 
 struct SoakOptions {

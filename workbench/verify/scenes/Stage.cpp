@@ -23,8 +23,8 @@ constexpr unsigned kArrivalLimit = 3'000; // ms
 constexpr auto kForced = static_cast<HRESULT>(0x80040155);
 constexpr int kNoCommand = 0;
 
-/// What a failed call on Outlook's objects must lead to in a scene, or in all whose names begin so: a line of the log,
-/// and a command or none.
+/// The required effect of a failed call on Outlook's objects, in a scene or in all scenes whose names begin so: a line
+/// of the log, and a command or none.
 struct Consequence {
     std::string_view scene;
     std::wstring_view call;
