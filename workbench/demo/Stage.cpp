@@ -2,6 +2,7 @@
 
 #include "workbench/client/Meetings.h"
 #include "workbench/host/Pump.h"
+#include "workbench/process/OwnProgram.h"
 
 #include "support/Text.h"
 
@@ -37,40 +38,33 @@ bool SameMoment(DATE date, const Json::Value& seconds) {
     return std::abs(date - (kUnixEpoch + static_cast<double>(seconds.asInt64()) / kDay)) < 0.5 / kDay;
 }
 
-std::wstring CommandName(int number) {
-    switch (number) {
-    case kStart:
-        return L"start";
-    case kSchedule:
-        return L"schedule";
-    case kCancel:
-        return L"cancel";
-    case kModify:
-        return L"modify";
-    default:
-        return L"open";
-    }
-}
+struct NumberName {
+    int number;
+    const wchar_t* name;
+};
+constexpr NumberName kNames[] = {
+    {kOpen, L"open"},
+    {kStart, L"start"},
+    {kSchedule, L"schedule"},
+    {kCancel, L"cancel"},
+    {kModify, L"modify"},
+    {kScheduled, L"scheduled"},
+    {kModified, L"modify result"},
+    {kCancelled, L"cancel result"},
+    {kChanged, L"meeting changed"},
+};
 
-std::wstring NotificationName(int number) {
-    switch (number) {
-    case kScheduled:
-        return L"scheduled";
-    case kModified:
-        return L"modify result";
-    case kCancelled:
-        return L"cancel result";
-    default:
-        return L"meeting changed";
-    }
+/// "4 (schedule)"
+std::wstring Named(int number) {
+    const auto* found =
+        std::find_if(std::begin(kNames), std::end(kNames), [&](const NumberName& one) { return one.number == number; });
+    return std::to_wstring(number) + L" (" + found->name + L")";
 }
 
 } // namespace
 
 std::wstring FindBuilt(const std::wstring& relative) {
-    wchar_t text[32'768];
-    const DWORD length = ::GetModuleFileNameW(nullptr, text, static_cast<DWORD>(std::size(text)));
-    std::filesystem::path folder = std::filesystem::path(std::wstring(text, length)).parent_path();
+    std::filesystem::path folder = std::filesystem::path(process::ProgramPath()).parent_path();
     const std::filesystem::path flavour = folder.filename(); // multi-configuration builds add such a folder
     const std::filesystem::path wanted(relative);
     for (bool more = true; more; more = folder != folder.parent_path(), folder = folder.parent_path()) {
@@ -202,12 +196,10 @@ void Stage::PressInAppointment(const workbench::InspectorPtr& inspector, const w
 
 Json::Value Stage::AwaitCommand(int number) {
     std::vector<std::string> messages;
-    story.Await(L"The client receives command " + std::to_wstring(number) + L" (" + CommandName(number) +
-                    L") by WM_COPYDATA",
-                [&] {
-                    messages = client_->Messages("in");
-                    return messages.size() > commandsOfClient_;
-                });
+    story.Await(L"The client receives command " + Named(number) + L" by WM_COPYDATA", [&] {
+        messages = client_->Messages("in");
+        return messages.size() > commandsOfClient_;
+    });
     const std::string text = messages[commandsOfClient_++];
     ++commands;
     const Json::Value command = meeting_client::ParseObject(text).value_or(Json::Value(Json::objectValue));
@@ -226,11 +218,10 @@ void Stage::AwaitNoCommand() {
 
 Json::Value Stage::AwaitNotification(int number) {
     std::vector<std::string> messages;
-    story.Await(L"The client sends notification " + std::to_wstring(number) + L" (" + NotificationName(number) + L")",
-                [&] {
-                    messages = client_->Messages("out");
-                    return messages.size() > notificationsOfClient_;
-                });
+    story.Await(L"The client sends notification " + Named(number), [&] {
+        messages = client_->Messages("out");
+        return messages.size() > notificationsOfClient_;
+    });
     const std::string text = messages[notificationsOfClient_++];
     ++notifications;
     story.Data(L"notification", OneLine(ToWide(text)));

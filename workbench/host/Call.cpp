@@ -66,26 +66,9 @@ HRESULT Call::Return(const std::wstring& text) {
     return S_OK;
 }
 
-HRESULT Call::ReturnLong(long value) {
+HRESULT Call::Give(_variant_t value) {
     if (result_) {
-        result_->vt = VT_I4;
-        result_->lVal = value;
-    }
-    return S_OK;
-}
-
-HRESULT Call::ReturnBoolean(bool value) {
-    if (result_) {
-        result_->vt = VT_BOOL;
-        result_->boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
-    }
-    return S_OK;
-}
-
-HRESULT Call::ReturnDate(DATE value) {
-    if (result_) {
-        result_->vt = VT_DATE;
-        result_->date = value;
+        *result_ = value.Detach();
     }
     return S_OK;
 }
@@ -94,22 +77,17 @@ HRESULT Call::Return(const DispatchPtr& object) {
     if (!result_ || (!object && core_.habits.nullAsEmpty)) {
         return S_OK;
     }
-    result_->vt = VT_DISPATCH;
-    result_->pdispVal = object.GetInterfacePtr();
-    if (result_->pdispVal) {
-        result_->pdispVal->AddRef();
-    }
-    return S_OK;
+    return Give(_variant_t(object.GetInterfacePtr()));
 }
 
 HRESULT Call::Property(std::wstring& value) {
     return IsPut() ? Text(0, value) : Return(value);
 }
 HRESULT Call::PropertyLong(long& value) {
-    return IsPut() ? Long(0, value) : ReturnLong(value);
+    return IsPut() ? Long(0, value) : Give(value);
 }
 HRESULT Call::PropertyDate(DATE& value) {
-    return IsPut() ? Date(0, value) : ReturnDate(value);
+    return IsPut() ? Date(0, value) : Give(_variant_t(value, VT_DATE));
 }
 
 } // namespace workbench

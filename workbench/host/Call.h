@@ -28,9 +28,8 @@ public:
     HRESULT Date(UINT index, DATE& value) const;
 
     HRESULT Return(const std::wstring& text);
-    HRESULT ReturnLong(long value);
-    HRESULT ReturnBoolean(bool value);
-    HRESULT ReturnDate(DATE value);
+    /// A number, a date or a truth value.
+    HRESULT Give(_variant_t value);
     /// Null is "no object", in the way the habits say.
     HRESULT Return(const DispatchPtr& object);
 

@@ -34,14 +34,14 @@ HRESULT FindAddIn(Call& call) {
 constexpr Member kComAddInsMembers[] = {
     {0x0000, L"Item", kMethod, 1, 1, &FindAddIn},
     {0x0001, L"Count", kGet, 0, 0,
-     [](Call& call) { return call.ReturnLong(static_cast<long>(call.Host().AddIns().size())); }},
+     [](Call& call) { return call.Give(static_cast<long>(call.Host().AddIns().size())); }},
 };
 
 constexpr Member kComAddInMembers[] = {
     {0x0003, L"ProgId", kGet, 0, 0,
      [](Call& call) { return call.Return(ObjectOf<ComAddInModel>::Of(call).addIn->listedAs); }},
     {0x0006, L"Connect", kGet, 0, 0,
-     [](Call& call) { return call.ReturnBoolean(ObjectOf<ComAddInModel>::Of(call).addIn->Connected()); }},
+     [](Call& call) { return call.Give(ObjectOf<ComAddInModel>::Of(call).addIn->Connected()); }},
 };
 
 constexpr ObjectClass kComAddInsClass{L"COMAddIns", kIidComAddIns, kComAddInsMembers};

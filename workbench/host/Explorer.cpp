@@ -36,7 +36,7 @@ DispatchPtr Explorer::Dispatch() {
 void Explorer::Activate() {
     host_.MovedToFront(*this);
     if (window_) {
-        window_->Show(true);
+        window_->Show();
     }
 }
 

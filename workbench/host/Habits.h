@@ -50,8 +50,6 @@ struct Habits {
     // --- Windows ---
     /// Inspectors contain the body editor's chain of child windows.
     bool editorChain = true;
-    /// Windows are shown; without it they exist, have a place and a size, but stay hidden.
-    bool showWindows = true;
     /// Windows draw the add-in's buttons, for which they ask its callbacks whenever they are shown or invalidated. Off,
     /// so that the numbers of calls depend on the test alone.
     bool drawRibbon = false;

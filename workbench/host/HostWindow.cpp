@@ -120,14 +120,9 @@ void HostWindow::PlaceEditor() {
     }
 }
 
-void HostWindow::Show(bool activate) {
-    if (!core_->habits.showWindows) {
-        return;
-    }
-    ::ShowWindow(Handle(), activate ? SW_SHOW : SW_SHOWNOACTIVATE);
-    if (activate) {
-        ::SetForegroundWindow(Handle());
-    }
+void HostWindow::Show() {
+    ::ShowWindow(Handle(), SW_SHOW);
+    ::SetForegroundWindow(Handle());
     ::UpdateWindow(Handle());
 }
 

@@ -67,7 +67,8 @@ public:
 
     HWND Handle() const { return window_.Get(); }
     HWND BodyWindow() const { return body_; }
-    void Show(bool activate);
+    /// In front of all others.
+    void Show();
     /// Adds the controls that the window tells of its size, its contents and their commands. Its buttons then have
     /// keys.
     void SetControls(std::shared_ptr<WindowControls> controls);

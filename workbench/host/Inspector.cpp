@@ -59,7 +59,7 @@ void Inspector::Activate() {
         return;
     }
     host_.MovedToFront(*this);
-    window_->Show(true);
+    window_->Show();
 }
 
 bool Inspector::EndUnseen() {

@@ -63,7 +63,7 @@ constexpr Member kAppointmentMembers[] = {
     {0xF01E, L"EntryID", kGet, 0, 0, [](Call& call) { return call.Return(ItemObject::Of(call).EntryId()); }},
     {0xF095, L"FormDescription", kGet, 0, 0, &FormDescription},
     {0xF03E, L"GetInspector", kGet, 0, 0, &GetInspector},
-    {0xF0A3, L"Saved", kGet, 0, 0, [](Call& call) { return call.ReturnBoolean(ItemObject::Of(call).Saved()); }},
+    {0xF0A3, L"Saved", kGet, 0, 0, [](Call& call) { return call.Give(ItemObject::Of(call).Saved()); }},
     {0x0037, L"Subject", kGetPut, 0, 0, &TextField<&ItemFields::subject>},
     {0xF04A, L"Delete", kMethod, 0, 0, &DeleteItem},
     {0xF0A6, L"Display", kMethod, 0, 1, &DisplayItem},
@@ -79,7 +79,7 @@ HRESULT FormComment(Call& call) {
 }
 
 constexpr Member kFormMembers[] = {
-    {0x0065, L"OneOff", kGet, 0, 0, [](Call& call) { return call.ReturnBoolean(false); }},
+    {0x0065, L"OneOff", kGet, 0, 0, [](Call& call) { return call.Give(false); }},
     {0x3004, L"Comment", kGetPut, 0, 0, &FormComment},
 };
 

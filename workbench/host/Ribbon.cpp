@@ -23,10 +23,6 @@ std::wstring TextOf(const _variant_t& value) {
                                                 : std::wstring();
 }
 
-bool FlagOf(const CallbackResult& result, bool otherwise) {
-    return SUCCEEDED(result.status) && result.value.vt == VT_BOOL ? result.value.boolVal != VARIANT_FALSE : otherwise;
-}
-
 void FreeTexts(EXCEPINFO& exception) {
     if (exception.pfnDeferredFillIn) {
         exception.pfnDeferredFillIn(&exception);
@@ -110,21 +106,18 @@ HRESULT Ribbon::Load() {
     document_ = RibbonDocument{};
     loaded_ = false;
     HRESULT status = FetchXml();
-    if (FAILED(status)) {
-        return status;
+    if (FAILED(status) || xml_.empty()) {
+        return FAILED(status) ? status : S_FALSE;
     }
-    if (xml_.empty()) {
-        return S_FALSE;
+    try {
+        document_ = ParseRibbonXml(xml_);
+    } catch (const _com_error& error) {
+        return error.Error();
     }
-    RibbonDocument document;
-    status = ParseRibbonXml(xml_, document);
-    if (FAILED(status)) {
-        return status;
-    }
-    if (std::find(std::begin(kNamespaces), std::end(kNamespaces), document.namespaceUri) == std::end(kNamespaces)) {
+    if (std::find(std::begin(kNamespaces), std::end(kNamespaces), document_.namespaceUri) == std::end(kNamespaces)) {
+        document_ = RibbonDocument{};
         return E_INVALIDARG;
     }
-    document_ = std::move(document);
     // Like Office: a callback that is not there costs the whole customisation of this ribbon.
     status = CheckCallbacks();
     if (FAILED(status)) {
@@ -254,20 +247,23 @@ std::wstring Ribbon::Label(const std::wstring& id, const RibbonContext& context)
     return SUCCEEDED(result.status) ? TextOf(result.value) : std::wstring();
 }
 
-bool Ribbon::Visible(const std::wstring& id, const RibbonContext& context) {
+/// True unless the callback or the attribute says otherwise.
+bool Ribbon::Flag(const wchar_t* callback, const wchar_t* attribute, const std::wstring& id,
+                  const RibbonContext& context) {
     const RibbonElement* element = Find(id);
-    if (element && element->Attribute(L"getVisible").empty()) {
-        return element->Attribute(L"visible") != L"false";
+    if (element && element->Attribute(callback).empty()) {
+        return element->Attribute(attribute) != L"false";
     }
-    return FlagOf(AskVisible(id, context), true);
+    const CallbackResult result = CallForControl(callback, id, context);
+    return FAILED(result.status) || result.value.vt != VT_BOOL || result.value.boolVal != VARIANT_FALSE;
+}
+
+bool Ribbon::Visible(const std::wstring& id, const RibbonContext& context) {
+    return Flag(L"getVisible", L"visible", id, context);
 }
 
 bool Ribbon::Enabled(const std::wstring& id, const RibbonContext& context) {
-    const RibbonElement* element = Find(id);
-    if (element && element->Attribute(L"getEnabled").empty()) {
-        return element->Attribute(L"enabled") != L"false";
-    }
-    return FlagOf(AskEnabled(id, context), true);
+    return Flag(L"getEnabled", L"enabled", id, context);
 }
 
 HRESULT Ribbon::Press(const std::wstring& id, const RibbonContext& context) {

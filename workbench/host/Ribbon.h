@@ -102,6 +102,7 @@ public:
 private:
     HRESULT FetchXml();
     HRESULT CheckCallbacks();
+    bool Flag(const wchar_t* callback, const wchar_t* attribute, const std::wstring& id, const RibbonContext& context);
     CallbackResult CallForControl(const wchar_t* attribute, const std::wstring& id, const RibbonContext& context);
     std::wstring CallbackName(const wchar_t* attribute, const std::wstring& id) const;
 

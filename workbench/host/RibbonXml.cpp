@@ -20,40 +20,44 @@ struct ComRelease {
 template <class T>
 using ComOwner = std::unique_ptr<T, ComRelease>;
 
-/// xmllite.dll is part of Windows, its import library is not part of every toolchain.
-struct XmlLite {
+/// Passes a success on. @throws _com_error for a failure.
+HRESULT Check(HRESULT status) {
+    if (FAILED(status)) {
+        throw _com_error(status);
+    }
+    return status;
+}
+
+/// xmllite.dll is part of Windows, its import library is not part of every toolchain. It stays loaded for the life of
+/// the process.
+template <class Type>
+Type XmlLiteFunction(const char* name) {
+    static const HMODULE module = ::LoadLibraryExW(L"xmllite.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    const FARPROC function = module ? ::GetProcAddress(module, name) : nullptr;
+    Check(function ? S_OK : HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND));
+    return reinterpret_cast<Type>(reinterpret_cast<void*>(function));
+}
+
+ComOwner<IXmlReader> ReaderOn(const std::wstring& xml) {
     using CreateReader = HRESULT(WINAPI*)(REFIID, void**, IMalloc*);
     using CreateInput = HRESULT(WINAPI*)(IUnknown*, IMalloc*, LPCWSTR, BOOL, LPCWSTR, IXmlReaderInput**);
+    const auto createReader = XmlLiteFunction<CreateReader>("CreateXmlReader");
+    const auto createInput = XmlLiteFunction<CreateInput>("CreateXmlReaderInputWithEncodingName");
 
-    CreateReader createReader = nullptr;
-    CreateInput createInput = nullptr;
-
-    XmlLite() {
-        const HMODULE module = ::LoadLibraryExW(L"xmllite.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
-        if (module) { // kept for the life of the process
-            createReader = Function<CreateReader>(module, "CreateXmlReader");
-            createInput = Function<CreateInput>(module, "CreateXmlReaderInputWithEncodingName");
-        }
-    }
-
-    template <class Type>
-    static Type Function(HMODULE module, const char* name) {
-        return reinterpret_cast<Type>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
-    }
-};
-
-HRESULT StreamOn(const std::wstring& xml, ComOwner<IStream>& stream) {
-    IStream* made = nullptr;
-    const HRESULT status = ::CreateStreamOnHGlobal(nullptr, TRUE, &made);
-    if (FAILED(status)) {
-        return status;
-    }
-    stream.reset(made);
-    HRESULT written = stream->Write(xml.data(), static_cast<ULONG>(xml.size() * sizeof(wchar_t)), nullptr);
-    if (SUCCEEDED(written)) {
-        written = stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
-    }
-    return written;
+    IStream* madeStream = nullptr;
+    Check(::CreateStreamOnHGlobal(nullptr, TRUE, &madeStream));
+    const ComOwner<IStream> stream(madeStream);
+    Check(stream->Write(xml.data(), static_cast<ULONG>(xml.size() * sizeof(wchar_t)), nullptr));
+    Check(stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr));
+    // The text is UTF-16 whatever its declaration says.
+    IXmlReaderInput* madeInput = nullptr;
+    Check(createInput(stream.get(), nullptr, L"utf-16", FALSE, nullptr, &madeInput));
+    const ComOwner<IUnknown> input(reinterpret_cast<IUnknown*>(madeInput));
+    void* madeReader = nullptr;
+    Check(createReader(kIidXmlReader, &madeReader, nullptr));
+    ComOwner<IXmlReader> reader(static_cast<IXmlReader*>(madeReader));
+    Check(reader->SetInput(input.get()));
+    return reader;
 }
 
 /// Walks the reader and fills the document. Where it stands is a stack of the open elements.
@@ -61,68 +65,45 @@ class Builder {
 public:
     Builder(IXmlReader& reader, RibbonDocument& document) : reader_(reader), document_(document) {}
 
-    HRESULT Run() {
+    void Run() {
         XmlNodeType type = XmlNodeType_None;
-        HRESULT status = S_OK;
-        while ((status = reader_.Read(&type)) == S_OK) {
+        while (Check(reader_.Read(&type)) == S_OK) {
             if (type == XmlNodeType_Element) {
-                status = OpenElement();
+                OpenElement();
             } else if (type == XmlNodeType_EndElement && !open_.empty()) {
                 open_.pop_back();
             }
-            if (FAILED(status)) {
-                return status;
-            }
         }
-        if (FAILED(status)) {
-            return status;
-        }
-        return rootSeen_ ? S_OK : E_INVALIDARG;
+        Check(rootSeen_ ? S_OK : E_INVALIDARG);
     }
 
 private:
-    HRESULT OpenElement() {
-        const wchar_t* name = nullptr;
-        HRESULT status = reader_.GetLocalName(&name, nullptr);
-        if (FAILED(status)) {
-            return status;
-        }
+    using Getter = HRESULT (STDMETHODCALLTYPE IXmlReader::*)(LPCWSTR*, UINT*);
+
+    std::wstring Text(Getter getter) {
+        const wchar_t* text = nullptr;
+        Check((reader_.*getter)(&text, nullptr));
+        return text ? text : L"";
+    }
+
+    void OpenElement() {
         RibbonElement element;
-        element.element = name;
+        element.element = Text(&IXmlReader::GetLocalName);
         const bool empty = reader_.IsEmptyElement() != FALSE; // must be asked before the attributes
         if (!rootSeen_) {
-            const wchar_t* uri = nullptr;
-            reader_.GetNamespaceUri(&uri, nullptr);
-            document_.namespaceUri = uri ? uri : L"";
+            document_.namespaceUri = Text(&IXmlReader::GetNamespaceUri);
         }
-        status = ReadAttributes(element);
-        if (FAILED(status)) {
-            return status;
+        HRESULT more = Check(reader_.MoveToFirstAttribute());
+        for (; more != S_FALSE; more = Check(reader_.MoveToNextAttribute())) {
+            element.attributes[Text(&IXmlReader::GetLocalName)] = Text(&IXmlReader::GetValue);
         }
-        return Enter(std::move(element), empty);
+        Enter(std::move(element), empty);
     }
 
-    HRESULT ReadAttributes(RibbonElement& element) {
-        for (HRESULT more = reader_.MoveToFirstAttribute(); more != S_FALSE; more = reader_.MoveToNextAttribute()) {
-            const wchar_t* name = nullptr;
-            const wchar_t* value = nullptr;
-            if (FAILED(more)) {
-                return more;
-            }
-            if (FAILED(reader_.GetLocalName(&name, nullptr)) || FAILED(reader_.GetValue(&value, nullptr))) {
-                return E_FAIL;
-            }
-            element.attributes[name] = value;
-        }
-        return S_OK;
-    }
-
-    HRESULT Enter(RibbonElement element, bool empty) {
+    void Enter(RibbonElement element, bool empty) {
         if (!rootSeen_) {
             rootSeen_ = true;
-            if (element.element != L"customUI") {
-                return E_INVALIDARG;
-            }
+            Check(element.element == L"customUI" ? S_OK : E_INVALIDARG);
             document_.onLoad = element.Attribute(L"onLoad");
             document_.loadImage = element.Attribute(L"loadImage");
         }
@@ -144,7 +125,6 @@ private:
         if (!empty) {
             open_.push_back(std::move(element));
         }
-        return S_OK;
     }
 
     IXmlReader& reader_;
@@ -160,35 +140,10 @@ std::wstring RibbonElement::Attribute(const wchar_t* name) const {
     return found == attributes.end() ? std::wstring() : found->second;
 }
 
-HRESULT ParseRibbonXml(const std::wstring& xml, RibbonDocument& document) {
-    static const XmlLite library;
-    if (!library.createReader || !library.createInput) {
-        return HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND);
-    }
-    ComOwner<IStream> stream;
-    HRESULT status = StreamOn(xml, stream);
-    if (FAILED(status)) {
-        return status;
-    }
-    // The text is UTF-16 whatever its declaration says.
-    IXmlReaderInput* input = nullptr;
-    status = library.createInput(stream.get(), nullptr, L"utf-16", FALSE, nullptr, &input);
-    if (FAILED(status)) {
-        return status;
-    }
-    const ComOwner<IUnknown> inputOwner(reinterpret_cast<IUnknown*>(input));
-    void* made = nullptr;
-    status = library.createReader(kIidXmlReader, &made, nullptr);
-    if (FAILED(status)) {
-        return status;
-    }
-    const ComOwner<IXmlReader> reader(static_cast<IXmlReader*>(made));
-    status = reader->SetInput(inputOwner.get());
-    if (FAILED(status)) {
-        return status;
-    }
-    document = RibbonDocument{};
-    return Builder(*reader, document).Run();
+RibbonDocument ParseRibbonXml(const std::wstring& xml) {
+    RibbonDocument document;
+    Builder(*ReaderOn(xml), document).Run();
+    return document;
 }
 
 } // namespace workbench

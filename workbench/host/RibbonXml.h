@@ -27,7 +27,7 @@ struct RibbonDocument {
     std::vector<RibbonElement> elements;
 };
 
-/// Reads a ribbon XML. @return the reader's status; E_INVALIDARG if the root is not customUI.
-HRESULT ParseRibbonXml(const std::wstring& xml, RibbonDocument& document);
+/// Reads a ribbon XML. @throws _com_error with the reader's status, with E_INVALIDARG if the root is not customUI.
+RibbonDocument ParseRibbonXml(const std::wstring& xml);
 
 } // namespace workbench

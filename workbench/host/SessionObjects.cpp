@@ -106,7 +106,7 @@ constexpr Member kNameSpaceMembers[] = {
 
 constexpr Member kFoldersMembers[] = {
     {0x0050, L"Count", kGet, 0, 0,
-     [](Call& call) { return call.ReturnLong(static_cast<long>(call.Host().Stores().size())); }},
+     [](Call& call) { return call.Give(static_cast<long>(call.Host().Stores().size())); }},
     {0x0051, L"Item", kMethod, 1, 1, &FoldersItem},
 };
 
@@ -117,7 +117,7 @@ constexpr Member kFolderMembers[] = {
 
 constexpr Member kInspectorsMembers[] = {
     {0x0050, L"Count", kGet, 0, 0,
-     [](Call& call) { return call.ReturnLong(static_cast<long>(call.Host().Inspectors().size())); }},
+     [](Call& call) { return call.Give(static_cast<long>(call.Host().Inspectors().size())); }},
     {0x0051, L"Item", kMethod, 1, 1, &InspectorAt},
 };
 
@@ -126,7 +126,7 @@ constexpr Member kLanguageMembers[] = {
      [](Call& call) {
          long kind = 0;
          const HRESULT status = call.Long(0, kind);
-         return FAILED(status) ? status : call.ReturnLong(call.Host().language);
+         return FAILED(status) ? status : call.Give(call.Host().language);
      }},
 };
 
