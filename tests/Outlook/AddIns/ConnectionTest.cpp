@@ -38,10 +38,9 @@ TEST_F(Connection, EachFailingStepEndsItWithThatStatusAndLeavesTheAddInInert) {
         if (each.member != nullptr) {
             Host().FailMember(each.member, each.kind, kForced);
         }
-        const size_t before = LogLines().size();
+        Log().NewLines();
         EXPECT_EQ(addIn.Connect(), each.result);
-        const auto lines = LogLines();
-        const std::vector<std::string> fresh(lines.begin() + static_cast<ptrdiff_t>(before), lines.end());
+        const std::vector<std::string> fresh = Log().NewLines();
         if (each.line != nullptr) {
             EXPECT_THAT(fresh, Contains(each.line));
         } else {

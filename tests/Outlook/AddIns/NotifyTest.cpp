@@ -193,8 +193,8 @@ TEST_F(ChangedMeeting, AnAppointmentThatIsNotOpenIsNotFollowedAfterwards) {
     }
     const auto sinks = Host().AdvisedSinks();
     const auto held = Host().Objects().Outstanding();
-    DialogResponder user(std::vector<int>(100, IDCANCEL));
-    for (int i = 0; i < 100; ++i) {
+    DialogResponder user(std::vector<int>(20, IDCANCEL));
+    for (int i = 0; i < 20; ++i) {
         Notify(Changed(items[i % items.size()]->EntryId()));
     }
     EXPECT_TRUE(PumpUntil([&] { return user.Done() && FindDialogs().empty(); }, kDeadline));

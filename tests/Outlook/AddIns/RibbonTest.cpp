@@ -53,6 +53,11 @@ protected:
         return static_cast<Interface*>(found);
     }
     IConnect* Callbacks() { return As<IConnect>(IID_IConnect); }
+    void ExpectEnable(const DispatchPtr& control, HRESULT status, bool enabled) {
+        VARIANT_BOOL enable = VARIANT_FALSE;
+        EXPECT_THAT(Callbacks()->GetEnable(control, &enable), IsStatus(status));
+        EXPECT_EQ(enable, enabled ? VARIANT_TRUE : VARIANT_FALSE);
+    }
 
     std::vector<UnknownPtr> release_;
 };
@@ -116,10 +121,7 @@ TEST_F(RibbonCallbacks, VisibilityAndEnablementFollowTheAppointment) {
         EXPECT_TRUE(ribbon.Visible(L"StartMeetingMail"));
         EXPECT_TRUE(ribbon.Visible(L"NoSuchId"));
         EXPECT_EQ(ribbon.Enabled(L"CancelMeeetingAppointment"), each.cancelEnabled);
-        VARIANT_BOOL enable = VARIANT_FALSE;
-        const DispatchPtr control = ribbon.MakeControl(L"CancelMeeetingAppointment");
-        EXPECT_THAT(Callbacks()->GetEnable(control, &enable), IsStatus(each.enableResult));
-        EXPECT_EQ(enable, each.cancelEnabled ? VARIANT_TRUE : VARIANT_FALSE);
+        ExpectEnable(ribbon.MakeControl(L"CancelMeeetingAppointment"), each.enableResult, each.cancelEnabled);
         EXPECT_EQ(item->Comment(), each.comment) << "looking at it must not change it";
     }
 }
@@ -159,10 +161,7 @@ TEST_F(RibbonCallbacks, WithoutAnAppointmentEverythingIsVisibleAndEnabled) {
             const auto visible = AppointmentRibbon().AskVisible(id, context);
             EXPECT_THAT(visible.status, IsStatus(S_OK));
             EXPECT_EQ(static_cast<bool>(visible.value), true);
-            VARIANT_BOOL enable = VARIANT_FALSE;
-            const DispatchPtr control = AppointmentRibbon().MakeControl(id, context);
-            EXPECT_THAT(Callbacks()->GetEnable(control, &enable), IsStatus(S_OK));
-            EXPECT_EQ(enable, VARIANT_TRUE);
+            ExpectEnable(AppointmentRibbon().MakeControl(id, context), S_OK, true);
         }
         if (*each.line != '\0') {
             EXPECT_THAT(Log().NewLines(), Contains(each.line));
@@ -192,10 +191,7 @@ TEST_F(RibbonCallbacks, AnUnreadableAppointmentIsNoneOfOurs) {
         Host().FailMember(each.failing, FailKind::Exception, kForced);
         EXPECT_TRUE(AppointmentRibbon().Visible(L"BookMeetingAppointment"));
         EXPECT_FALSE(AppointmentRibbon().Visible(L"CancelMeeetingAppointment"));
-        VARIANT_BOOL enable = VARIANT_FALSE;
-        const DispatchPtr control = AppointmentRibbon().MakeControl(L"CancelMeeetingAppointment");
-        EXPECT_THAT(Callbacks()->GetEnable(control, &enable), IsStatus(S_FALSE));
-        EXPECT_EQ(enable, VARIANT_TRUE);
+        ExpectEnable(AppointmentRibbon().MakeControl(L"CancelMeeetingAppointment"), S_FALSE, true);
         const auto lines = Log().NewLines();
         if (each.line != nullptr) {
             EXPECT_THAT(lines, Contains(each.line));
