@@ -13,9 +13,9 @@
 /// The result of a member of a FakeDispatch.
 struct FakeAnswer {
     HRESULT status = S_OK;
-    _variant_t value;          // also handed out by a call that fails
+    _variant_t value = {};     // also handed out by a call that fails
     HRESULT scode = S_OK;      // of the exception record, when the status is DISP_E_EXCEPTION
-    std::wstring texts;        // its three texts; empty: none
+    std::wstring texts = {};   // its three texts; empty: none
     bool fillsInLater = false; // the record is filled by its function only
 };
 

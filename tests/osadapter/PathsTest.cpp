@@ -8,7 +8,7 @@
 
 namespace {
 
-// Makes a fresh folder the current one and goes back afterwards; each case is a process of its own.
+// Makes a fresh folder the current one and goes back afterwards.
 class CurrentFolder : public testing::Test {
 protected:
     void SetUp() override {

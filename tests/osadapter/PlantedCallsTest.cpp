@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Which call of a replaced function fails. Each test is a process of its own, and only its one thread calls.
+/// Which call of a replaced function fails. Only one thread calls.
 struct Plan {
     int callsBefore = -1; // -1: none fails
     bool onward = false;  // every later call fails as well
@@ -73,8 +73,8 @@ void ExpectFailureForEachCall(Call call, int success) {
 
 class ExhaustedMemory : public testing::Test {
 protected:
+    static void SetUpTestSuite() { g_malloc = Replace("malloc", &FailingMalloc); }
     void SetUp() override {
-        g_malloc = Replace("malloc", &FailingMalloc);
         if (g_malloc == nullptr) {
             GTEST_SKIP() << "this runtime is linked in, its malloc cannot be replaced";
         }

@@ -20,7 +20,7 @@ namespace workbench {
 struct HostOptions {
     std::wstring version = L"16.0.0.10000";
     long language = 1033; // LanguageSettings.LanguageID, all kinds
-    Habits habits;
+    Habits habits = {};
     DATE now = 45356.375; // new appointments start here (UTC) and last half an hour
 };
 

@@ -7,10 +7,6 @@
 
 #include <memory>
 
-using workbench::AddInHost;
-using workbench::HostOptions;
-using workbench::PumpUntil;
-
 std::string ToNarrow(const std::wstring& text) {
     return ToUtf8(text);
 }
@@ -49,9 +45,9 @@ void AddInFixture::EndHost() {
     const bool loaded = addIn_->Object() != nullptr;
     const long references = addIn_->Exit();
     EXPECT_EQ(references, loaded ? 0 : -1) << "references left on the add-in object";
-    EXPECT_THAT(host_->AdvisedSinks(), testing::IsEmpty());
+    EXPECT_THAT(host_->AdvisedSinks(), IsEmpty());
     host_->Shutdown();
-    EXPECT_THAT(host_->Objects().Outstanding(), testing::IsEmpty());
+    EXPECT_THAT(host_->Objects().Outstanding(), IsEmpty());
     EXPECT_EQ(host_->WrongThreadCalls(), 0u);
     host_.reset();
 }
@@ -72,8 +68,13 @@ AddInHost& AddInFixture::Connect(HostOptions options) {
     return *addIn_;
 }
 
-workbench::ItemPtr AddInFixture::OpenAppointment(bool saved, const std::wstring& comment) {
-    const workbench::ItemPtr item = host_->NewAppointment();
+void AddInFixture::ConnectWithClient(HostOptions options) {
+    Connect(std::move(options));
+    StartClient();
+}
+
+ItemPtr AddInFixture::OpenAppointment(bool saved, const std::wstring& comment) {
+    const ItemPtr item = host_->NewAppointment();
     item->fields.subject = kPlannedSubject;
     item->fields.startUtc = kPlannedStart;
     item->fields.endUtc = kPlannedStart + 1.0 / 48.0;
@@ -85,10 +86,21 @@ workbench::ItemPtr AddInFixture::OpenAppointment(bool saved, const std::wstring&
     return item;
 }
 
-void AddInFixture::StartClient(std::vector<std::wstring> arguments) {
+void AddInFixture::ExpectDialog(const DialogSeen& dialog, HWND owner) {
+    const bool chinese = host_->language == 2052;
+    EXPECT_EQ(dialog.owner, owner);
+    EXPECT_TRUE(dialog.ownerDisabled);
+    EXPECT_TRUE(::IsWindowEnabled(owner)) << "after the dialog";
+    EXPECT_EQ(dialog.smallIconWidth, ::GetSystemMetrics(SM_CXSMICON));
+    EXPECT_EQ(dialog.caption, chinese ? L"Nembra\x4e91\x4f1a\x8bae" : L"NEMBRA CLOUD Meeting");
+    ASSERT_EQ(dialog.texts.size(), 1u);
+    EXPECT_EQ(dialog.texts[0].find_first_of(L"\x4f1a\x90ae") != std::wstring::npos, chinese);
+}
+
+void AddInFixture::StartClient() {
     meeting_client::ClientSettings settings;
-    settings.arguments = std::move(arguments);
-    settings.whileWaiting = [] { workbench::PumpFor(5); };
+    settings.arguments = {L"--ignore"};
+    settings.whileWaiting = [] { PumpFor(5); };
     commandsTaken_ = 0;
     client_.reset();
     client_.emplace(std::move(settings));
@@ -119,5 +131,5 @@ void AddInFixture::Notify(const std::string& json) {
     }
     const auto passed = [&] { return log_.CountOf("Inf AddIn::NotifyCallback Type: " + fence) != 0; };
     EXPECT_TRUE(PumpUntil(passed, kDeadline)) << json;
-    workbench::PumpFor(0); // handles what is in the queue
+    PumpFor(0); // handles what is in the queue
 }

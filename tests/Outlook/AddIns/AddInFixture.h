@@ -16,6 +16,40 @@
 #include <string>
 #include <vector>
 
+// The words of every suite in the stand-in host.
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
+using workbench::AddInHost;
+using workbench::DialogResponder;
+using workbench::DialogSeen;
+using workbench::DispatchPtr;
+using workbench::ExplorerPtr;
+using workbench::FailKind;
+using workbench::FindDialogs;
+using workbench::Habits;
+using workbench::HostOptions;
+using workbench::InspectorPtr;
+using workbench::ItemPtr;
+using workbench::kCloseDiscard;
+using workbench::kClosePrompt;
+using workbench::kCloseSave;
+using workbench::PumpFor;
+using workbench::PumpUntil;
+using workbench::RibbonContext;
+using workbench::Surface;
+using workbench::UnknownPtr;
+
+/// A status that nothing gives unless a test makes a call fail with it.
+inline constexpr HRESULT kForced = static_cast<HRESULT>(0x80040155);
+
 /// The real module, loaded by the stand-in host in this process; the meeting client is a process of its own.
 class AddInFixture : public testing::Test {
 protected:
@@ -29,18 +63,28 @@ protected:
     void EndHost();
 
     /// Starts a host with one mailbox and the add-in loaded, not connected. An earlier host ends first.
-    workbench::AddInHost& Load(workbench::HostOptions options = {});
+    AddInHost& Load(HostOptions options = {});
     /// The same with an explorer open and the add-in connected.
-    workbench::AddInHost& Connect(workbench::HostOptions options = {});
-    /// By default a client that answers nothing by itself.
-    void StartClient(std::vector<std::wstring> arguments = {L"--ignore"});
+    AddInHost& Connect(HostOptions options = {});
+    /// The same with a client that answers nothing by itself.
+    void ConnectWithClient(HostOptions options = {});
+    void StartClient();
     void StopClient() { client_.reset(); }
 
     // --- The host's side ---
-    workbench::Ribbon& ExplorerRibbon() { return AddIn().Ribbon(workbench::Surface::Explorer); }
-    workbench::Ribbon& AppointmentRibbon() { return AddIn().Ribbon(workbench::Surface::Appointment); }
+    workbench::Ribbon& ExplorerRibbon() { return AddIn().Ribbon(Surface::Explorer); }
+    workbench::Ribbon& AppointmentRibbon() { return AddIn().Ribbon(Surface::Appointment); }
     /// An appointment with a subject and known times, open in an inspector; saved, and so with an entry id, on demand.
-    workbench::ItemPtr OpenAppointment(bool saved, const std::wstring& comment = {});
+    ItemPtr OpenAppointment(bool saved, const std::wstring& comment = {});
+
+    /// Pumps until the user has answered each dialog that was foreseen. @return false when one did not come.
+    static bool Answered(const DialogResponder& user) {
+        return PumpUntil([&] { return user.Done(); }, kDeadline);
+    }
+
+    /// One of the add-in's own dialogs, in front of that window. DialogTest has the texts, which tell the languages
+    /// apart.
+    void ExpectDialog(const DialogSeen& dialog, HWND owner);
 
     // --- The client's side ---
     /// Pumps until the client has got that many whole messages; the last one.
@@ -56,13 +100,13 @@ protected:
     AddinLogReader& Log() { return log_; }
 
     workbench::OutlookHost& Host() { return *host_; }
-    workbench::AddInHost& AddIn() { return *addIn_; }
+    AddInHost& AddIn() { return *addIn_; }
     meeting_client::ClientProcess& Client() { return *client_; }
 
 private:
     AddinLogReader log_;
     std::unique_ptr<workbench::OutlookHost> host_;
-    workbench::AddInHost* addIn_ = nullptr;
+    AddInHost* addIn_ = nullptr;
     std::optional<meeting_client::ClientProcess> client_;
     size_t commandsTaken_ = 0;
     int fence_ = 10'000; // notification types that mean nothing to the add-in

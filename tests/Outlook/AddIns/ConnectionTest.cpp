@@ -2,16 +2,7 @@
 
 #include "Outlook/AddIns/OfficeInterfaces.h"
 
-using testing::Contains;
-using testing::Not;
-using workbench::AddInHost;
-using workbench::FailKind;
-using workbench::HostOptions;
-using workbench::Surface;
-
 namespace {
-
-constexpr HRESULT kForced = 0x80040155; // a status that nothing else here gives
 
 struct FailingConnection {
     const char* name;
@@ -42,17 +33,14 @@ class Connection : public AddInFixture {};
 TEST_F(Connection, EachFailingStepEndsItWithThatStatusAndLeavesTheAddInInert) {
     for (const FailingConnection& each : kFailingConnections) {
         SCOPED_TRACE(each.name);
-        HostOptions options;
-        options.version = each.version;
-        AddInHost& addIn = Load(options);
+        AddInHost& addIn = Load({.version = each.version});
         Host().OpenExplorer();
         if (each.member != nullptr) {
             Host().FailMember(each.member, each.kind, kForced);
         }
-        const size_t before = LogLines().size();
+        Log().NewLines();
         EXPECT_EQ(addIn.Connect(), each.result);
-        const auto lines = LogLines();
-        const std::vector<std::string> fresh(lines.begin() + static_cast<ptrdiff_t>(before), lines.end());
+        const std::vector<std::string> fresh = Log().NewLines();
         if (each.line != nullptr) {
             EXPECT_THAT(fresh, Contains(each.line));
         } else {
@@ -116,9 +104,7 @@ TEST_F(Connection, TheHostsVersionIsReadUpToItsFirstDot) {
                              Case{L" 15", S_OK}, Case{L"14.9", CO_E_NOT_SUPPORTED}, Case{L"9.0", CO_E_NOT_SUPPORTED},
                              Case{L"", CO_E_NOT_SUPPORTED}, Case{L"-16", CO_E_NOT_SUPPORTED}}) {
         SCOPED_TRACE(ToNarrow(each.version));
-        HostOptions options;
-        options.version = each.version;
-        Load(options);
+        Load({.version = each.version});
         Host().OpenExplorer();
         EXPECT_THAT(AddIn().Connect(), IsStatus(each.result));
     }

@@ -1,16 +1,6 @@
 #include "tests/Outlook/AddIns/AddInFixture.h"
 
-using testing::Contains;
-using workbench::DialogResponder;
-using workbench::FailKind;
-using workbench::Habits;
-using workbench::HostOptions;
-using workbench::ItemPtr;
-using workbench::PumpFor;
-
 namespace {
-
-constexpr HRESULT kForced = static_cast<HRESULT>(0x80040155);
 
 struct HabitCase {
     const char* name;
@@ -39,8 +29,7 @@ TEST_F(HostHabits, AMeetingIsScheduledAndChangedWhateverTheHostsWays) {
         SCOPED_TRACE(each.name);
         HostOptions options;
         each.set(options.habits);
-        Connect(options);
-        StartClient();
+        ConnectWithClient(options);
         const ItemPtr item = OpenAppointment(false);
         EXPECT_EQ(AppointmentRibbon().Press(L"BookMeetingAppointment"), S_OK);
         const Json::Value command = NextCommand();
@@ -58,17 +47,14 @@ TEST_F(HostHabits, AMeetingIsScheduledAndChangedWhateverTheHostsWays) {
         Host().AddStore(L"Without id", L"");
         DialogResponder user(IDCANCEL);
         Notify(R"({"notify":200,"subject":"changed","confOutlookId":")" + ToNarrow(saved->EntryId()) + "\"}");
-        EXPECT_TRUE(workbench::PumpUntil([&] { return user.Done(); }, kDeadline));
+        EXPECT_TRUE(Answered(user));
         PumpFor(20);
         EXPECT_EQ(saved->Subject(), L"changed");
     }
 }
 
 TEST_F(HostHabits, AHostWithoutWindowHandlesStillGetsItsCommandsThrough) {
-    HostOptions options;
-    options.habits.noOleWindow = true;
-    Connect(options);
-    StartClient();
+    ConnectWithClient({.habits = {.noOleWindow = true}});
     ExplorerRibbon().Press(L"StartMeetingMail");
     OpenAppointment(false);
     AppointmentRibbon().Press(L"BookMeetingAppointment");
@@ -81,15 +67,12 @@ TEST_F(HostHabits, AHostWithoutWindowHandlesStillGetsItsCommandsThrough) {
     StopClient();
     DialogResponder user(IDCANCEL);
     ExplorerRibbon().Press(L"StartMeetingMail");
-    EXPECT_TRUE(workbench::PumpUntil([&] { return user.Done(); }, kDeadline));
+    EXPECT_TRUE(Answered(user));
     EXPECT_EQ(user.Last().owner, nullptr);
 }
 
 TEST_F(HostHabits, WithoutAContextAPressActsAsInTheExplorer) {
-    HostOptions options;
-    options.habits.nullContext = true;
-    Connect(options);
-    StartClient();
+    ConnectWithClient({.habits = {.nullContext = true}});
     const ItemPtr item = OpenAppointment(false);
     EXPECT_EQ(AppointmentRibbon().Press(L"BookMeetingAppointment"), S_OK);
     const Json::Value command = NextCommand();
@@ -105,9 +88,7 @@ TEST_F(HostHabits, TheHostsOwnStatusReachesTheLogHoweverItTravels) {
     for (const bool deferred : {false, true}) {
         for (const FailKind kind : {FailKind::Exception, FailKind::Status}) {
             SCOPED_TRACE(testing::Message() << deferred << static_cast<int>(kind));
-            HostOptions options;
-            options.habits.deferredExceptions = deferred;
-            Connect(options);
+            Connect({.habits = {.deferredExceptions = deferred}});
             OpenAppointment(false);
             Host().FailMember(L"AppointmentItem.MeetingStatus", kind, kForced);
             Log().NewLines();

@@ -2,15 +2,6 @@
 
 #include "resources/Connect.h"
 
-using testing::Contains;
-using testing::IsEmpty;
-using workbench::AddInHost;
-using workbench::DialogResponder;
-using workbench::HostOptions;
-using workbench::ItemPtr;
-using workbench::PumpFor;
-using workbench::PumpUntil;
-
 namespace {
 
 constexpr const wchar_t* kOurs = LR"({"nbm_flag":true,"conf_id":"c-1"})";
@@ -78,7 +69,7 @@ TEST_F(Lifetime, AFailedConnectionCanBeRepeated) {
     Load();
     Host().OpenExplorer();
     StartClient();
-    Host().FailMember(L"Application.Inspectors", workbench::FailKind::Exception, E_ABORT);
+    Host().FailMember(L"Application.Inspectors", FailKind::Exception, E_ABORT);
     EXPECT_THAT(AddIn().Connect(), IsStatus(E_ABORT));
     EXPECT_EQ(MessageWindow(), nullptr);
     Host().ClearFailures();
@@ -87,12 +78,9 @@ TEST_F(Lifetime, AFailedConnectionCanBeRepeated) {
 }
 
 TEST_F(Lifetime, CallbacksOutsideTheConnectionAreAnswered) {
-    HostOptions options;
-    options.habits.ribbonBeforeConnection = true;
-    options.habits.onLoadTwice = true;
-    Load(options);
+    Load({.habits = {.ribbonBeforeConnection = true, .onLoadTwice = true}});
     Host().OpenExplorer();
-    ASSERT_EQ(AddIn().LoadRibbon(workbench::Surface::Explorer), S_OK);
+    ASSERT_EQ(AddIn().LoadRibbon(Surface::Explorer), S_OK);
     const auto ask = [&](const char* label) {
         EXPECT_EQ(ToNarrow(ExplorerRibbon().Label(L"BookMeetingCalendar")), label);
         EXPECT_TRUE(ExplorerRibbon().Visible(L"BookMeetingMail"));
@@ -111,10 +99,7 @@ TEST_F(Lifetime, CallbacksOutsideTheConnectionAreAnswered) {
 }
 
 TEST_F(Lifetime, TheHostMayGoWithoutAWord) {
-    HostOptions options;
-    options.habits.fastShutdown = true;
-    Connect(options);
-    StartClient();
+    ConnectWithClient({.habits = {.fastShutdown = true}});
     const ItemPtr item = OpenAppointment(false);
     AppointmentRibbon().Press(L"BookMeetingAppointment"); // its task waits, and holds the item
     EXPECT_EQ(AddIn().Exit(), 0);
@@ -124,8 +109,7 @@ TEST_F(Lifetime, TheHostMayGoWithoutAWord) {
 }
 
 TEST_F(Lifetime, TasksThatWaitAreDroppedWithTheConnection) {
-    Connect();
-    StartClient();
+    ConnectWithClient();
     OpenAppointment(true, kOurs);
     AppointmentRibbon().Press(L"ModifyMeeetingAppointment");
     EXPECT_TRUE(Client().Order(R"(notify {"notify":101})").done);
@@ -140,8 +124,7 @@ TEST_F(Lifetime, TasksThatWaitAreDroppedWithTheConnection) {
 }
 
 TEST_F(Lifetime, AMessageWindowThatAnotherProgramClosesIsForgotten) {
-    Connect();
-    StartClient();
+    ConnectWithClient();
     const HWND window = MessageWindow();
     // A stranger's creation message does not change the owner.
     CREATESTRUCTW forged = {};
@@ -163,11 +146,7 @@ TEST_F(Lifetime, AMessageWindowThatAnotherProgramClosesIsForgotten) {
 }
 
 TEST_F(Lifetime, ATaskThatWaitsIsNotRunByAnObjectThatEnds) {
-    HostOptions options;
-    options.habits.fastShutdown = true;
-    options.habits.closeInsideRelease = true;
-    Connect(options);
-    StartClient();
+    ConnectWithClient({.habits = {.closeInsideRelease = true, .fastShutdown = true}});
     OpenAppointment(true, kOurs)->Close(workbench::kClosePrompt);
     ExplorerRibbon().Press(L"StartMeetingMail");
     // The window closes when the ending object lets go of it, and the host handles its messages meanwhile.
@@ -207,7 +186,7 @@ TEST_F(Lifetime, TheAddInMayGoWhileItsDialogIsOpen) {
                 NextCommand();
             }
             DialogResponder user(IDCANCEL);
-            user.whileOpen = [&](const workbench::DialogSeen&) {
+            user.whileOpen = [&](const DialogSeen&) {
                 if (letsGo) {
                     EXPECT_GT(AddIn().Exit(), 0) << "the dialog's code holds the object";
                 } else {
@@ -219,9 +198,9 @@ TEST_F(Lifetime, TheAddInMayGoWhileItsDialogIsOpen) {
             } else {
                 ExplorerRibbon().Press(L"BookMeetingMail");
             }
-            ASSERT_TRUE(PumpUntil([&] { return user.Done(); }, kDeadline));
+            ASSERT_TRUE(Answered(user));
             PumpFor(30);
-            EXPECT_THAT(workbench::FindDialogs(), IsEmpty());
+            EXPECT_THAT(FindDialogs(), IsEmpty());
             if (letsGo) {
                 EXPECT_THAT(AddIn().CanUnload(), IsStatus(S_OK));
             }
@@ -230,8 +209,7 @@ TEST_F(Lifetime, TheAddInMayGoWhileItsDialogIsOpen) {
 }
 
 TEST_F(Lifetime, TheChannelOutlivesTheObjectAndServesTheNext) {
-    Connect();
-    StartClient();
+    ConnectWithClient();
     ExpectAlive();
     EXPECT_EQ(AddIn().Exit(), 0);
     EXPECT_THAT(AddIn().CanUnload(), IsStatus(S_OK));
@@ -241,29 +219,28 @@ TEST_F(Lifetime, TheChannelOutlivesTheObjectAndServesTheNext) {
 }
 
 TEST_F(Lifetime, TwoObjectsLiveSideBySide) {
-    Connect();
-    StartClient();
+    ConnectWithClient();
     AddInHost& second = Host().LoadAddIn(AddInModulePath(), CLSID_NembraMeeting);
     EXPECT_EQ(second.Connect(), S_OK);
     EXPECT_EQ(AddIn().Disconnect(), S_OK);
     Notify(R"({"notify":101})"); // the one connected last gets them
     EXPECT_EQ(Host().Appointments().size(), 1u);
-    EXPECT_THAT(second.Ribbon(workbench::Surface::Explorer).Press(L"StartMeetingMail"), IsStatus(S_OK));
+    EXPECT_THAT(second.Ribbon(Surface::Explorer).Press(L"StartMeetingMail"), IsStatus(S_OK));
     EXPECT_EQ(NextCommand()["cmd"], 2);
     EXPECT_EQ(second.Exit(), 0);
     EXPECT_EQ(MessageWindow(), nullptr);
 }
 
-TEST_F(Lifetime, OnceConnectedTheModuleStaysLoaded) {
+// A suite, so a process, of its own: the module stays loaded once a test has connected it.
+class ModuleLifetime : public Lifetime {};
+
+TEST_F(ModuleLifetime, EndsWithTheLastReferenceUnlessItWasConnected) {
     constexpr const wchar_t* kModule = L"OutlookAddIn.dll";
-    if (::GetModuleHandleW(kModule) == nullptr) {
-        Load();
-        EXPECT_EQ(AddIn().Exit(), 0);
-        AddIn().UnloadModule();
-        EXPECT_EQ(::GetModuleHandleW(kModule), nullptr) << "a module that was never connected goes";
-    }
-    Connect();
-    StartClient();
+    Load();
+    EXPECT_EQ(AddIn().Exit(), 0);
+    AddIn().UnloadModule();
+    EXPECT_EQ(::GetModuleHandleW(kModule), nullptr);
+    ConnectWithClient();
     EXPECT_EQ(AddIn().Exit(), 0);
     EXPECT_THAT(AddIn().CanUnload(), IsStatus(S_OK));
     AddIn().UnloadModule();

@@ -3,30 +3,16 @@
 #include <algorithm>
 #include <functional>
 
-using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
-using testing::UnorderedElementsAreArray;
-using workbench::DialogResponder;
-using workbench::HostOptions;
-using workbench::InspectorPtr;
-using workbench::ItemPtr;
-using workbench::kCloseDiscard;
-using workbench::kClosePrompt;
-
 /// The same object through different pointers, the same item in different windows.
 class Identity : public LifeFixture {
 protected:
     /// As when they are new.
-    void Announce(const InspectorPtr& inspector, const workbench::ExplorerPtr& explorer) {
+    void Announce(const InspectorPtr& inspector, const ExplorerPtr& explorer) {
         Host().InspectorsEvents().Fire(0xF001, {_variant_t(inspector->Dispatch().GetInterfacePtr())});
         Host().ExplorersEvents().Fire(0xF001, {_variant_t(explorer->Dispatch().GetInterfacePtr())});
     }
 
-    void ExpectOneSinkUntilTheClose(const ItemPtr& item, const InspectorPtr& inspector,
-                                    const workbench::ExplorerPtr& explorer) {
+    void ExpectOneSinkUntilTheClose(const ItemPtr& item, const InspectorPtr& inspector, const ExplorerPtr& explorer) {
         EXPECT_EQ(inspector->Events().SinkCount(), 1u);
         EXPECT_EQ(item->Events().SinkCount(), 1u);
         EXPECT_EQ(explorer->Events().SinkCount(), 1u);
@@ -39,11 +25,7 @@ protected:
     void ForEachWay(const std::function<void()>& body) {
         for (const bool ownIdentity : {false, true}) {
             SCOPED_TRACE(ownIdentity ? "no common identity" : "one identity");
-            HostOptions options;
-            options.habits.distinctPointers = true;
-            options.habits.distinctIdentity = ownIdentity;
-            Connect(options);
-            StartFreshClient();
+            ConnectWithClient({.habits = {.distinctPointers = true, .distinctIdentity = ownIdentity}});
             body();
             EXPECT_THAT(Host().AdvisedSinks(), UnorderedElementsAreArray(RestingSinks()));
             EXPECT_THAT(HeldObjects(), Not(Contains(StartsWith(L"Inspector #"))));
@@ -69,10 +51,7 @@ TEST_F(Identity, LifeIsTheSameThroughDifferentPointers) {
 TEST_F(Identity, OneItemInTwoWindowsIsAskedOnce) {
     for (const bool distinct : {false, true}) {
         SCOPED_TRACE(distinct);
-        HostOptions options;
-        options.habits.distinctPointers = distinct;
-        Connect(options);
-        StartFreshClient();
+        ConnectWithClient({.habits = {.distinctPointers = distinct}});
         HideClient();
         const ItemPtr item = OpenAppointment(true, kKnownMeeting);
         const InspectorPtr first = item->OpenedInspector();
@@ -94,8 +73,7 @@ TEST_F(Identity, OneItemInTwoWindowsIsAskedOnce) {
 }
 
 TEST_F(Identity, NewMeetingInTwoWindowsIsSettledAtTheFirstClose) {
-    Connect();
-    StartFreshClient();
+    ConnectWithClient();
     const ItemPtr item = OpenAppointment(true, kNewMeeting);
     const InspectorPtr first = item->OpenedInspector();
     const InspectorPtr second = Host().MakeInspector(item);
@@ -137,7 +115,7 @@ TEST_F(Identity, WindowAnnouncedTwiceHasOneSink) {
     Connect();
     const ItemPtr item = OpenAppointment(true, kKnownMeeting);
     const InspectorPtr inspector = item->OpenedInspector();
-    const workbench::ExplorerPtr explorer = Host().ActiveExplorer();
+    const ExplorerPtr explorer = Host().ActiveExplorer();
     for (int i = 0; i < 2; ++i) {
         Announce(inspector, explorer);
     }
@@ -145,16 +123,14 @@ TEST_F(Identity, WindowAnnouncedTwiceHasOneSink) {
 }
 
 TEST_F(Identity, WindowWhoseEventsCouldNotBeHadGetsThemWhenItIsAnnouncedAgain) {
-    HostOptions options;
-    options.habits.countQueryInterface = true;
-    Connect(options);
+    Connect({.habits = {.countQueryInterface = true}});
     for (const wchar_t* member :
          {L"Inspector.FindConnectionPoint", L"AppointmentItem.FindConnectionPoint", L"Explorer.FindConnectionPoint"}) {
-        Host().FailMember(member, workbench::FailKind::Status, E_ACCESSDENIED);
+        Host().FailMember(member, FailKind::Status, E_ACCESSDENIED);
     }
     const ItemPtr item = OpenAppointment(true, kKnownMeeting);
     const InspectorPtr inspector = item->OpenedInspector();
-    const workbench::ExplorerPtr explorer = Host().OpenExplorer();
+    const ExplorerPtr explorer = Host().OpenExplorer();
     Host().ClearFailures();
     ASSERT_EQ(inspector->Events().SinkCount() + item->Events().SinkCount() + explorer->Events().SinkCount(), 0u);
     Announce(inspector, explorer);
@@ -162,16 +138,13 @@ TEST_F(Identity, WindowWhoseEventsCouldNotBeHadGetsThemWhenItIsAnnouncedAgain) {
 }
 
 TEST_F(Identity, CloseInsideAReleaseIsHandled) {
-    HostOptions options;
-    options.habits.closeInsideRelease = true;
-    Connect(options);
-    StartFreshClient();
+    ConnectWithClient({.habits = {.closeInsideRelease = true}});
     const ItemPtr saved = OpenAppointment(true, kNewMeeting);
     const ItemPtr discarded = OpenAppointment(false, kNewMeeting);
     saved->Close(kClosePrompt);
     discarded->Close(kCloseDiscard);
     EXPECT_EQ(Host().Inspectors().size(), 2u) << "held back";
-    EXPECT_TRUE(workbench::PumpUntil([&] { return Host().Inspectors().empty(); }, kDeadline));
+    EXPECT_TRUE(PumpUntil([&] { return Host().Inspectors().empty(); }, kDeadline));
     std::vector<int> commands = TakeCommandNumbers();
     std::sort(commands.begin(), commands.end());
     EXPECT_THAT(commands, ElementsAre(5, 6));
@@ -179,10 +152,7 @@ TEST_F(Identity, CloseInsideAReleaseIsHandled) {
 }
 
 TEST_F(Identity, ItemThatCannotBeReadAtTheCloseIsLetGo) {
-    HostOptions options;
-    options.habits.noCurrentItemInClose = true;
-    Connect(options);
-    StartFreshClient();
+    ConnectWithClient({.habits = {.noCurrentItemInClose = true}});
     const ItemPtr item = OpenAppointment(true, kNewMeeting);
     item->Close(kClosePrompt);
     EXPECT_THAT(TakeCommands(), IsEmpty());
@@ -192,19 +162,16 @@ TEST_F(Identity, ItemThatCannotBeReadAtTheCloseIsLetGo) {
 }
 
 TEST_F(Identity, WindowWhoseEventsCannotBeHadDoesNotHideTheNext) {
-    HostOptions options;
-    options.habits.countQueryInterface = true;
-    Connect(options);
-    StartFreshClient();
+    ConnectWithClient({.habits = {.countQueryInterface = true}});
     for (const wchar_t* member :
          {L"Inspector.FindConnectionPoint", L"AppointmentItem.FindConnectionPoint", L"Explorer.FindConnectionPoint"}) {
         for (int i = 0; i < 20; ++i) { // The memory of what has gone is soon used again.
-            Host().FailMember(member, workbench::FailKind::Status, E_ACCESSDENIED);
+            Host().FailMember(member, FailKind::Status, E_ACCESSDENIED);
             OpenAppointment(true)->OpenedInspector()->CloseWithoutAsking();
             Host().OpenExplorer()->Close();
             Host().ClearFailures();
             const ItemPtr item = OpenAppointment(true, kKnownMeeting);
-            const workbench::ExplorerPtr explorer = Host().OpenExplorer();
+            const ExplorerPtr explorer = Host().OpenExplorer();
             ASSERT_EQ(item->OpenedInspector()->Events().SinkCount(), 1u) << ToNarrow(member) << i;
             ASSERT_EQ(item->Events().SinkCount(), 1u) << ToNarrow(member) << i;
             ASSERT_EQ(explorer->Events().SinkCount(), 1u) << ToNarrow(member) << i;

@@ -1,10 +1,5 @@
 #include "tests/Outlook/Life/LifeFixture.h"
 
-using testing::Contains;
-using workbench::DialogResponder;
-using workbench::ItemPtr;
-using workbench::PumpUntil;
-
 namespace {
 
 constexpr int kSyncNow = 4;
@@ -23,7 +18,7 @@ protected:
         DialogResponder user(kNoKeyClosesIt);
         user.keys = keys;
         cause();
-        EXPECT_TRUE(PumpUntil([&] { return !user.Seen().empty() && workbench::FindDialogs().empty(); }, kDeadline));
+        EXPECT_TRUE(PumpUntil([&] { return !user.Seen().empty() && FindDialogs().empty(); }, kDeadline));
         EXPECT_EQ(user.Seen().size(), 1u);
         EXPECT_EQ(DialogKind(user.Last()), kind);
         return user.Last().answer == 0;
@@ -47,7 +42,7 @@ TEST_F(Keyboard, AnswersTheSyncQuestion) {
         {{VK_DOWN, VK_UP, VK_SPACE}, kSyncNow},
     };
     for (const long language : {2052, 1033}) {
-        ConnectIn(language);
+        Connect({.language = language});
         const ItemPtr item = OpenAppointment(true, kKnownMeeting);
         for (const auto& [keys, result] : cases) {
             SCOPED_TRACE(testing::Message() << language << " keys " << testing::PrintToString(keys));
@@ -69,8 +64,7 @@ TEST_F(Keyboard, ClosesTheNotices) {
         {{VK_TAB, VK_SPACE}, false}, // no button is shown that it could press
     };
     for (const long language : {2052, 1033}) {
-        ConnectIn(language);
-        StartFreshClient();
+        ConnectWithClient({.language = language});
         const ItemPtr item = OpenAppointment(true, kKnownMeeting);
         const std::string updated = language == 2052 ? "邮件邀请已更新。" : "Email invitation updated.";
         const std::string changed = R"({"notify":200,"confOutlookId":")" + ToNarrow(item->EntryId()) + "\"}";

@@ -1,11 +1,11 @@
 #include "tests/Outlook/Life/LifeFixture.h"
 
-using workbench::PumpUntil;
-
-workbench::AddInHost& LifeFixture::ConnectIn(long language) {
-    workbench::HostOptions options;
-    options.language = language;
-    return Connect(options);
+void LifeFixture::ConnectWithClient(HostOptions options) {
+    Connect(std::move(options));
+    StartClient();
+    taken_ = 0;
+    // The add-in learns of a client by looking for its window, which a command makes it do at once.
+    EXPECT_THAT(TakeCommands(), IsEmpty());
 }
 
 std::vector<Json::Value> LifeFixture::TakeCommands() {
@@ -33,28 +33,20 @@ std::vector<int> LifeFixture::TakeCommandNumbers() {
     return numbers;
 }
 
-void LifeFixture::StartFreshClient() {
-    StopClient();
-    StartClient();
-    taken_ = 0;
-    // The add-in learns of a client by looking for its window, which a command makes it do at once.
-    EXPECT_THAT(TakeCommands(), testing::IsEmpty());
-}
-
 void LifeFixture::ShowClient() {
     EXPECT_TRUE(Client().Order("show").done);
-    EXPECT_THAT(TakeCommands(), testing::IsEmpty()) << "a command that found no client came later";
+    EXPECT_THAT(TakeCommands(), IsEmpty()) << "a command that found no client came later";
 }
 
 std::vector<std::wstring> LifeFixture::RestingSinks() {
     std::vector<std::wstring> sinks{L"Explorers: 1 sink", L"Inspectors: 1 sink"};
-    for (const workbench::ExplorerPtr& explorer : Host().Explorers()) {
+    for (const ExplorerPtr& explorer : Host().Explorers()) {
         sinks.push_back(L"Explorer #" + std::to_wstring(explorer->Number()) + L": 1 sink");
     }
     return sinks;
 }
 
-std::string DialogKind(const workbench::DialogSeen& dialog) {
+std::string DialogKind(const DialogSeen& dialog) {
     const std::vector<int> buttons = dialog.VisibleButtons();
     if (buttons == std::vector<int>{4, 5} || buttons == std::vector<int>{5, 4}) {
         return "sync";
@@ -67,9 +59,9 @@ std::string DialogKind(const workbench::DialogSeen& dialog) {
     return dialog.texts.empty() ? "?" : ToNarrow(dialog.texts[0]);
 }
 
-std::vector<std::string> DialogKinds(const std::vector<workbench::DialogSeen>& dialogs) {
+std::vector<std::string> DialogKinds(const std::vector<DialogSeen>& dialogs) {
     std::vector<std::string> kinds;
-    for (const workbench::DialogSeen& dialog : dialogs) {
+    for (const DialogSeen& dialog : dialogs) {
         kinds.push_back(DialogKind(dialog));
     }
     return kinds;

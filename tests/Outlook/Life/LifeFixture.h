@@ -12,8 +12,8 @@ protected:
     static constexpr const wchar_t* kNewMeeting = LR"({"nbm_flag":true,"is_new_item":true,"conf_id":"c-1"})";
     static constexpr const wchar_t* kKnownMeeting = LR"({"nbm_flag":true,"is_new_item":false,"conf_id":"c-1"})";
 
-    /// A host whose windows show in that language, with the ribbon of appointments not loaded yet.
-    workbench::AddInHost& ConnectIn(long language);
+    /// The add-in also counts the client as connected, and the commands of an earlier client are forgotten.
+    void ConnectWithClient(HostOptions options = {});
 
     /// The commands that the client has got since the last call, all of them: a start command of the explorer goes
     /// after them and is not among them. No other test of this suite sends that one.
@@ -25,10 +25,6 @@ protected:
     /// The add-in counts it as connected then, and nothing comes that was sent while it was away.
     void ShowClient();
 
-    /// Starts a client of this test, which the add-in counts as connected then, and forgets the commands of an earlier
-    /// one.
-    void StartFreshClient();
-
     /// The sinks of a connected add-in when no inspector is open and no call is in progress.
     std::vector<std::wstring> RestingSinks();
     std::vector<std::wstring> HeldObjects() { return Host().Objects().Outstanding(); }
@@ -38,5 +34,5 @@ private:
 };
 
 /// Which dialog it is, by its buttons: "sync" or "log in", else its text.
-std::string DialogKind(const workbench::DialogSeen& dialog);
-std::vector<std::string> DialogKinds(const std::vector<workbench::DialogSeen>& dialogs);
+std::string DialogKind(const DialogSeen& dialog);
+std::vector<std::string> DialogKinds(const std::vector<DialogSeen>& dialogs);

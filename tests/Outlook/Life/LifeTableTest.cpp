@@ -2,12 +2,6 @@
 
 #include <sstream>
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using workbench::DialogResponder;
-using workbench::InspectorPtr;
-using workbench::ItemPtr;
-
 namespace {
 
 enum class Event { Write, Send, Close, Delete };
@@ -200,7 +194,7 @@ void LifeTable::Run(const Case& each, size_t number) {
     }
     EXPECT_EQ(event.cancelled, expected.cancelled);
     EXPECT_EQ(DialogKinds(user.Seen()), expected.dialogs);
-    for (const workbench::DialogSeen& dialog : user.Seen()) {
+    for (const DialogSeen& dialog : user.Seen()) {
         EXPECT_EQ(dialog.owner, window);
         EXPECT_TRUE(dialog.ownerDisabled);
     }
@@ -227,8 +221,7 @@ void LifeTable::RunAll(const std::vector<Case>& cases) {
 }
 
 TEST_F(LifeTable, WithTheClientThere) {
-    Connect();
-    StartFreshClient();
+    ConnectWithClient();
     const std::vector<Case> cases = AllCases(true);
     RunAll(cases);
     const std::vector<Json::Value> commands = TakeCommands();
@@ -250,8 +243,7 @@ TEST_F(LifeTable, WithTheClientThere) {
 }
 
 TEST_F(LifeTable, WithoutAClient) {
-    Connect();
-    StartFreshClient();
+    ConnectWithClient();
     HideClient();
     RunAll(AllCases(false));
     // Each command that could not go out tried to launch the client, which nobody has registered here.

@@ -1,22 +1,9 @@
 #include "tests/Outlook/Life/LifeFixture.h"
 
-using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
-using workbench::InspectorPtr;
-using workbench::ItemPtr;
-using workbench::kClosePrompt;
-using workbench::kCloseSave;
-
 /// The life of an appointment that the client's notification has made, in the order of the user's actions.
 class MeetingStory : public LifeFixture {
 protected:
-    void SetUp() override {
-        Connect();
-        StartFreshClient();
-    }
+    void SetUp() override { ConnectWithClient(); }
 
     ItemPtr Scheduled() {
         Notify(R"({"notify":101,"confId":"c-77","subject":"Review","url":"https://m/77","contents":"Join",)"
@@ -83,5 +70,5 @@ TEST_F(MeetingStory, OtherWindowsAndNoiseAreLeftAlone) {
     EXPECT_TRUE(item->Close(kClosePrompt));
     EXPECT_THAT(TakeCommandNumbers(), ElementsAre(6));
     EXPECT_THAT(HeldObjects(), Not(Contains(StartsWith(L"AppointmentItem"))));
-    EXPECT_THAT(Host().AdvisedSinks(), testing::UnorderedElementsAreArray(RestingSinks()));
+    EXPECT_THAT(Host().AdvisedSinks(), UnorderedElementsAreArray(RestingSinks()));
 }

@@ -1,15 +1,5 @@
 #include "tests/Outlook/Life/LifeFixture.h"
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::UnorderedElementsAreArray;
-using workbench::DialogResponder;
-using workbench::HostOptions;
-using workbench::InspectorPtr;
-using workbench::ItemPtr;
-using workbench::kCloseDiscard;
-using workbench::kClosePrompt;
-
 /// Events while a handler waits for the user or the host, and the release of the add-in meanwhile.
 class Reentry : public LifeFixture {
 protected:
@@ -17,7 +7,7 @@ protected:
     bool SaveWhile(const ItemPtr& item, int answer, const std::function<void()>& meanwhile) {
         DialogResponder user(answer, {{}, item->OpenedInspector()->Window()});
         bool ran = false;
-        user.whileOpen = [&](const workbench::DialogSeen&) {
+        user.whileOpen = [&](const DialogSeen&) {
             ran = true;
             meanwhile();
         };
@@ -34,7 +24,7 @@ TEST_F(Reentry, WindowsComeAndGoWhileTheUserIsAsked) {
     const ItemPtr bystander = OpenAppointment(true, kKnownMeeting);
     const ItemPtr doomed = OpenAppointment(true, kKnownMeeting);
     ItemPtr opened;
-    workbench::ExplorerPtr explorer;
+    ExplorerPtr explorer;
     EXPECT_TRUE(SaveWhile(asked, 5, [&] {
         bystander->Close(kCloseDiscard);
         EXPECT_TRUE(doomed->Delete());
@@ -53,8 +43,7 @@ TEST_F(Reentry, WindowsComeAndGoWhileTheUserIsAsked) {
 }
 
 TEST_F(Reentry, TheAskedItemItselfMayGo) {
-    Connect();
-    StartFreshClient();
+    ConnectWithClient();
     for (const int answer : {4, 5}) {
         for (const bool deleted : {false, true}) {
             SCOPED_TRACE(testing::Message() << answer << (deleted ? " deleted" : " closed"));
@@ -83,7 +72,7 @@ TEST_F(Reentry, QuestionsMayNest) {
         EXPECT_FALSE(SaveWhile(inner, IDCANCEL, [&] { inner->OpenedInspector()->CloseWithoutAsking(); }));
         EXPECT_EQ(outer->Events().SinkCount(), 1u);
     }));
-    EXPECT_THAT(workbench::FindDialogs(), IsEmpty());
+    EXPECT_THAT(FindDialogs(), IsEmpty());
 }
 
 TEST_F(Reentry, CloseThatAsksToLogInLetsOthersClose) {
@@ -91,7 +80,7 @@ TEST_F(Reentry, CloseThatAsksToLogInLetsOthersClose) {
     const ItemPtr first = OpenAppointment(true, kNewMeeting);
     const ItemPtr second = OpenAppointment(true, kKnownMeeting);
     DialogResponder user(IDCANCEL); // to the log-in dialog of the first one's modification
-    user.whileOpen = [&](const workbench::DialogSeen& dialog) {
+    user.whileOpen = [&](const DialogSeen& dialog) {
         EXPECT_EQ(DialogKind(dialog), "log in");
         second->OpenedInspector()->CloseWithoutAsking();
         first->OpenedInspector()->CloseWithoutAsking(); // is closing already
@@ -105,9 +94,7 @@ TEST_F(Reentry, CloseThatAsksToLogInLetsOthersClose) {
 TEST_F(Reentry, DisconnectionWithOpenWindowsLeavesNothingBehind) {
     for (const bool fast : {false, true}) {
         SCOPED_TRACE(fast ? "without notice" : "in order");
-        HostOptions options;
-        options.habits.fastShutdown = fast;
-        Connect(options);
+        Connect({.habits = {.fastShutdown = fast}});
         const ItemPtr item = OpenAppointment(true, kNewMeeting);
         OpenAppointment(false, kNewMeeting);
         Host().OpenExplorer();
@@ -127,8 +114,7 @@ TEST_F(Reentry, DisconnectionWithOpenWindowsLeavesNothingBehind) {
 }
 
 TEST_F(Reentry, ConnectedAgainItFollowsAsBefore) {
-    Connect();
-    StartFreshClient();
+    ConnectWithClient();
     const ItemPtr before = OpenAppointment(true, kNewMeeting);
     EXPECT_THAT(AddIn().Disconnect(workbench::kUserClosed), IsStatus(S_OK));
     EXPECT_THAT(AddIn().Connect(workbench::kExternal), IsStatus(S_OK));
@@ -155,9 +141,7 @@ TEST_F(Reentry, AddInMayGoWhileADialogIsOpen) {
 }
 
 TEST_F(Reentry, WindowsThatCloseWhileTheAddInEndsAreNotHandled) {
-    HostOptions options;
-    options.habits.closeInsideRelease = true;
-    Connect(options);
+    Connect({.habits = {.closeInsideRelease = true}});
     const ItemPtr first = OpenAppointment(true, kNewMeeting);
     const ItemPtr second = OpenAppointment(true, kNewMeeting);
     first->Close(kClosePrompt);

@@ -1,12 +1,5 @@
 #include "tests/Outlook/Life/LifeFixture.h"
 
-using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using workbench::DialogResponder;
-using workbench::ItemPtr;
-using workbench::kCloseSave;
-
 namespace {
 
 constexpr int kSyncNow = 4;
@@ -20,7 +13,7 @@ class SyncQuestion : public LifeFixture {};
 TEST_F(SyncQuestion, AsksInTheUsersLanguageAtEachSave) {
     for (const long language : {2052, 1033, 1031}) {
         SCOPED_TRACE(language);
-        ConnectIn(language);
+        Connect({.language = language});
         const ItemPtr item = OpenAppointment(true, kKnownMeeting);
         const HWND window = item->OpenedInspector()->Window();
         OpenAppointment(true, kKnownMeeting); // in front of it: not the owner
@@ -38,16 +31,9 @@ TEST_F(SyncQuestion, AsksInTheUsersLanguageAtEachSave) {
             EXPECT_EQ(item->Save(), answer.saved);
             EXPECT_EQ(item->SaveCount(), saves + answer.saved);
             ASSERT_EQ(user.Seen().size(), 1u);
-            const workbench::DialogSeen& seen = user.Seen()[0];
+            const DialogSeen& seen = user.Seen()[0];
             EXPECT_EQ(DialogKind(seen), "sync");
-            EXPECT_EQ(seen.owner, window);
-            EXPECT_TRUE(seen.ownerDisabled);
-            EXPECT_TRUE(::IsWindowEnabled(window));
-            EXPECT_EQ(ToNarrow(seen.caption), language == 2052 ? "Nembra云会议" : "NEMBRA CLOUD Meeting");
-            EXPECT_EQ(ToNarrow(seen.buttons[0].text), language == 2052 ? "立即同步" : "Sync now");
-            EXPECT_EQ(ToNarrow(seen.buttons[1].text), language == 2052 ? "稍后" : "Later");
-            ASSERT_EQ(seen.texts.size(), 1u);
-            EXPECT_EQ(ToNarrow(seen.texts[0]).find("Outlook会议日程已更新") == 0, language == 2052);
+            ExpectDialog(seen, window);
             const std::vector<std::string> lines = Log().NewLines();
             EXPECT_THAT(lines, Contains("Inf AddIn::OnAppointmentItemWrite 1, 0, 0"));
             EXPECT_THAT(lines, Contains("Inf AddIn::OnAppointmentItemWrite id = " + std::to_string(answer.id)));
@@ -60,13 +46,12 @@ TEST_F(SyncQuestion, AsksInTheUsersLanguageAtEachSave) {
 }
 
 TEST_F(SyncQuestion, SyncNowReachesAClientThatHasComeUpMeanwhile) {
-    Connect();
-    StartFreshClient();
+    ConnectWithClient();
     HideClient();
     const ItemPtr item = OpenAppointment(true, kKnownMeeting);
     const POINT centre = CentreOf(item->OpenedInspector()->Window());
     DialogResponder user(kSyncNow);
-    user.whileOpen = [&](const workbench::DialogSeen&) { ShowClient(); };
+    user.whileOpen = [&](const DialogSeen&) { ShowClient(); };
     EXPECT_FALSE(item->Save()) << "the user saves again";
     const std::vector<Json::Value> commands = TakeCommands();
     ASSERT_EQ(commands.size(), 1u);
@@ -80,8 +65,7 @@ TEST_F(SyncQuestion, SyncNowReachesAClientThatHasComeUpMeanwhile) {
 }
 
 TEST_F(SyncQuestion, RefusedSaveKeepsTheWindowOpen) {
-    Connect();
-    StartFreshClient();
+    ConnectWithClient();
     const ItemPtr item = OpenAppointment(false, kNewMeeting);
     HideClient();
     DialogResponder user(std::vector<int>{IDCANCEL, kLater, IDCANCEL});
