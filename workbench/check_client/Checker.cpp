@@ -1,9 +1,11 @@
 #include "workbench/check_client/Checker.h"
 
-#include "workbench/check_client/Rules.h"
+#include "workbench/check_client/Session.h"
 
 #include <fmt/format.h>
 #include <json/writer.h>
+
+#include <algorithm>
 
 namespace check_client {
 namespace {
@@ -17,8 +19,7 @@ std::string Line(const Finding& finding) {
                        finding.remark.empty() ? "" : "\n" + std::string(32, ' ') + finding.remark);
 }
 
-Finding Judge(const Rule& rule, Session& session) {
-    Finding finding{rule.id, rule.sentence, Verdict::Pass, {}};
+void Judge(const Rule& rule, Session& session, Finding& finding) {
     try {
         if (rule.needs == Needs::Client && !session.EnsureClient()) {
             throw NotTested("the client's window is not there");
@@ -30,13 +31,11 @@ Finding Judge(const Rule& rule, Session& session) {
         finding.remark = rule.check(session);
         finding.verdict = finding.remark.empty() ? Verdict::Pass : Verdict::Fail;
     } catch (const NotTested& reason) {
-        finding.verdict = Verdict::NotTested;
         finding.remark = reason.what();
     }
     if (finding.verdict == Verdict::Fail && rule.needs == Needs::Client) {
         session.DistrustClient();
     }
-    return finding;
 }
 
 } // namespace
@@ -55,23 +54,19 @@ std::vector<Finding> CheckClient(const Settings& settings) {
     bool named = true;
     for (std::size_t i = 0; i < findings.size(); ++i) {
         Finding& finding = findings[i];
-        finding.remark = "there is no window of the right name";
         if (named) {
-            finding = Judge(Rules()[i], session);
+            Judge(Rules()[i], session, finding);
             named = finding.rule != "window-name" || finding.verdict == Verdict::Pass;
+        } else {
+            finding.remark = "there is no window of the right name";
         }
         settings.tell(Line(finding));
     }
     return findings;
 }
 
-std::string ToText(const std::vector<Finding>& findings) {
-    std::size_t counts[3] = {};
-    for (const Finding& finding : findings) {
-        ++counts[static_cast<std::size_t>(finding.verdict)];
-    }
-    return fmt::format("{} rules: {} passed, {} failed, {} not tested\n", findings.size(), counts[0], counts[1],
-                       counts[2]);
+std::size_t CountOf(const std::vector<Finding>& findings, Verdict verdict) {
+    return static_cast<std::size_t>(std::ranges::count(findings, verdict, &Finding::verdict));
 }
 
 std::string ToJson(const std::vector<Finding>& findings) {

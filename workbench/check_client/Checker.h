@@ -17,6 +17,8 @@ struct Settings {
     /// Returns when a client that was just started would show a window too early if it had that mistake. Empty: the
     /// checker waits for `quiet`. @return false when no client has started.
     std::function<bool()> awaitLogInForm;
+    /// Returns when the client has sent its answers to all that it has received. Empty: the checker waits for them.
+    std::function<void()> settle;
     /// Changes the meeting in the client, as its user does.
     std::function<void(const std::string& confId)> change;
     std::chrono::milliseconds limit{10'000}; ///< for an answer, a start, or a person
@@ -42,7 +44,7 @@ std::vector<Finding> AllRules();
 /// @throws std::runtime_error when nothing can be checked, such as while another client runs.
 std::vector<Finding> CheckClient(const Settings& settings);
 
-std::string ToText(const std::vector<Finding>& findings);
+std::size_t CountOf(const std::vector<Finding>& findings, Verdict verdict);
 std::string ToJson(const std::vector<Finding>& findings);
 
 } // namespace check_client

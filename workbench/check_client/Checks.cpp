@@ -1,7 +1,7 @@
-#include "workbench/check_client/Rules.h"
+#include "workbench/check_client/Session.h"
 
-#include "workbench/host/Pump.h"
-#include "workbench/wire/Window.h"
+#include "workbench/check_client/Tap.h"
+#include "workbench/client/Meetings.h"
 
 #include "support/Text.h"
 
@@ -18,28 +18,20 @@ constexpr double kDay = 86400.0;       // s
 constexpr std::size_t kCut = 1011;     // message bytes in a full segment
 constexpr int kBurst = 200;
 constexpr char kUnknown[] = "no-such-meeting";
+constexpr char kSubject[] = "Projekt 会议 🎉";
 
 // --- Commands ---
 
-Json::Value Command(int number) {
-    Json::Value command(Json::objectValue);
+Json::Value Command(int number, const std::string& subject = {}, const std::string& confId = {}) {
+    Json::Value command;
     command["cmd"] = number;
+    command["subject"] = subject;
+    command["confId"] = confId;
+    command["confOutlookId"] = confId.empty() ? "" : "00000000A1B2";
+    command["startTime"] = subject.empty() ? 0 : 1'767'260'400; // 2026-01-01 09:40 UTC
+    command["endTime"] = subject.empty() ? 0 : 1'767'264'000;
     command["centerX"] = 960;
     command["centerY"] = 520;
-    for (const char* text : {"subject", "confId", "confOutlookId"}) {
-        command[text] = "";
-    }
-    for (const char* time : {"startTime", "endTime"}) {
-        command[time] = 0;
-    }
-    return command;
-}
-
-Json::Value Schedule(const std::string& subject) {
-    Json::Value command = Command(4);
-    command["subject"] = subject;
-    command["startTime"] = 1'767'260'400; // 2026-01-01 09:40 UTC
-    command["endTime"] = 1'767'264'000;
     return command;
 }
 
@@ -51,59 +43,39 @@ std::string Styled(const Json::Value& command) {
 }
 
 std::string CancelUnknown() {
-    Json::Value command = Command(5);
-    command["confId"] = kUnknown;
-    command["confOutlookId"] = "00000000A1B2";
-    return Styled(command);
+    return Styled(Command(5, {}, kUnknown));
 }
 
 /// A command of exactly that many bytes. It needs no person, because the client knows no such meeting.
 std::string Unknown(int number, std::size_t bytes) {
-    Json::Value command = Schedule("Projekt 会议 🎉");
-    command["cmd"] = number;
-    command["confId"] = kUnknown;
+    Json::Value command = Command(number, kSubject, kUnknown);
+    command["confOutlookId"] = "";
     command["confOutlookId"] = std::string(bytes - Styled(command).size(), 'A');
     return Styled(command);
 }
 
 /// A schedule command in two segments. The cut is `inside` bytes after the beginning of the subject.
 std::string ScheduleCutInside(const std::string& subject, std::size_t inside) {
-    Json::Value command = Schedule("");
-    command.removeMember("subject");
-    Json::StreamWriterBuilder writer;
-    writer["indentation"] = "";
-    std::string text = Json::writeString(writer, command);
-    const std::string before = ",\"subject\":\"";
-    text.back() = ' '; // in place of the closing brace
-    text.resize(kCut - inside - before.size(), ' ');
-    text += before + subject + "\"";
-    return text + std::string(2 * kCut - text.size() - 20, ' ') + "}";
+    const std::string text = meeting_client::Compact(Command(4, subject));
+    return std::string(kCut - inside - text.find(subject), ' ') + text + std::string(kCut / 2, ' ');
 }
 
 // --- Parts of checks ---
 
-std::string Expect(const Json::Value& answer, int type) {
+/// @param success whether the code must be the one of success or another one; nothing when any will do.
+std::string Expect(const Json::Value& answer, int type, std::optional<bool> success = {}) {
     if (answer.isNull()) {
         return "the client did not answer";
     }
-    const int got = NumberOf(answer["notify"]);
-    return got == type ? "" : "the client answered with " + std::to_string(got) + " instead of " + std::to_string(type);
+    if (const int got = NumberOf(answer["notify"]); got != type) {
+        return "the client answered with " + std::to_string(got) + " instead of " + std::to_string(type);
+    }
+    const bool right = !success || (NumberOf(answer["code"]) == 0) == *success;
+    return right ? "" : *success ? "the code is not 0" : "the code is 0";
 }
 
-/// An answer with the code of success, or with another one.
-std::string ExpectCode(const Json::Value& answer, int type, bool success) {
-    const std::string wrong = Expect(answer, type);
-    const bool right = (NumberOf(answer["code"]) == 0) == success;
-    return !wrong.empty() || right ? wrong : success ? "the code is not 0" : "the code is 0";
-}
-
-std::string SendAnswered(Session& session, const std::string& message) {
-    session.Send(message);
-    return session.NextAnswer().isNull() ? "the client did not answer" : "";
-}
-
-std::string CheckServes(Session& session) {
-    return SendAnswered(session, CancelUnknown());
+std::string CheckAnswers(Session& session, const std::string& message = CancelUnknown()) {
+    return session.Ask(message).isNull() ? "the client did not answer" : "";
 }
 
 bool SameTime(const Json::Value& seconds, DATE date) {
@@ -119,10 +91,10 @@ struct Meeting {
 /// Schedules by the add-in's button in a new appointment.
 Meeting MakeMeeting(Session& session) {
     session.AskPerson("If the client asks, confirm the meeting without a change.");
-    Meeting meeting{session.outlook.NewAppointment(), {}};
+    Meeting meeting{session.Outlook().NewAppointment(), {}};
     workbench::Item& item = *meeting.item;
-    item.fields.subject = L"Projekt 会议 🎉";
-    if (!session.outlook.OpenInspector(item)->View()->Click(L"BookMeetingAppointment")) {
+    item.fields.subject = ToWide(kSubject);
+    if (!session.Outlook().OpenInspector(item)->View()->Click(L"BookMeetingAppointment")) {
         throw NotTested("the button is not on the ribbon");
     }
     meeting.scheduled = session.NextAnswer();
@@ -149,11 +121,6 @@ Json::Value SaveMeeting(Session& session, const Meeting& meeting) {
     return session.NextAnswer();
 }
 
-std::string NotedViolation(const Session& session, const char* rule) {
-    const auto found = session.violations.find(rule);
-    return found == session.violations.end() ? "" : found->second;
-}
-
 // --- Windows ---
 
 std::string CheckLogIn(Session& session) {
@@ -175,6 +142,45 @@ std::string CheckKind(Session& session) {
     return ::IsWindowVisible(session.Window()) ? "the window is visible" : "";
 }
 
+/// @param known whether the client knows the window already.
+/// @param commandMeanwhile that the client cannot answer.
+std::string CheckWindowReturns(Session& session, bool known, bool commandMeanwhile) {
+    if (known && !CheckAnswers(session).empty()) {
+        throw NotTested("the client does not answer");
+    }
+    session.RemoveAddInWindow();
+    if (commandMeanwhile) {
+        session.Send(CancelUnknown());
+        session.LetAnswersPass();
+    }
+    session.ReturnAddInWindow();
+    return CheckAnswers(session);
+}
+
+std::string CheckLaunch(Session& session) {
+    session.EndClient();
+    session.PressStart();
+    bool launched = session.AwaitLogInForm();
+    if (launched) {
+        session.PressStart(); // the client has no window yet, so the add-in launches it again
+        session.LogIn();
+        launched = session.Window() != nullptr;
+    }
+    if (!launched) {
+        return "the launch URI starts no client";
+    }
+    const std::string wrong = CheckAnswers(session);
+    session.windowsAfterSecondLaunch = Session::WindowsOfClass().size();
+    return wrong;
+}
+
+std::string CheckSecondLaunch(Session& session) {
+    if (!session.windowsAfterSecondLaunch) {
+        throw NotTested("the launch URI starts no client");
+    }
+    return *session.windowsAfterSecondLaunch == 1 ? "" : "the second URI made a second window";
+}
+
 // --- Answers ---
 
 std::string CheckSchedule(Session& session) {
@@ -193,11 +199,8 @@ std::string CheckSchedule(Session& session) {
 
 /// @param whole the answer to a command that came whole; this then sends the same command in segments.
 std::string ExpectBoth(Session& session, const Json::Value& whole, int number, int type) {
-    const std::string wrong = ExpectCode(whole, type, true);
-    if (wrong.empty()) {
-        session.Send(Unknown(number, 1500));
-    }
-    return wrong.empty() ? ExpectCode(session.NextAnswer(), type, false) : wrong;
+    const std::string wrong = Expect(whole, type, true);
+    return wrong.empty() ? Expect(session.Ask(Unknown(number, 1500)), type, false) : wrong;
 }
 
 std::string CheckModify(Session& session) {
@@ -211,16 +214,14 @@ std::string CheckCancel(Session& session) {
 }
 
 std::string CheckFailureCode(Session& session) {
-    session.Send(CancelUnknown());
-    return ExpectCode(session.NextAnswer(), 103, false);
+    return Expect(session.Ask(CancelUnknown()), 103, false);
 }
 
 std::string CheckNoAnswer(Session& session) {
     for (const int number : {0, 1, 2, 3}) {
         session.Send(Styled(Command(number)));
     }
-    session.Send(CancelUnknown());
-    return Expect(session.NextAnswer(), 103);
+    return Expect(session.Ask(CancelUnknown()), 103);
 }
 
 std::string CheckChange(Session& session) {
@@ -233,7 +234,7 @@ std::string CheckChange(Session& session) {
     } else if (!session.AskPerson("Change the subject of the meeting in the client.")) {
         throw NotTested("nobody changes a meeting in the client");
     }
-    const Json::Value change = session.NextChange();
+    const Json::Value change = session.Next("a notification of type 200", {200}, session.settings.limit);
     if (change.isNull()) {
         return "the client sent no 200";
     }
@@ -245,17 +246,12 @@ std::string CheckChange(Session& session) {
     return change["confOutlookId"] == ToUtf8(meeting.item->EntryId()) ? "" : "confOutlookId is not the entry id";
 }
 
-// --- Sizes and segments ---
-
-std::string CheckSize(Session& session, std::size_t bytes) {
-    return SendAnswered(session, Unknown(6, bytes));
-}
+// --- Segments ---
 
 std::string CheckCutInside(Session& session) {
     session.AskPerson("If the client asks, confirm two meetings without a change.");
     for (const auto& [subject, inside] : {std::pair{"会议 🎉", 1}, std::pair{"🎉 会议", 2}}) {
-        session.Send(ScheduleCutInside(subject, static_cast<std::size_t>(inside)));
-        const Json::Value answer = session.NextAnswer();
+        const Json::Value answer = session.Ask(ScheduleCutInside(subject, static_cast<std::size_t>(inside)));
         if (const std::string wrong = Expect(answer, 101); !wrong.empty()) {
             return wrong;
         }
@@ -273,14 +269,22 @@ std::string CheckInterleaved(Session& session) {
         session.SendEnvelope(first[i]);
         session.SendEnvelope(second[i]);
     }
-    const bool both = !session.NextAnswer().isNull() && !session.NextAnswer().isNull();
+    const bool both = !session.AnswerToSent().isNull() && !session.AnswerToSent().isNull();
     return both ? "" : "the client did not answer both";
 }
 
 std::string CheckHalf(Session& session) {
     session.SendEnvelope(wire::Split(Unknown(6, 3000), session.NextNumber()).front());
-    const std::string wrong = CheckServes(session);
-    return wrong.empty() ? CheckSize(session, 2000) : wrong;
+    const std::string wrong = CheckAnswers(session);
+    return wrong.empty() ? CheckAnswers(session, Unknown(6, 2000)) : wrong;
+}
+
+std::string CheckNoted(Session& session, const char* rule, std::size_t segmented) {
+    const auto found = session.violations.find(rule);
+    if (found == session.violations.end() && session.segmented < segmented) {
+        throw NotTested("too few messages came in segments");
+    }
+    return found == session.violations.end() ? "" : found->second;
 }
 
 std::string CheckSegmentedAnswer(Session& session) {
@@ -290,107 +294,52 @@ std::string CheckSegmentedAnswer(Session& session) {
         subject += "会";
     }
     for (int i = 0; i < 2; ++i) {
-        session.Send(Styled(Schedule(subject)));
-        if (const std::string wrong = Expect(session.NextAnswer(), 101); !wrong.empty()) {
+        if (const std::string wrong = Expect(session.Ask(Styled(Command(4, subject))), 101); !wrong.empty()) {
             return wrong;
         }
     }
-    const std::string wrong = NotedViolation(session, "answer-in-segments");
-    if (wrong.empty() && session.segmented < 2) {
-        throw NotTested("the longest answer has " + std::to_string(session.longest) + " bytes");
-    }
-    return wrong;
+    return CheckNoted(session, "answer-in-segments", 2);
 }
 
 // --- Mishaps ---
 
 std::string CheckGarbage(Session& session) {
     const std::string prefix(wire::kPrefix);
-    const std::uint64_t number = session.NextNumber();
-    session.SendEnvelope(0, nullptr, 0);
-    session.SendEnvelope(number, nullptr, 0);
+    const std::string end(wire::kEndMark);
     std::string noise;
     for (int i = 0; i < 500; ++i) {
         noise += static_cast<char>((i * 167 + 13) % 251 + 1);
     }
-    session.SendEnvelope(0, noise.data(), noise.size()); // without a NUL
-    session.SendEnvelope(number, noise.data(), noise.size());
-    for (const std::string& text :
-         {std::string(), prefix, prefix + noise + std::string(wire::kEndMark), prefix + std::string(wire::kEndMark)}) {
-        session.SendEnvelope({static_cast<std::uint32_t>(number), text});
-    }
-    for (const std::string& text :
-         {std::string("[]"), std::string("null"), std::string("{}"), std::string("{\"cmd\":4"),
-          std::string("{\"cmd\":\"4\",\"subject\":7}"), std::string("{\"cmd\":99}"), std::string(1023, '['),
-          std::string("{\"cmd\":1e99}"), std::string("{\"cmd\":6,\"confId\":{},\"startTime\":[]}\0{", 38)}) {
-        session.SendEnvelope({0, text});
+    for (const std::uint32_t number : {0U, session.NextNumber()}) {
+        session.SendEnvelope(number, nullptr, 0);
+        session.SendEnvelope(number, noise.data(), noise.size()); // without a NUL
+        for (const std::string& text :
+             {std::string(), prefix, prefix + noise + end, prefix + end, std::string("[]"), std::string("null"),
+              std::string("{}"), std::string("{\"cmd\":4"), std::string("{\"cmd\":\"4\",\"subject\":7}"),
+              std::string("{\"cmd\":99}"), std::string("{\"cmd\":1e99}"), std::string(1023, '['),
+              std::string("{\"cmd\":6,\"confId\":{},\"startTime\":[]}\0{", 38)}) {
+            session.SendEnvelope({number, text});
+        }
     }
     session.Send(noise + noise + noise);
-    workbench::PumpFor(200); // answers to any of these are no answers to the next command
-    session.ForgetAnswers();
-    return CheckServes(session);
+    session.LetAnswersPass(); // they are no answers to the next command
+    return CheckAnswers(session);
 }
 
 std::string CheckBurst(Session& session) {
-    Tap::Forward(false); // the answers would wait in the add-in for several seconds
+    tap::Forward(false); // the answers would wait in the add-in for several seconds
     for (int i = 0; i < kBurst; ++i) {
         session.Send(CancelUnknown());
     }
     int answers = 0;
-    while (answers < kBurst && !session.NextAnswer().isNull()) {
+    while (answers < kBurst && !session.AnswerToSent().isNull()) {
         ++answers;
     }
-    Tap::Forward(true);
+    tap::Forward(true);
     return answers == kBurst ? "" : "the client answered " + std::to_string(answers) + " of 200 commands";
 }
 
-/// @param answersBefore so that the client knows the old window.
-/// @param commandMeanwhile that the client cannot answer.
-std::string CheckWindowReturns(Session& session, bool answersBefore, bool commandMeanwhile) {
-    if (answersBefore && !CheckServes(session).empty()) {
-        throw NotTested("the client does not answer");
-    }
-    session.RemoveAddInWindow();
-    if (commandMeanwhile) {
-        session.Send(CancelUnknown());
-        workbench::PumpFor(200);
-    }
-    session.ReturnAddInWindow();
-    return CheckServes(session);
-}
-
-std::string CheckLaunch(Session& session) {
-    session.EndClient();
-    session.PressStart();
-    if (!session.AwaitLogInForm()) {
-        return "the launch URI starts no client";
-    }
-    session.PressStart(); // the client has no window yet, so the add-in launches it again
-    session.LogIn();
-    if (!session.Window()) {
-        return "the launch URI starts no client";
-    }
-    const std::string wrong = CheckServes(session);
-    session.windowsAfterSecondLaunch = Session::WindowsOfClass().size();
-    return wrong;
-}
-
-std::string CheckSecondLaunch(Session& session) {
-    if (!session.windowsAfterSecondLaunch) {
-        throw NotTested("the launch URI starts no client");
-    }
-    return *session.windowsAfterSecondLaunch == 1 ? "" : "the second URI made a second window";
-}
-
-// --- What was noticed by the way ---
-
-std::string CheckNoted(Session& session, const char* rule, std::size_t segmented) {
-    const std::string wrong = NotedViolation(session, rule);
-    if (wrong.empty() && session.segmented < segmented) {
-        throw NotTested("too few messages came in segments");
-    }
-    return wrong;
-}
+// --- Members of the notifications ---
 
 struct MemberRule {
     std::vector<const char*> names;
@@ -417,7 +366,12 @@ std::string CheckMember(Session& session, const MemberRule& rule) {
 }
 
 Rule Sized(const char* id, const char* sentence, std::size_t bytes) {
-    return {id, sentence, Needs::Client, [bytes](Session& session) { return CheckSize(session, bytes); }};
+    return {id, sentence, Needs::Client, [=](Session& session) { return CheckAnswers(session, Unknown(6, bytes)); }};
+}
+
+Rule Returning(const char* id, const char* sentence, bool known, bool commandMeanwhile) {
+    return {id, sentence, Needs::Client,
+            [=](Session& session) { return CheckWindowReturns(session, known, commandMeanwhile); }};
 }
 
 Rule Noted(const char* id, const char* sentence, std::size_t segmented = 0) {
@@ -459,10 +413,8 @@ const std::vector<Rule>& Rules() {
         {"answer-in-segments", "From 1024 bytes on it is sent in segments.", Needs::Client, CheckSegmentedAnswer},
         {"garbage", "Any program on the same desktop and at the same integrity level can send.", Needs::Client,
          CheckGarbage},
-        {"new-window", "Look the window up again when the handle is no longer valid.", Needs::Client,
-         [](Session& session) { return CheckWindowReturns(session, true, false); }},
-        {"vanished-window", "The client must not end when the add-in's window is missing.", Needs::Client,
-         [](Session& session) { return CheckWindowReturns(session, false, true); }},
+        Returning("new-window", "Look the window up again when the handle is no longer valid.", true, false),
+        Returning("vanished-window", "The client must not end when the add-in's window is missing.", false, true),
         {"burst", "The client must not lose a command that arrives while it works on others.", Needs::Client,
          CheckBurst},
         {"launch", "The client registers the scheme `quorvex`.", Needs::Nothing, CheckLaunch},

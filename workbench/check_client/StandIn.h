@@ -13,10 +13,7 @@ public:
     StandIn(const StandIn&) = delete;
     StandIn& operator=(const StandIn&) = delete;
 
-    const Settings& ForCheck() const { return settings_; }
-
-private:
-    Settings settings_;
+    Settings settings; ///< for the check
 };
 
 } // namespace check_client

@@ -27,13 +27,15 @@ public:
     }
 
     /// Runs the first action if it is due. Only one, so that the caller can look at its messages in between.
-    void RunDue() {
+    /// @return whether there was one.
+    bool RunDue() {
         if (entries_.empty() || entries_.begin()->first > Clock::now()) {
-            return;
+            return false;
         }
         const auto action = std::move(entries_.begin()->second);
         entries_.erase(entries_.begin());
         action();
+        return true;
     }
 
 private:

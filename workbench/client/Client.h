@@ -60,6 +60,7 @@ private:
     std::string DoDieMidway(Arguments arguments);
     std::string DoHide(Arguments arguments);
     std::string DoShow(Arguments arguments);
+    std::string DoSettle(Arguments arguments);
     std::string DoStatus(Arguments arguments);
     std::string DoQuit(Arguments arguments);
 

@@ -33,6 +33,7 @@ constexpr char kOrders[] =
   die-midway BYTES COUNT      "torn", then "die"
   hide, show                  channel window away, and there again
   status                      write the counters to the transcript
+  settle                      send the answers that are due before this order is done
   quit                        end in an orderly way
 
 Transcript: one JSON object a line, UTF-8, written through at once:

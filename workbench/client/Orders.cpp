@@ -43,6 +43,7 @@ const std::map<std::string, Client::Handler, std::less<>>& Client::Handlers() {
         {"answer", &Client::DoAnswer}, {"delay", &Client::DoDelay},   {"hang", &Client::DoHang},
         {"die", &Client::DoDie},       {"hide", &Client::DoHide},     {"die-midway", &Client::DoDieMidway},
         {"show", &Client::DoShow},     {"status", &Client::DoStatus}, {"quit", &Client::DoQuit},
+        {"settle", &Client::DoSettle},
     };
     return handlers;
 }
@@ -209,6 +210,12 @@ std::string Client::DoStatus(Arguments) {
                      std::to_string(link_.MessagesIn()) + ", messages out " + std::to_string(link_.MessagesOut()) +
                      ", unfinished " + std::to_string(link_.Unfinished()) + ", meetings " +
                      std::to_string(meetings_.All().size()) + (link_.IsShown() ? ", window shown" : ", window hidden"));
+    return kDone;
+}
+
+std::string Client::DoSettle(Arguments) {
+    while (agenda_.RunDue()) {
+    }
     return kDone;
 }
 

@@ -34,7 +34,7 @@ std::string OneLine(const std::string& text) {
 
 /// @param fault of the client that the checker starts; empty for none.
 std::vector<Finding> Check(const check_client::StandIn& client, const std::string& fault = {}) {
-    check_client::Settings settings = client.ForCheck();
+    check_client::Settings settings = client.settings;
     if (!fault.empty()) {
         settings.arguments.insert(settings.arguments.end(), {L"--fault", ToWide(fault)});
     }
