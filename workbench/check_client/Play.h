@@ -1,18 +1,14 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "workbench/check_client/Checker.h"
 
-#include <string>
-#include <vector>
+#include <CLI/CLI.hpp>
 
 namespace check_client {
 
 struct Options {
-    std::string logIn;  ///< command; empty: a person logs in
-    std::string change; ///< command; empty: a person changes a meeting
-    std::string json;   ///< file of the report; empty for none
-    unsigned limit = 60;
-    unsigned quiet = 15;
+    Settings settings;
+    std::string json; ///< file of the report; empty for none
     bool standIn = false;
     std::vector<std::string> client; ///< the program and its arguments; with `standIn` arguments only
 };

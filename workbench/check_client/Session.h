@@ -8,7 +8,6 @@
 
 #include <json/value.h>
 
-#include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -20,6 +19,12 @@ namespace check_client {
 
 /// Thrown by a check whose rule cannot be tested here.
 class NotTested : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Thrown by a check whose rule the client breaks.
+class Broken : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
@@ -54,13 +59,16 @@ public:
     // --- The add-in ---
     void RemoveAddInWindow();
     void ReturnAddInWindow();
-    void PressStart();
+    /// @return false when there is no such button.
+    bool PressStart();
 
     // --- Messages to the client, as the add-in would send them ---
     void Send(std::string_view message);
     /// @return whether the client took it.
     bool SendEnvelope(std::uint64_t number, const char* bytes, std::size_t size);
-    bool SendEnvelope(const wire::Envelope& envelope);
+    bool SendEnvelope(const wire::Envelope& envelope) {
+        return SendEnvelope(envelope.number, envelope.text.c_str(), envelope.text.size() + 1);
+    }
     std::uint32_t NextNumber() { return ++number_; }
 
     // --- Messages from the client ---
@@ -80,9 +88,9 @@ public:
 
     // --- What was noticed by the way ---
     std::vector<Json::Value> notifications;
-    std::size_t segmented = 0; ///< notifications that came in segments
-    /// Violations, by the id of the rule.
-    std::map<std::string, std::string> violations;
+    std::size_t segmented = 0;       ///< notifications that came in segments
+    std::vector<std::string> faults; ///< of the client on the wire, in words
+    bool named = true;               ///< the client's window has the right name, as far as is known
     std::optional<std::size_t> windowsAfterSecondLaunch;
 
 private:
@@ -104,18 +112,11 @@ private:
 /// The type of a notification, also of one that is given as a text; 0 without one.
 int NumberOf(const Json::Value& value);
 
-enum class Needs {
-    Nothing,
-    Client,  ///< that runs; it is started anew after a failure
-    Messages ///< that the client has sent before
-};
-
 struct Rule {
     const char* id;
-    const char* sentence; ///< of the page; a table row of the page is a sentence too, or its beginning
-    Needs needs;
-    /// Says what is wrong; empty when nothing is. @throws NotTested.
-    std::function<std::string(Session&)> check;
+    const char* sentence;                ///< of the page; a table row of the page is a sentence too, or its beginning
+    bool needsClient;                    ///< one that runs; it is started anew after a failure
+    std::function<void(Session&)> check; ///< @throws Broken, NotTested
 };
 
 /// In the order in which they are checked.

@@ -1,4 +1,4 @@
-#include "workbench/check_client/StandIn.h"
+#include "workbench/check_client/Checker.h"
 
 #include "workbench/client/ClientProcess.h"
 #include "workbench/client/Control.h"
@@ -25,28 +25,29 @@ DWORD Run(const std::wstring& program, const std::vector<std::wstring>& argument
 
 } // namespace
 
-StandIn::StandIn(std::vector<std::wstring> arguments, std::chrono::milliseconds limit) {
+Settings ForStandIn(std::vector<std::wstring> arguments, std::chrono::milliseconds limit) {
     arguments.insert(arguments.end(),
                      {L"--hidden", L"--max-seconds", L"600", L"--parent", std::to_wstring(::GetCurrentProcessId())});
-    settings.limit = limit;
+    Settings settings;
     settings.program = meeting_client::ClientProcess::FindProgram();
     settings.arguments = arguments;
     settings.logIn = [limit] { Order("show", limit); };
     settings.awaitLogInForm = [limit] { return Order("settle", limit); }; // it takes orders once it runs
     settings.settle = [] { Order("settle"); };
     settings.change = [](const std::string& confId) { Order("change " + confId + " {\"subject\":\"Changed\"}"); };
+    settings.limit = limit;
     arguments.emplace_back(L"--register-uri");
     if (Run(settings.program, arguments) != 0) {
         throw std::runtime_error("the stand-in client refuses its options");
     }
-}
-
-StandIn::~StandIn() {
-    try {
-        Run(settings.program, {L"--unregister-uri"});
-    } catch (const std::exception&) {
-        // The entry stays until the next registration.
-    }
+    settings.registration = std::shared_ptr<void>(nullptr, [program = settings.program](void*) {
+        try {
+            Run(program, {L"--unregister-uri"});
+        } catch (const std::exception&) {
+            // The entry stays until the next registration.
+        }
+    });
+    return settings;
 }
 
 } // namespace check_client
