@@ -1,3 +1,4 @@
+#include "workbench/check_client/Play.h"
 #include "workbench/demo/Play.h"
 #include "workbench/interactive/Play.h"
 #include "workbench/process/CommandLine.h"
@@ -20,13 +21,18 @@ int main() {
     app.require_subcommand(1);
     demo::Options demoOptions;
     interactive::Options interactiveOptions;
+    check_client::Options checkOptions;
     CLI::App* demoCommand = app.add_subcommand("demo");
+    CLI::App* interactiveCommand = app.add_subcommand("interactive");
     demo::Describe(*demoCommand, demoOptions);
-    interactive::Describe(*app.add_subcommand("interactive"), interactiveOptions);
+    interactive::Describe(*interactiveCommand, interactiveOptions);
+    check_client::Describe(*app.add_subcommand("check-client"), checkOptions);
     try {
         app.parse(process::ParserArguments());
         ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-        const int code = demoCommand->parsed() ? demo::Play(demoOptions) : interactive::Play(interactiveOptions);
+        const int code = demoCommand->parsed()          ? demo::Play(demoOptions)
+                         : interactiveCommand->parsed() ? interactive::Play(interactiveOptions)
+                                                        : check_client::Play(checkOptions);
         ::CoUninitialize();
         return code;
     } catch (const CLI::ParseError& error) {

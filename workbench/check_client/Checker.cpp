@@ -1,6 +1,6 @@
 #include "workbench/check_client/Checker.h"
 
-#include "workbench/check_client/Rules.h"
+#include "workbench/check_client/Session.h"
 
 #include <fmt/format.h>
 #include <json/writer.h>
@@ -20,58 +20,37 @@ std::string Line(const Finding& finding) {
 Finding Judge(const Rule& rule, Session& session) {
     Finding finding{rule.id, rule.sentence, Verdict::Pass, {}};
     try {
-        if (rule.needs == Needs::Client && !session.EnsureClient()) {
+        if (!session.named) {
+            throw NotTested("there is no window of the right name");
+        }
+        if (rule.needsClient && !session.EnsureClient()) {
             throw NotTested("the client's window is not there");
         }
-        if (rule.needs == Needs::Messages && session.notifications.empty()) {
-            throw NotTested("the client sent no notification");
-        }
         session.ForgetAnswers();
-        finding.remark = rule.check(session);
-        finding.verdict = finding.remark.empty() ? Verdict::Pass : Verdict::Fail;
+        rule.check(session);
+    } catch (const Broken& what) {
+        finding.verdict = Verdict::Fail;
+        finding.remark = what.what();
+        if (rule.needsClient) {
+            session.DistrustClient();
+        }
     } catch (const NotTested& reason) {
         finding.verdict = Verdict::NotTested;
         finding.remark = reason.what();
-    }
-    if (finding.verdict == Verdict::Fail && rule.needs == Needs::Client) {
-        session.DistrustClient();
     }
     return finding;
 }
 
 } // namespace
 
-std::vector<Finding> AllRules() {
-    std::vector<Finding> all;
-    for (const Rule& rule : Rules()) {
-        all.push_back({rule.id, rule.sentence, Verdict::NotTested, {}});
-    }
-    return all;
-}
-
 std::vector<Finding> CheckClient(const Settings& settings) {
     Session session(settings);
-    std::vector<Finding> findings = AllRules();
-    bool named = true;
-    for (std::size_t i = 0; i < findings.size(); ++i) {
-        Finding& finding = findings[i];
-        finding.remark = "there is no window of the right name";
-        if (named) {
-            finding = Judge(Rules()[i], session);
-            named = finding.rule != "window-name" || finding.verdict == Verdict::Pass;
-        }
-        settings.tell(Line(finding));
+    std::vector<Finding> findings;
+    for (const Rule& rule : Rules()) {
+        findings.push_back(Judge(rule, session));
+        settings.tell(Line(findings.back()));
     }
     return findings;
-}
-
-std::string ToText(const std::vector<Finding>& findings) {
-    std::size_t counts[3] = {};
-    for (const Finding& finding : findings) {
-        ++counts[static_cast<std::size_t>(finding.verdict)];
-    }
-    return fmt::format("{} rules: {} passed, {} failed, {} not tested\n", findings.size(), counts[0], counts[1],
-                       counts[2]);
 }
 
 std::string ToJson(const std::vector<Finding>& findings) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,13 +18,21 @@ struct Settings {
     /// Returns when a client that was just started would show a window too early if it had that mistake. Empty: the
     /// checker waits for `quiet`. @return false when no client has started.
     std::function<bool()> awaitLogInForm;
+    /// Returns when the client has sent its answers to all that it has received. Empty: the checker waits for them.
+    std::function<void()> settle;
     /// Changes the meeting in the client, as its user does.
     std::function<void(const std::string& confId)> change;
-    std::chrono::milliseconds limit{10'000}; ///< for an answer, a start, or a person
+    std::chrono::milliseconds limit{60'000}; ///< for an answer, a start, or a person
     std::chrono::milliseconds quiet{15'000};
+    std::shared_ptr<void> registration; ///< of the launch URI, when the checker has made it; the last owner ends it
     /// Shows one line at once: a result, a request to the person, or what is being waited for.
     std::function<void(const std::string& line)> tell = [](const std::string&) {};
 };
+
+/// The settings for the stand-in client, to try the checker. While they exist the launch URI starts that client, so
+/// there can be one of them at a time. @param arguments for the client besides those that it needs here.
+/// @throws std::runtime_error.
+Settings ForStandIn(std::vector<std::wstring> arguments, std::chrono::milliseconds limit);
 
 enum class Verdict { Pass, Fail, NotTested };
 
@@ -34,15 +43,11 @@ struct Finding {
     std::string remark; ///< why not passed
 };
 
-/// The sentences of all rules, by their ids. They stand in docs/protocol.md in this wording; lines may break elsewhere.
-std::vector<Finding> AllRules();
-
 /// Checks all rules. COM must be initialised, single-threaded, on the calling thread, which plays Outlook's main
 /// thread.
 /// @throws std::runtime_error when nothing can be checked, such as while another client runs.
 std::vector<Finding> CheckClient(const Settings& settings);
 
-std::string ToText(const std::vector<Finding>& findings);
 std::string ToJson(const std::vector<Finding>& findings);
 
 } // namespace check_client

@@ -1,11 +1,13 @@
 #include "workbench/check_client/Session.h"
 
+#include "workbench/check_client/Tap.h"
 #include "workbench/client/Meetings.h"
 #include "workbench/host/Pump.h"
 #include "workbench/wire/Window.h"
 
-#include "resources/Connect.h"
-#include "tests/fakes/AddInModule.h"
+#include "support/Text.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -15,47 +17,13 @@ namespace {
 
 constexpr UINT kSendLimit = 3000;  // ms, as the add-in waits
 constexpr unsigned kSlice = 1000;  // ms between two lines about a wait
+constexpr unsigned kSettled = 200; // ms in which a client answers what needs no person
 constexpr DWORD kDying = 300;      // ms after which a process that crashed is known to have ended
 constexpr DWORD kKillLimit = 5000; // ms
 constexpr int kCloseBox = 2;       // closes each dialog of the add-in
-constexpr std::size_t kDialogs = 4096;
-
-// The joiner's words for a mistake, and the rule that forbids it.
-constexpr struct {
-    std::string_view words;
-    const char* rule;
-} kWireRules[] = {
-    {"no bytes", "carried-text"},
-    {"not NUL-terminated", "carried-text"},
-    {"empty text", "carried-text"},
-    {"cbData is not the length + 1", "length"},
-    {"number beyond 32 bits", "number"},
-    {"whole message too long", "answer-in-segments"},
-    {"segment without its prefix", "prefix"},
-    {"segment of a wrong size", "body-size"},
-    {"last segment of a wrong size", "last-body-size"},
-    {"last segment without a first one", "own-numbers"},
-};
-
-workbench::HostOptions DrawnRibbon() {
-    workbench::HostOptions options;
-    options.habits.drawRibbon = true; // the checker clicks what is drawn
-    return options;
-}
-
-bool IsUtf8(const std::string& text) {
-    return ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()), nullptr,
-                                 0) != 0;
-}
-
-DWORD IdOfProcess(HWND window) {
-    DWORD id = 0;
-    ::GetWindowThreadProcessId(window, &id);
-    return id;
-}
 
 UniqueHandle OpenProcessOf(HWND window) {
-    return UniqueHandle(::OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, IdOfProcess(window)));
+    return UniqueHandle(::OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, wire::ProcessOf(window)));
 }
 
 } // namespace
@@ -64,16 +32,17 @@ int NumberOf(const Json::Value& value) {
     return value.isInt() ? value.asInt() : value.isString() ? std::atoi(value.asCString()) : 0;
 }
 
-Session::Session(const Settings& given) : settings(given), outlook(DrawnRibbon()) {
+Session::Session(const Settings& given) : settings(given) {
     const HWND addin = wire::Find(wire::kAddinWindow); // one of this process is left of an earlier check
-    if (!WindowsOfClass().empty() || (addin && IdOfProcess(addin) != ::GetCurrentProcessId())) {
+    if (!WindowsOfClass().empty() || (addin && wire::ProcessOf(addin) != ::GetCurrentProcessId())) {
         throw std::runtime_error("a meeting client or Outlook runs already; end it first");
     }
-    Tap::Take();
-    outlook.AddStore(L"kim@example.org");
-    explorer_ = outlook.OpenExplorer();
-    responder_ = std::make_unique<workbench::DialogResponder>(std::vector<int>(kDialogs, kCloseBox));
-    LoadAddIn();
+    tap::Take();
+    workbench::HostOptions options;
+    options.habits.drawRibbon = true; // the checker clicks what is drawn
+    outlook_.Connect(options);
+    outlook_.AnswerDialogs([] { return kCloseBox; });
+    ListenAtAddIn();
 }
 
 Session::~Session() {
@@ -81,11 +50,10 @@ Session::~Session() {
         if (!settings.program.empty()) {
             EndClient();
         }
-        tap_.Close();
-        outlook.Shutdown();
     } catch (...) {
         // The rest ends with this process.
     }
+    tap::Close();
 }
 
 // --- The client ---
@@ -95,15 +63,7 @@ HWND Session::Window() const noexcept {
 }
 
 std::vector<HWND> Session::WindowsOfClass() {
-    std::vector<HWND> windows;
-    for (const HWND parent : {HWND_MESSAGE, HWND(nullptr)}) {
-        for (HWND next = nullptr; (next = ::FindWindowExW(parent, next, wire::kClientWindow, nullptr)) != nullptr;) {
-            if (std::ranges::find(windows, next) == windows.end()) { // the second search may find both kinds
-                windows.push_back(next);
-            }
-        }
-    }
-    return windows;
+    return wire::FindAll(wire::kClientWindow, nullptr);
 }
 
 bool Session::AskPerson(const std::string& what) const {
@@ -116,9 +76,9 @@ bool Session::AskPerson(const std::string& what) const {
 void Session::StartClient() {
     if (settings.program.empty()) {
         AskPerson("Start the client now. Do not log in yet; log out if it has logged in by itself.");
-        return;
+    } else {
+        child_.emplace(settings.program, settings.arguments, process::Streams::Own);
     }
-    child_.emplace(settings.program, settings.arguments, process::Streams::Own);
 }
 
 void Session::EndClient() {
@@ -172,23 +132,15 @@ bool Session::EnsureClient() {
 
 // --- The add-in ---
 
-void Session::LoadAddIn() {
-    workbench::AddInHost& addIn = outlook.LoadAddIn(AddInModulePath(), CLSID_NembraMeeting);
-    if (addIn.LoadStatus() != S_OK || addIn.Connect() != S_OK) {
-        throw std::runtime_error("OutlookAddIn.dll could not be loaded; build it first");
-    }
-    ListenAtAddIn();
-}
-
 void Session::RemoveAddInWindow() {
-    tap_.RemoveWindow();
+    tap::RemoveWindow();
     if (!Await("the end of the add-in's window", [] { return !wire::Find(wire::kAddinWindow); })) {
         throw NotTested("the add-in's window stays");
     }
 }
 
 void Session::ReturnAddInWindow() {
-    tap_.LetWindowReturn();
+    tap::LetWindowReturn();
     ListenAtAddIn();
 }
 
@@ -196,26 +148,21 @@ void Session::ListenAtAddIn() {
     if (!Await("the add-in's window", [] { return wire::Find(wire::kAddinWindow) != nullptr; })) {
         throw std::runtime_error("the add-in has no window");
     }
-    tap_.Open(wire::Find(wire::kAddinWindow));
+    tap::Open(wire::Find(wire::kAddinWindow));
 }
 
-void Session::PressStart() {
-    explorer_->SwitchFolder(L"Inbox");
-    explorer_->Activate();
-    if (!explorer_->View()->Click(L"StartMeetingMail")) {
-        throw NotTested("the button is not on the ribbon");
-    }
+bool Session::PressStart() {
+    const workbench::ExplorerPtr explorer = Outlook().ActiveExplorer();
+    explorer->SwitchFolder(L"Inbox");
+    explorer->Activate();
+    return explorer->View()->Click(L"StartMeetingMail");
 }
 
 // --- Messages ---
 
-bool Session::Send(std::string_view message) {
+void Session::Send(std::string_view message) {
     const auto envelopes = wire::Split(message, NextNumber());
-    return std::ranges::all_of(envelopes, [&](const wire::Envelope& envelope) { return SendEnvelope(envelope); });
-}
-
-bool Session::SendEnvelope(const wire::Envelope& envelope) {
-    return SendEnvelope(envelope.number, envelope.text.c_str(), envelope.text.size() + 1);
+    std::ranges::all_of(envelopes, [&](const wire::Envelope& envelope) { return SendEnvelope(envelope); });
 }
 
 bool Session::SendEnvelope(std::uint64_t number, const char* bytes, std::size_t size) {
@@ -228,52 +175,44 @@ bool Session::SendEnvelope(std::uint64_t number, const char* bytes, std::size_t 
     if (error == ERROR_SUCCESS || ::WaitForSingleObject(client_.Get(), kDying) != WAIT_TIMEOUT) {
         return error == ERROR_SUCCESS;
     }
-    if (error == ERROR_ACCESS_DENIED) {
-        violations.emplace("same-level", "Windows denied access to the client's window");
-    } else {
-        violations.emplace("returns-in-time", "the procedure did not return within 3000 ms");
-    }
+    faults.push_back(error == ERROR_ACCESS_DENIED ? "Windows denied access to the client's window"
+                                                  : "the procedure did not return within 3000 ms");
     return false;
 }
 
 void Session::Read() {
-    for (const Arrival& arrival : Tap::Take()) {
+    for (const tap::Arrival& arrival : tap::Take()) {
         if (!arrival.ownWindow) {
-            violations.emplace("sender", "wParam was no window of the client");
+            faults.push_back("wParam was no window of the client");
         }
         const auto joined =
             joiner_.Take(arrival.number, arrival.null ? nullptr : arrival.bytes.data(), arrival.bytes.size());
-        for (const std::string& fault : joined.faults) {
-            for (const auto& [words, rule] : kWireRules) {
-                if (fault.starts_with(words)) {
-                    violations.emplace(rule, fault);
-                }
-            }
-        }
+        faults.insert(faults.end(), joined.faults.begin(), joined.faults.end());
         if (!joined.message.empty()) {
-            if (arrival.number != 0 && arrival.number == lastNumber_) {
-                violations.emplace("own-numbers", "two messages in a row have one number");
-            }
-            lastNumber_ = arrival.number != 0 ? arrival.number : lastNumber_;
-            segmented += arrival.number != 0 ? 1 : 0;
-            ReadMessage(joined.message);
+            ReadMessage(arrival.number, joined.message);
         }
     }
 }
 
-void Session::ReadMessage(const std::string& message) {
-    longest = std::max(longest, message.size());
+void Session::ReadMessage(std::uint64_t number, const std::string& message) {
+    if (number != 0) {
+        if (number == lastNumber_) {
+            faults.push_back("two messages in a row have one number");
+        }
+        lastNumber_ = number;
+        ++segmented;
+    }
     const auto notification = meeting_client::ParseObject(message);
-    if (!notification || !IsUtf8(message)) {
-        violations.emplace("json", "no JSON object in UTF-8: " + message.substr(0, 80));
+    if (!notification || ToUtf8(ToWide(message)) != message) {
+        faults.push_back("no JSON object in UTF-8: " + message.substr(0, 80));
     } else {
         notifications.push_back(*notification);
     }
 }
 
-Json::Value Session::Next(const char* what, const std::set<int>& types) {
+Json::Value Session::Next(const char* what, const std::set<int>& types, std::chrono::milliseconds limit) {
     Json::Value found;
-    Await(what, [&] {
+    const auto look = [&] {
         while (next_ < notifications.size() && found.isNull()) {
             const Json::Value& notification = notifications[next_++];
             if (types.contains(NumberOf(notification["notify"]))) {
@@ -281,16 +220,31 @@ Json::Value Session::Next(const char* what, const std::set<int>& types) {
             }
         }
         return !found.isNull();
-    });
+    };
+    Await(what, look, limit);
     return found;
 }
 
-Json::Value Session::NextAnswer() {
-    return Next("an answer", {101, 102, 103});
+Json::Value Session::AnswerToSent() {
+    if (!settings.settle) {
+        return NextAnswer();
+    }
+    settings.settle();
+    return Next("", {101, 102, 103}, std::chrono::milliseconds(0));
 }
 
-Json::Value Session::NextChange() {
-    return Next("a notification of type 200", {200});
+Json::Value Session::Ask(std::string_view message) {
+    Send(message);
+    return AnswerToSent();
+}
+
+void Session::LetAnswersPass() {
+    if (settings.settle) {
+        settings.settle();
+    } else {
+        workbench::PumpFor(kSettled);
+    }
+    ForgetAnswers();
 }
 
 void Session::ForgetAnswers() {
@@ -298,22 +252,21 @@ void Session::ForgetAnswers() {
     next_ = notifications.size();
 }
 
-bool Session::Await(const char* what, const std::function<bool()>& done) {
+bool Session::Await(const char* what, const std::function<bool()>& done, std::chrono::milliseconds limit) {
     const auto read = [&] {
         Read();
         return done();
     };
-    const ULONGLONG begin = ::GetTickCount64();
-    const auto limit = static_cast<ULONGLONG>(settings.limit.count());
-    for (ULONGLONG passed = 0; passed < limit; passed = ::GetTickCount64() - begin) {
-        if (workbench::PumpUntil(read, static_cast<unsigned>(std::min<ULONGLONG>(kSlice, limit - passed)))) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    for (auto left = limit; left.count() > 0;) {
+        if (workbench::PumpUntil(read, std::min(kSlice, static_cast<unsigned>(left.count())))) {
             return true;
         }
         if (client_ && ::WaitForSingleObject(client_.Get(), 0) == WAIT_OBJECT_0) {
             break;
         }
-        settings.tell("   waiting for " + std::string(what) + ", " + std::to_string((limit - passed) / 1000) +
-                      " s left");
+        left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        settings.tell(fmt::format("   waiting for {}, {} s left", what, std::max<long long>(left.count(), 0) / 1000));
     }
     return read();
 }

@@ -1,17 +1,13 @@
 #pragma once
 
 #include "workbench/check_client/Checker.h"
-#include "workbench/check_client/Tap.h"
 
-#include "workbench/host/DialogResponder.h"
-#include "workbench/host/OutlookHost.h"
 #include "workbench/process/ChildProcess.h"
+#include "workbench/verify/core/Session.h"
 #include "workbench/wire/Envelope.h"
 
 #include <json/value.h>
 
-#include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -27,6 +23,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Thrown by a check whose rule the client breaks.
+class Broken : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// Outlook with the add-in, the client, and the messages between them. Main thread.
 class Session {
 public:
@@ -36,7 +38,7 @@ public:
     Session& operator=(const Session&) = delete;
 
     const Settings& settings;
-    workbench::OutlookHost outlook;
+    workbench::OutlookHost& Outlook() const { return outlook_.Host(); }
 
     // --- The client ---
     HWND Window() const noexcept;
@@ -57,43 +59,47 @@ public:
     // --- The add-in ---
     void RemoveAddInWindow();
     void ReturnAddInWindow();
-    void PressStart();
+    /// @return false when there is no such button.
+    bool PressStart();
 
     // --- Messages to the client, as the add-in would send them ---
+    void Send(std::string_view message);
     /// @return whether the client took it.
-    bool Send(std::string_view message);
     bool SendEnvelope(std::uint64_t number, const char* bytes, std::size_t size);
-    bool SendEnvelope(const wire::Envelope& envelope);
+    bool SendEnvelope(const wire::Envelope& envelope) {
+        return SendEnvelope(envelope.number, envelope.text.c_str(), envelope.text.size() + 1);
+    }
     std::uint32_t NextNumber() { return ++number_; }
 
     // --- Messages from the client ---
-    /// The next answer to a command (101 to 103) after those taken already; null when none comes.
-    Json::Value NextAnswer();
-    /// The next notification of type 200.
-    Json::Value NextChange();
+    /// The next notification of these types after those taken already; null when none comes.
+    Json::Value Next(const char* what, const std::set<int>& types, std::chrono::milliseconds limit);
+    /// The next answer to a command of the add-in.
+    Json::Value NextAnswer() { return Next("an answer", {101, 102, 103}, settings.limit); }
+    /// The next answer to what was sent here.
+    Json::Value AnswerToSent();
+    Json::Value Ask(std::string_view message);
+    /// Waits until the client has sent the answers that it will send now, and forgets them.
+    void LetAnswersPass();
     void ForgetAnswers();
 
     /// Handles messages until `done`, the limit, or the end of the client.
-    bool Await(const char* what, const std::function<bool()>& done);
+    bool Await(const char* what, const std::function<bool()>& done) { return Await(what, done, settings.limit); }
 
     // --- What was noticed by the way ---
     std::vector<Json::Value> notifications;
-    std::size_t longest = 0;   ///< bytes of the longest notification
-    std::size_t segmented = 0; ///< notifications that came in segments
-    /// Violations, by the id of the rule.
-    std::map<std::string, std::string> violations;
+    std::size_t segmented = 0;       ///< notifications that came in segments
+    std::vector<std::string> faults; ///< of the client on the wire, in words
+    bool named = true;               ///< the client's window has the right name, as far as is known
     std::optional<std::size_t> windowsAfterSecondLaunch;
 
 private:
-    void LoadAddIn();
+    bool Await(const char* what, const std::function<bool()>& done, std::chrono::milliseconds limit);
     void ListenAtAddIn();
     void Read();
-    void ReadMessage(const std::string& message);
-    Json::Value Next(const char* what, const std::set<int>& types);
+    void ReadMessage(std::uint64_t number, const std::string& message);
 
-    workbench::ExplorerPtr explorer_;
-    std::unique_ptr<workbench::DialogResponder> responder_;
-    Tap tap_;
+    verify::Session outlook_;
     std::optional<process::ChildProcess> child_;
     UniqueHandle client_; // the process of the window
     bool trusted_ = true;
@@ -105,5 +111,15 @@ private:
 
 /// The type of a notification, also of one that is given as a text; 0 without one.
 int NumberOf(const Json::Value& value);
+
+struct Rule {
+    const char* id;
+    const char* sentence;                ///< of the page; a table row of the page is a sentence too, or its beginning
+    bool needsClient;                    ///< one that runs; it is started anew after a failure
+    std::function<void(Session&)> check; ///< @throws Broken, NotTested
+};
+
+/// In the order in which they are checked.
+const std::vector<Rule>& Rules();
 
 } // namespace check_client

@@ -1,4 +1,4 @@
-#include "workbench/check_client/StandIn.h"
+#include "workbench/check_client/Checker.h"
 
 #include "workbench/client/ClientProcess.h"
 #include "workbench/client/Control.h"
@@ -11,8 +11,8 @@
 namespace check_client {
 namespace {
 
-/// Waits for the client and has it carry an order out.
-bool Order(const std::string& order, std::chrono::milliseconds limit) {
+/// Has the client carry an order out, when it takes orders within the limit.
+bool Order(const std::string& order, std::chrono::milliseconds limit = {}) {
     HWND control = nullptr;
     const auto found = [&] { return (control = wire::Find(meeting_client::kControlWindow)) != nullptr; };
     return workbench::PumpUntil(found, static_cast<unsigned>(limit.count())) &&
@@ -25,32 +25,29 @@ DWORD Run(const std::wstring& program, const std::vector<std::wstring>& argument
 
 } // namespace
 
-StandIn::StandIn(std::vector<std::wstring> arguments, std::chrono::milliseconds limit) {
-    settings_.limit = limit;
-    settings_.program = meeting_client::ClientProcess::FindProgram();
-    settings_.arguments = std::move(arguments);
-    for (const wchar_t* needed : {L"--hidden", L"--login-after", L"manual", L"--max-seconds", L"600", L"--parent"}) {
-        settings_.arguments.emplace_back(needed);
-    }
-    settings_.arguments.push_back(std::to_wstring(::GetCurrentProcessId()));
-    settings_.logIn = [this] { Order("show", settings_.limit); };
-    settings_.awaitLogInForm = [this] { return Order("status", settings_.limit); }; // it takes orders once it runs
-    settings_.change = [this](const std::string& confId) {
-        Order("change " + confId + " {\"subject\":\"Changed\"}", settings_.limit);
-    };
-    std::vector<std::wstring> registration = settings_.arguments;
-    registration.emplace_back(L"--register-uri");
-    if (Run(settings_.program, registration) != 0) {
+Settings ForStandIn(std::vector<std::wstring> arguments, std::chrono::milliseconds limit) {
+    arguments.insert(arguments.end(),
+                     {L"--hidden", L"--max-seconds", L"600", L"--parent", std::to_wstring(::GetCurrentProcessId())});
+    Settings settings;
+    settings.program = meeting_client::ClientProcess::FindProgram();
+    settings.arguments = arguments;
+    settings.logIn = [limit] { Order("show", limit); };
+    settings.awaitLogInForm = [limit] { return Order("settle", limit); }; // it takes orders once it runs
+    settings.settle = [] { Order("settle"); };
+    settings.change = [](const std::string& confId) { Order("change " + confId + " {\"subject\":\"Changed\"}"); };
+    settings.limit = limit;
+    arguments.emplace_back(L"--register-uri");
+    if (Run(settings.program, arguments) != 0) {
         throw std::runtime_error("the stand-in client refuses its options");
     }
-}
-
-StandIn::~StandIn() {
-    try {
-        Run(settings_.program, {L"--unregister-uri"});
-    } catch (const std::exception&) {
-        // The entry stays until the next registration.
-    }
+    settings.registration = std::shared_ptr<void>(nullptr, [program = settings.program](void*) {
+        try {
+            Run(program, {L"--unregister-uri"});
+        } catch (const std::exception&) {
+            // The entry stays until the next registration.
+        }
+    });
+    return settings;
 }
 
 } // namespace check_client

@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
-namespace check_client {
+/// Sees what reaches the add-in's window before the add-in does, and can keep the add-in from making a new window. The
+/// add-in runs in this process. One window at a time.
+namespace check_client::tap {
 
 /// One WM_COPYDATA as it reached the add-in's window.
 struct Arrival {
@@ -16,33 +18,16 @@ struct Arrival {
     bool ownWindow = false; ///< wParam was a window of the client's process
 };
 
-/// Sees what reaches the add-in's window before the add-in does, and can keep the add-in from making a new window. The
-/// add-in runs in this process. One object at a time.
-class Tap {
-public:
-    Tap() = default;
-    ~Tap() { Close(); }
-    Tap(const Tap&) = delete;
-    Tap& operator=(const Tap&) = delete;
+void Open(HWND addin);
+void Close() noexcept;
+/// All arrivals since the last call.
+std::vector<Arrival> Take();
 
-    void Open(HWND addin);
-    void Close() noexcept;
-    /// All arrivals since the last call.
-    static std::vector<Arrival> Take();
+/// Whether messages go on to the add-in. It takes up to 50 a second and keeps the others.
+void Forward(bool forward) noexcept;
 
-    /// Whether messages go on to the add-in. It takes up to 50 a second and keeps the others.
-    static void Forward(bool forward) noexcept;
+/// Destroys the window. Its thread makes no other one until `LetWindowReturn`.
+void RemoveWindow();
+void LetWindowReturn() noexcept;
 
-    /// Destroys the window. Its thread makes no other one until `LetWindowReturn`.
-    void RemoveWindow();
-    void LetWindowReturn() noexcept;
-
-private:
-    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
-    static LRESULT CALLBACK HoldCreation(int code, WPARAM wParam, LPARAM lParam) noexcept;
-
-    HWND addin_ = nullptr;
-    HHOOK hold_ = nullptr;
-};
-
-} // namespace check_client
+} // namespace check_client::tap

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <map>
-#include <optional>
 #include <utility>
 
 namespace meeting_client {
@@ -17,23 +17,23 @@ public:
         entries_.emplace(Clock::now() + delay, std::move(action));
     }
 
-    /// Time until the next action, rounded up to whole milliseconds; 0 when one is due.
-    std::optional<std::chrono::milliseconds> UntilNext() const {
-        if (entries_.empty()) {
-            return std::nullopt;
-        }
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(entries_.begin()->first - Clock::now());
-        return left.count() > 0 ? left : std::chrono::milliseconds(0);
+    /// Time until the next action, rounded up to whole milliseconds; 0 when one is due, a second when there is none.
+    std::chrono::milliseconds UntilNext() const {
+        const Clock::time_point now = Clock::now();
+        const auto next = entries_.empty() ? now + std::chrono::seconds(1) : entries_.begin()->first;
+        return std::chrono::ceil<std::chrono::milliseconds>(std::max(next - now, Clock::duration::zero()));
     }
 
     /// Runs the first action if it is due. Only one, so that the caller can look at its messages in between.
-    void RunDue() {
+    /// @return whether there was one.
+    bool RunDue() {
         if (entries_.empty() || entries_.begin()->first > Clock::now()) {
-            return;
+            return false;
         }
         const auto action = std::move(entries_.begin()->second);
         entries_.erase(entries_.begin());
         action();
+        return true;
     }
 
 private:

@@ -26,22 +26,12 @@ Client::Client(const Options& options, Transcript& transcript)
 }
 
 int Client::Run() {
-    std::optional<wire::Window> orders(std::in_place, L"NbmWorkbenchClientMain",
-                                       [this](HWND, const COPYDATASTRUCT& data) {
-                                           return Execute(OrderIn(data)) == "ok" ? kOrderDone : kOrderRefused;
-                                       });
-    // On a thread of its own, so that a client that hangs can still be told to die.
-    const HWND own = orders->Get();
-    const wire::WindowThread control(kControlWindow, [this, own](HWND sender, const COPYDATASTRUCT& data) {
-        if (OrderIn(data) == "die") {
-            Execute("die");
-        }
-        return ::SendMessageW(own, WM_COPYDATA, reinterpret_cast<WPARAM>(sender), reinterpret_cast<LPARAM>(&data));
+    const wire::Window orders(kControlWindow, [this](HWND, const COPYDATASTRUCT& data) {
+        return Execute(OrderIn(data)) == "ok" ? kOrderDone : kOrderRefused;
     });
     Begin();
     Loop();
     link_.Hide();
-    orders.reset(); // before the control window's thread is waited for: it may be sending an order here
     transcript_.Note("ends with code " + std::to_string(exitCode_));
     return exitCode_;
 }
@@ -55,15 +45,15 @@ void Client::Begin() {
         }
     }
     ShowPanel(nullptr);
-    if (options_.hidden && !Makes(Fault::EarlyWindow)) {
+    if (options_.hidden && !Makes("early-window")) {
         return;
     }
     if (options_.launchUri.empty()) {
         if (!link_.Show()) {
             throw std::runtime_error("cannot make the channel window");
         }
-    } else if (options_.loginAfter) {
-        agenda_.After(*options_.loginAfter, [this] { Execute("show"); });
+    } else {
+        agenda_.After(std::chrono::milliseconds(options_.loginAfter), [this] { Execute("show"); });
     }
 }
 
@@ -77,7 +67,7 @@ void Client::Loop() {
     const HANDLE handle = parent.Get();
     agenda_.After(std::chrono::seconds(options_.longest), [this] { End(kTimeRanOut); });
     while (!ended_) {
-        const auto wait = agenda_.UntilNext().value_or(std::chrono::milliseconds(1000));
+        const auto wait = agenda_.UntilNext();
         const DWORD woke = ::MsgWaitForMultipleObjectsEx(parent ? 1 : 0, &handle, static_cast<DWORD>(wait.count()),
                                                          QS_ALLINPUT, MWMO_INPUTAVAILABLE);
         if (parent && woke == WAIT_OBJECT_0) {
@@ -108,8 +98,8 @@ void Client::OnMessage(const std::string& message) {
     const auto command = ParseObject(message);
     if (!command) {
         transcript_.Fault("the message is no JSON object");
-        if (Makes(Fault::DiesOnGarbage)) {
-            Execute("die");
+        if (Makes("dies-on-garbage")) {
+            Die();
         }
         return;
     }

@@ -29,7 +29,7 @@ private:
         std::string text;
     };
     using Arguments = std::string_view;
-    using Handler = std::string (Client::*)(Arguments);
+    using Handler = std::string (*)(Client& client, Arguments arguments);
 
     void Begin();
     void Loop();
@@ -45,23 +45,14 @@ private:
     // Orders (Orders.cpp). Each gives "ok" or why not.
     /// Carries an order out and records it.
     std::string Execute(const std::string& order);
-    static const std::map<std::string, Handler, std::less<>>& Handlers();
-    std::string CarryOut(std::string_view order);
-    std::string DoNotify(Arguments arguments);
-    std::string DoSend(Arguments arguments);
-    std::string DoBulk(Arguments arguments);
-    std::string DoChange(Arguments arguments);
-    std::string DoRaw(Arguments arguments);
-    std::string DoTorn(Arguments arguments);
-    std::string DoAnswer(Arguments arguments);
-    std::string DoDelay(Arguments arguments);
-    std::string DoHang(Arguments arguments);
-    std::string DoDie(Arguments arguments);
-    std::string DoDieMidway(Arguments arguments);
-    std::string DoHide(Arguments arguments);
-    std::string DoShow(Arguments arguments);
-    std::string DoStatus(Arguments arguments);
-    std::string DoQuit(Arguments arguments);
+    static const std::map<std::string_view, Handler>& Handlers();
+    std::string Bulk(Arguments arguments);
+    std::string Change(Arguments arguments);
+    std::string Raw(Arguments arguments);
+    std::string Torn(Arguments arguments);
+    std::string SetAnswer(Arguments arguments);
+    std::string Hang(Arguments arguments);
+    std::string Die();
 
     const Options& options_;
     Transcript& transcript_;

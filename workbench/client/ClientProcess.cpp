@@ -1,8 +1,10 @@
 #include "workbench/client/ClientProcess.h"
 
 #include "workbench/client/Control.h"
+#include "workbench/process/OwnProgram.h"
 #include "workbench/wire/Window.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,17 +15,12 @@ namespace {
 
 constexpr DWORD kKillLimit = 5000; // ms
 
-[[noreturn]] void Fail(const std::string& what, DWORD error) {
-    throw std::runtime_error("meeting client: " + what + ": error " + std::to_string(error));
-}
-
 std::wstring NewTranscript() {
     wchar_t folder[MAX_PATH + 1] = L"";
     wchar_t file[MAX_PATH] = L"";
     if (!::GetTempPathW(static_cast<DWORD>(std::size(folder)), folder) ||
         !::GetTempFileNameW(folder, L"nmc", 0, file)) {
-        const DWORD error = ::GetLastError();
-        Fail("no temporary file for the transcript", error);
+        throw std::runtime_error("meeting client: no temporary file for the transcript");
     }
     return file;
 }
@@ -31,25 +28,7 @@ std::wstring NewTranscript() {
 } // namespace
 
 std::wstring ClientProcess::FindProgram() {
-    wchar_t text[32'768];
-    const DWORD given = ::GetEnvironmentVariableW(L"NEMBRA_MEETING_CLIENT", text, static_cast<DWORD>(std::size(text)));
-    if (given > 0 && given < std::size(text)) {
-        return text;
-    }
-    const DWORD length = ::GetModuleFileNameW(nullptr, text, static_cast<DWORD>(std::size(text)));
-    std::filesystem::path folder = std::filesystem::path(std::wstring(text, length)).parent_path();
-    const std::filesystem::path flavour = folder.filename(); // multi-configuration builds add such a folder
-    constexpr wchar_t kName[] = L"meeting_client.exe";
-    for (bool more = true; more; more = folder != folder.parent_path(), folder = folder.parent_path()) {
-        const std::filesystem::path built = folder / L"workbench" / L"client";
-        for (const auto& candidate : {folder / kName, built / kName, built / flavour / kName}) {
-            std::error_code ignored;
-            if (std::filesystem::is_regular_file(candidate, ignored)) {
-                return candidate.wstring();
-            }
-        }
-    }
-    throw std::runtime_error("meeting client: meeting_client.exe is not there; set NEMBRA_MEETING_CLIENT");
+    return process::FindBuilt(L"workbench\\client\\meeting_client.exe");
 }
 
 ClientProcess::ClientProcess(ClientSettings settings) : settings_(std::move(settings)) {
@@ -84,9 +63,7 @@ ClientProcess::~ClientProcess() {
 }
 
 DWORD ClientProcess::FindRunning() noexcept {
-    DWORD owner = 0;
-    ::GetWindowThreadProcessId(::FindWindowExW(HWND_MESSAGE, nullptr, kControlWindow, kControlWindow), &owner);
-    return owner;
+    return wire::ProcessOf(wire::Find(kControlWindow));
 }
 
 void ClientProcess::Launch() {
@@ -96,26 +73,14 @@ void ClientProcess::Launch() {
     process_.emplace(settings_.program.empty() ? FindProgram() : settings_.program, arguments, process::Streams::Own);
 }
 
-HWND ClientProcess::OwnWindow(const wchar_t* name) const noexcept {
-    for (const HWND parent : {HWND_MESSAGE, HWND{nullptr}}) {
-        HWND window = nullptr;
-        while ((window = ::FindWindowExW(parent, window, name, name)) != nullptr) {
-            DWORD owner = 0;
-            ::GetWindowThreadProcessId(window, &owner);
-            if (owner == ProcessId()) {
-                return window;
-            }
-        }
-    }
-    return nullptr;
+HWND ClientProcess::OwnWindow(const wchar_t* name) const {
+    const std::vector<HWND> windows = wire::FindAll(name, name);
+    const auto own = std::ranges::find(windows, ProcessId(), &wire::ProcessOf);
+    return own == windows.end() ? nullptr : *own;
 }
 
-HWND ClientProcess::Window() const noexcept {
+HWND ClientProcess::Window() const {
     return OwnWindow(wire::kClientWindow);
-}
-
-bool ClientProcess::WaitForWindow(Milliseconds limit) const {
-    return WaitUntil([&] { return Window() != nullptr; }, limit);
 }
 
 bool ClientProcess::WaitUntil(const std::function<bool()>& holds, Milliseconds limit) const {
@@ -142,19 +107,16 @@ OrderResult ClientProcess::Order(std::string_view order, Milliseconds limit) {
     data.cbData = static_cast<DWORD>(text.size() + 1);
     data.lpData = text.data();
     DWORD_PTR answer = 0;
-    if (!::SendMessageTimeoutW(control, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data), SMTO_NORMAL,
-                               static_cast<UINT>(limit.count()), &answer)) {
-        // A client that dies on an order cannot answer it.
-        return {false, WaitForEnd(Milliseconds(500)) ? "the client ended" : "no answer in time"};
-    }
+    ::SendMessageTimeoutW(control, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data), SMTO_NORMAL,
+                          static_cast<UINT>(limit.count()), &answer);
     if (static_cast<LRESULT>(answer) == kOrderDone) {
         return {true, {}};
     }
-    if (static_cast<LRESULT>(answer) != kOrderRefused) {
-        return {false, WaitForEnd(Milliseconds(500)) ? "the client ended" : "the client did not understand"};
+    if (static_cast<LRESULT>(answer) != kOrderRefused) { // a client that dies on an order cannot answer it
+        return {false, WaitForEnd(Milliseconds(500)) ? "the client ended" : "no answer in time"};
     }
     std::string reason = "refused";
-    for (const TranscriptEntry& entry : ReadOn()) {
+    for (const TranscriptEntry& entry : Transcript()) {
         if (entry.kind == "order" && entry.bytes == order) {
             reason = entry.result;
         }
@@ -180,8 +142,7 @@ bool ClientProcess::Quit(Milliseconds limit) {
     }
     const bool ended = WaitForEnd(limit);
     if (!ended) {
-        process_->Terminate(1);
-        process_->WaitForEnd(kKillLimit);
+        Kill();
     }
     return ended;
 }
@@ -196,7 +157,7 @@ void ClientProcess::Kill() noexcept {
     }
 }
 
-const std::vector<TranscriptEntry>& ClientProcess::ReadOn() const {
+const std::vector<TranscriptEntry>& ClientProcess::Transcript() const {
     std::ifstream file{std::filesystem::path(settings_.transcript), std::ios::binary};
     file.seekg(readUpTo_);
     for (std::string line; std::getline(file, line) && !file.eof();) { // a line without its end is still being written
@@ -208,31 +169,14 @@ const std::vector<TranscriptEntry>& ClientProcess::ReadOn() const {
     return entries_;
 }
 
-std::vector<TranscriptEntry> ClientProcess::Transcript() const {
-    return ReadOn();
-}
-
 std::vector<std::string> ClientProcess::Messages(std::string_view direction) const {
     std::vector<std::string> messages;
-    for (const TranscriptEntry& entry : ReadOn()) {
+    for (const TranscriptEntry& entry : Transcript()) {
         if (entry.kind == "message" && entry.direction == direction) {
             messages.push_back(entry.bytes);
         }
     }
     return messages;
-}
-
-bool ClientProcess::WaitForMessages(std::size_t count, Milliseconds limit, std::string_view direction) const {
-    std::size_t seen = 0;
-    std::size_t next = 0;
-    return WaitUntil(
-        [&] {
-            for (const auto& entries = ReadOn(); next < entries.size(); ++next) {
-                seen += entries[next].kind == "message" && entries[next].direction == direction ? 1 : 0;
-            }
-            return seen >= count;
-        },
-        limit);
 }
 
 std::optional<TranscriptEntry> ClientProcess::WaitForEntry(const std::function<bool(const TranscriptEntry&)>& fits,
@@ -241,7 +185,7 @@ std::optional<TranscriptEntry> ClientProcess::WaitForEntry(const std::function<b
     std::size_t next = 0;
     WaitUntil(
         [&] {
-            for (const auto& entries = ReadOn(); !found && next < entries.size(); ++next) {
+            for (const auto& entries = Transcript(); !found && next < entries.size(); ++next) {
                 if (fits(entries[next])) {
                     found = entries[next];
                 }

@@ -16,9 +16,7 @@
 namespace meeting_client {
 
 struct ClientSettings {
-    /// The client's program; empty: NEMBRA_MEETING_CLIENT of the environment, else searched for beside the running
-    /// program and in the build folder around it.
-    std::wstring program;
+    std::wstring program;                ///< the client's; empty: the one that `FindProgram` finds
     std::vector<std::wstring> arguments; ///< as of `meeting_client --help`; transcript and parent are added
     std::wstring transcript;             ///< empty: a new file in the temporary folder, deleted at the end
     /// A client that runs already, such as one that the launch URI started; 0: a new one is started. `transcript` is
@@ -53,10 +51,10 @@ public:
     OrderResult Order(std::string_view order, Milliseconds limit = kUsualLimit);
 
     /// The client's channel window, null while it has none.
-    HWND Window() const noexcept;
-    bool WaitForWindow(Milliseconds limit = kUsualLimit) const;
+    HWND Window() const;
 
-    /// The client's program where `ClientSettings::program` is empty. @throws std::runtime_error when it is not there.
+    /// The client's program beside the running one or in the build folder. @throws std::runtime_error when it is not
+    /// there.
     static std::wstring FindProgram();
     /// The process of a client that takes orders, whoever started it; 0 when there is none.
     static DWORD FindRunning() noexcept;
@@ -72,10 +70,9 @@ public:
     void Kill() noexcept;
 
     /// Everything that the client has written down so far.
-    std::vector<TranscriptEntry> Transcript() const;
+    const std::vector<TranscriptEntry>& Transcript() const;
     /// Texts of the whole messages that came in ("in") or went out ("out").
     std::vector<std::string> Messages(std::string_view direction = "in") const;
-    bool WaitForMessages(std::size_t count, Milliseconds limit = kUsualLimit, std::string_view direction = "in") const;
     /// The first entry that fits; nothing when there is none within the limit.
     std::optional<TranscriptEntry> WaitForEntry(const std::function<bool(const TranscriptEntry&)>& fits,
                                                 Milliseconds limit = kUsualLimit) const;
@@ -84,15 +81,13 @@ public:
 
 private:
     void Launch();
-    HWND OwnWindow(const wchar_t* name) const noexcept;
-    /// Reads what has been added to the transcript since the last time.
-    const std::vector<TranscriptEntry>& ReadOn() const;
+    HWND OwnWindow(const wchar_t* name) const;
 
     ClientSettings settings_;
     bool deleteTranscript_ = false;
     std::optional<process::ChildProcess> process_;
-    mutable std::vector<TranscriptEntry> entries_;
-    mutable std::streamoff readUpTo_ = 0; // always at the start of a line
+    mutable std::vector<TranscriptEntry> entries_; // read so far
+    mutable std::streamoff readUpTo_ = 0;          // always at the start of a line
 };
 
 } // namespace meeting_client

@@ -75,7 +75,6 @@ std::string Link::Send(std::string_view message, std::size_t most) {
             break;
         }
     }
-    messagesOut_ += result == "ok" ? 1 : 0;
     RecordMessage("out", message, result);
     return result;
 }
@@ -106,7 +105,6 @@ void Link::RecordMessage(const char* direction, std::string_view message, const 
 void Link::Receive(HWND sender, const COPYDATASTRUCT& sent) {
     std::string buffer;
     const COPYDATASTRUCT data = DistortReceived(sent, buffer);
-    ++copyDataIn_;
     const auto* bytes = static_cast<const char*>(data.lpData);
     transcript_.Write(CopyDataEntry("in", data.dwData, bytes, data.cbData));
     if (!IsAddinWindow(sender)) {
@@ -117,7 +115,6 @@ void Link::Receive(HWND sender, const COPYDATASTRUCT& sent) {
         transcript_.Fault(fault);
     }
     if (!joined.message.empty()) {
-        ++messagesIn_;
         RecordMessage("in", joined.message, "");
         onMessage_(joined.message);
     }

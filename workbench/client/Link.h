@@ -32,11 +32,6 @@ public:
     /// Sends one WM_COPYDATA with just these bytes; `bytes` may be null. @return "ok" or why not.
     std::string SendRaw(std::uint64_t number, const char* bytes, std::size_t size);
 
-    std::uint64_t CopyDataIn() const noexcept { return copyDataIn_; }
-    std::uint64_t MessagesIn() const noexcept { return messagesIn_; }
-    std::uint64_t MessagesOut() const noexcept { return messagesOut_; }
-    std::size_t Unfinished() const noexcept { return joiner_.Unfinished(); }
-
 private:
     void Receive(HWND sender, const COPYDATASTRUCT& sent);
     void RecordMessage(const char* direction, std::string_view message, const std::string& result);
@@ -46,9 +41,6 @@ private:
     std::optional<wire::Window> window_;
     wire::Joiner joiner_;
     std::uint32_t lastNumber_;
-    std::uint64_t copyDataIn_ = 0;
-    std::uint64_t messagesIn_ = 0;
-    std::uint64_t messagesOut_ = 0;
 };
 
 } // namespace meeting_client

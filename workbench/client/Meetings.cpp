@@ -1,10 +1,10 @@
 #include "workbench/client/Meetings.h"
 
-#include "workbench/client/UtcTime.h"
-
+#include <fmt/chrono.h>
 #include <json/json.h>
 
 #include <chrono>
+#include <iterator>
 #include <memory>
 
 namespace meeting_client {
@@ -112,16 +112,7 @@ std::optional<Json::Value> MeetingBook::Change(const std::string& confId, const 
     }
     meeting.startTime = NumberOf(changes, "startTime", meeting.startTime);
     meeting.endTime = NumberOf(changes, "endTime", meeting.endTime);
-    if (changes["confOutlookId"].isString()) {
-        meeting.confOutlookId = changes["confOutlookId"].asString();
-    }
-    Json::Value notification = Details(200, meeting);
-    for (const char* key : {"url", "contents"}) { // made from the meeting unless they are given
-        if (changes[key].isString()) {
-            notification[key] = changes[key];
-        }
-    }
-    return notification;
+    return Details(200, meeting);
 }
 
 std::optional<Json::Value> ParseObject(std::string_view text) {
@@ -140,29 +131,34 @@ std::string Compact(const Json::Value& value) {
     return Json::writeString(writer, value);
 }
 
+std::string UtcText(std::int64_t seconds) {
+    try {
+        return fmt::format("{:%Y-%m-%d %H:%M} UTC", fmt::gmtime(static_cast<std::time_t>(seconds)));
+    } catch (const fmt::format_error&) {
+        return std::to_string(seconds);
+    }
+}
+
 std::vector<std::string> CommandFaults(const Json::Value& command) {
-    const auto isInt = [&](const char* key) { return command[key].isInt(); };
-    const auto isText = [&](const char* key) { return command[key].isString(); };
-    const auto isInt64 = [&](const char* key) { return command[key].isInt64(); };
+    using Json::Value;
+    static constexpr struct {
+        const char* key;
+        bool (Value::*hasType)() const;
+    } kMembers[] = {
+        {"cmd", &Value::isInt},         {"centerX", &Value::isInt},   {"centerY", &Value::isInt},
+        {"subject", &Value::isString},  {"confId", &Value::isString}, {"confOutlookId", &Value::isString},
+        {"startTime", &Value::isInt64}, {"endTime", &Value::isInt64},
+    };
     std::vector<std::string> faults;
-    const auto expect = [&](bool holds, const char* key) {
-        if (!holds) {
+    for (const auto& [key, hasType] : kMembers) {
+        if (!(command[key].*hasType)()) {
             faults.push_back(std::string("command member missing or mistyped: ") + key);
         }
-    };
-    for (const char* key : {"cmd", "centerX", "centerY"}) {
-        expect(isInt(key), key);
     }
-    for (const char* key : {"subject", "confId", "confOutlookId"}) {
-        expect(isText(key), key);
-    }
-    for (const char* key : {"startTime", "endTime"}) {
-        expect(isInt64(key), key);
-    }
-    if (faults.empty() && command.size() != 8) {
+    if (faults.empty() && command.size() != std::size(kMembers)) {
         faults.push_back("command has members of no meaning");
     }
-    if (isInt("cmd") && (command["cmd"].asInt() < 0 || command["cmd"].asInt() > 6)) {
+    if (command["cmd"].isInt() && (command["cmd"].asInt() < 0 || command["cmd"].asInt() > 6)) {
         faults.push_back("unknown cmd");
     }
     return faults;

@@ -47,6 +47,9 @@ std::optional<Json::Value> ParseObject(std::string_view text);
 /// One line, UTF-8 as it is.
 std::string Compact(const Json::Value& value);
 
+/// "2025-03-04 05:06 UTC"; a time that the system cannot write so is given as its number of seconds.
+std::string UtcText(std::int64_t seconds);
+
 /// Describes the errors in a command of the add-in. Empty when it has exactly the eight members with their types.
 std::vector<std::string> CommandFaults(const Json::Value& command);
 

@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <limits>
+#include <regex>
 
 namespace meeting_client {
 namespace {
@@ -21,22 +22,22 @@ constexpr char kOrders[] =
   notify JSON                 send a notification; the JSON must be an object
   send TEXT                   send any text
   bulk COUNT BYTES [MS]       send COUNT notifications of type 900 and BYTES bytes each, MS apart (default 0)
-  change CONFID JSON          change a meeting (subject, startTime, endTime, ...) and send notification 200
-  raw NUMBER HEX|-|null [CB]  one WM_COPYDATA: dwData NUMBER, these bytes and no NUL; cbData CB (filled up with CD)
+  change CONFID JSON          change a meeting (subject, startTime, endTime) and send notification 200
+  raw NUMBER HEX|-|null       one WM_COPYDATA: dwData NUMBER, these bytes and no NUL
   torn BYTES COUNT            the first COUNT segments of a message of BYTES bytes, never the rest
   answer CMD default|none     answer that command as a live client, or not at all
   answer CMD text TEXT        answer it with this text
   answer CMD merge JSON       answer it as a live client, with these members replaced (null: left out)
   delay MS                    wait before each answer
   hang MS                     take no message from the queue for MS
-  die                         end at once, as in a crash
-  die-midway BYTES COUNT      "torn", then "die"
+  die-midway BYTES COUNT      "torn", then end at once, as in a crash
   hide, show                  channel window away, and there again
-  status                      write the counters to the transcript
+  status                      do nothing; the answer tells that all earlier orders are done
+  settle                      send the answers that are due before this order is done
   quit                        end in an orderly way
 
 Transcript: one JSON object a line, UTF-8, written through at once:
-  time    UTC with milliseconds          us      microseconds since the start
+  time    UTC with milliseconds
   kind    copydata (one WM_COPYDATA), message (whole, joined), order, fault (what the add-in did against the wire
           format), note (what the client did otherwise)
   dir     in or out                      dwData, cbData  as they travelled; "bytes" for a message
@@ -48,14 +49,16 @@ Exit codes: 0 ended in an orderly way, 1 wrong command line, 2 could not start, 
 5 time ran out, 9 died as ordered.)";
 
 std::string CheckLaunchUri(const std::string& uri) {
-    constexpr std::string_view kScheme = "quorvex://";
-    constexpr std::string_view kPage = "/h5page?page=launch";
-    const std::string_view text(uri);
-    const bool framed =
-        text.starts_with(kScheme) && text.ends_with(kPage) && text.size() > kScheme.size() + kPage.size();
-    const std::size_t host = framed ? text.size() - kScheme.size() - kPage.size() : 0;
-    const bool right = framed && text.substr(kScheme.size(), host).find_first_of("/?# ") == std::string_view::npos;
-    return right ? "" : "not a launch URI: " + uri;
+    static const std::regex launch(R"(quorvex://[^/?# ]+/h5page\?page=launch)");
+    return std::regex_match(uri, launch) ? "" : "not a launch URI: " + uri;
+}
+
+std::vector<std::string> FaultNames() {
+    std::vector<std::string> names;
+    for (const Fault& fault : kFaults) {
+        names.emplace_back(fault.name);
+    }
+    return names;
 }
 
 } // namespace
@@ -75,27 +78,15 @@ void Describe(CLI::App& app, Options& options) {
     app.footer(kOrders);
     app.add_option("uri", options.launchUri, "quorvex://HOST/h5page?page=launch: the launch that starts it")
         ->check(&CheckLaunchUri);
-    app.add_option("--transcript", options.transcript,
-                   "append every message to this file (\"-\": standard output), see below");
+    app.add_option("--transcript", options.transcript, "append every message to this file, see below");
     app.add_option("--order", options.orders,
                    "carry out one order before the channel window appears; may be given often")
         ->allow_extra_args(false);
     app.add_flag("--ignore", options.ignoreCommands, "answer no command");
     app.add_flag("--hidden", options.hidden, "start without the channel window, as before a log-in");
-    app.add_option_function<std::string>(
-        "--login-after",
-        [&options](const std::string& text) {
-            const auto number = ParseNumber(text, 3'600'000);
-            if (!number && text != "manual") {
-                throw CLI::ValidationError("--login-after", "needs milliseconds or \"manual\"");
-            }
-            options.loginAfter.reset();
-            if (number) {
-                options.loginAfter = std::chrono::milliseconds(*number);
-            }
-        },
-        "launched by URI: the channel window appears after that many ms (default 1000); \"manual\": with order "
-        "\"show\"");
+    app.add_option("--login-after", options.loginAfter,
+                   "launched by URI: the channel window appears after that many ms (default 1000)")
+        ->check(CLI::Range(0U, 3'600'000U));
     app.add_flag("--window", options.panel,
                  "show a window with the messages and the meetings; answers wait for its button \"Answer\"");
     app.add_option("--first-number", options.firstNumber,
@@ -105,8 +96,8 @@ void Describe(CLI::App& app, Options& options) {
     app.add_option("--max-seconds", options.longest, "end by itself after that time (default 600)")
         ->check(CLI::Range(1U, 86'400U));
     app.add_option("--parent", options.parent, "end when the process of this id ends");
-    app.add_option_function<std::string>("--fault", &SetFault,
-                                         "make a mistake, to try the checker of clients; an unknown name lists them");
+    app.add_option_function<std::string>("--fault", &SetFault, "make a mistake, to try the checker of clients")
+        ->check(CLI::IsMember(FaultNames()));
     app.add_flag("--register-uri", options.registerUri,
                  "let this user's launch URI start this program with the other options given, then end");
     app.add_flag("--unregister-uri", options.unregisterUri, "take that away, then end");

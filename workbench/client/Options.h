@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,17 +20,16 @@ enum ExitCode : int {
 };
 
 struct Options {
-    std::string transcript; ///< file path; "-" for the standard output; empty for none
+    std::string transcript; ///< file path; empty for none
     std::vector<std::string> orders;
     bool ignoreCommands = false;
     bool hidden = false;           ///< no channel window until the order "show"
     std::uint32_t firstNumber = 1; ///< of its segmented messages
     bool panel = false;            ///< a window to look at
     std::string launchUri;         ///< empty when it was not launched by one
-    /// With a launch URI: when the user has logged in. Nothing: only by the order "show".
-    std::optional<std::chrono::milliseconds> loginAfter{1000};
-    unsigned longest = 600;   ///< seconds
-    std::uint32_t parent = 0; ///< process id whose end ends the client; 0 for none
+    unsigned loginAfter = 1000;    ///< milliseconds; with a launch URI: when the user has logged in
+    unsigned longest = 600;        ///< seconds
+    std::uint32_t parent = 0;      ///< process id whose end ends the client; 0 for none
     bool registerUri = false;
     bool unregisterUri = false;
 };

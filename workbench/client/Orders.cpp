@@ -2,6 +2,8 @@
 
 #include "workbench/client/Control.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace meeting_client {
@@ -20,61 +22,73 @@ std::string_view NextWord(std::string_view& arguments) {
     return word;
 }
 
-std::string Filler(std::uint64_t size) {
-    return std::string(static_cast<std::size_t>(size), 'x');
-}
-
 std::string BulkText(std::uint64_t index, std::size_t size) {
-    const std::string head =
-        "{\"notify\":" + std::to_string(kBulkType) + ",\"code\":" + std::to_string(index) + ",\"message\":\"";
-    const std::string tail = "\"}";
-    if (size < head.size() + tail.size()) {
-        return Filler(size);
+    std::string text = fmt::format(R"({{"notify":{},"code":{},"message":""}})", kBulkType, index);
+    if (size < text.size()) {
+        return std::string(size, 'x');
     }
-    return head + std::string(size - head.size() - tail.size(), 'x') + tail;
+    return text.insert(text.size() - 2, size - text.size(), 'x');
 }
 
 } // namespace
 
-const std::map<std::string, Client::Handler, std::less<>>& Client::Handlers() {
-    static const std::map<std::string, Handler, std::less<>> handlers = {
-        {"notify", &Client::DoNotify}, {"send", &Client::DoSend},     {"bulk", &Client::DoBulk},
-        {"change", &Client::DoChange}, {"raw", &Client::DoRaw},       {"torn", &Client::DoTorn},
-        {"answer", &Client::DoAnswer}, {"delay", &Client::DoDelay},   {"hang", &Client::DoHang},
-        {"die", &Client::DoDie},       {"hide", &Client::DoHide},     {"die-midway", &Client::DoDieMidway},
-        {"show", &Client::DoShow},     {"status", &Client::DoStatus}, {"quit", &Client::DoQuit},
+const std::map<std::string_view, Client::Handler>& Client::Handlers() {
+    static const std::map<std::string_view, Handler> handlers = {
+        {"notify", [](Client& client,
+                      Arguments json) { return ParseObject(json) ? client.Send(json) : "notify needs a JSON object"; }},
+        {"send", [](Client& client, Arguments text) { return text.empty() ? "send needs a text" : client.Send(text); }},
+        {"bulk", [](Client& client, Arguments arguments) { return client.Bulk(arguments); }},
+        {"change", [](Client& client, Arguments arguments) { return client.Change(arguments); }},
+        {"raw", [](Client& client, Arguments arguments) { return client.Raw(arguments); }},
+        {"torn", [](Client& client, Arguments arguments) { return client.Torn(arguments); }},
+        {"answer", [](Client& client, Arguments arguments) { return client.SetAnswer(arguments); }},
+        {"delay",
+         [](Client& client, Arguments text) {
+             const auto delay = ParseNumber(text, kLongestWait);
+             client.answerDelay_ = std::chrono::milliseconds(delay.value_or(0));
+             return std::string(delay ? kDone : "delay needs milliseconds");
+         }},
+        {"hang", [](Client& client, Arguments arguments) { return client.Hang(arguments); }},
+        {"die-midway",
+         [](Client& client, Arguments arguments) {
+             const std::string result = client.Torn(arguments);
+             return result == kDone ? client.Die() : result;
+         }},
+        {"hide",
+         [](Client& client, Arguments) {
+             client.link_.Hide();
+             return std::string(kDone);
+         }},
+        {"show", [](Client& client,
+                    Arguments) { return std::string(client.link_.Show() ? kDone : "the window could not be made"); }},
+        {"status", [](Client&, Arguments) { return std::string(kDone); }},
+        {"settle",
+         [](Client& client, Arguments) {
+             while (client.agenda_.RunDue()) {
+             }
+             return std::string(kDone);
+         }},
+        {"quit",
+         [](Client& client, Arguments) {
+             client.End(kEnded);
+             return std::string(kDone);
+         }},
     };
     return handlers;
 }
 
 std::string Client::Execute(const std::string& order) {
-    std::string result = CarryOut(order);
+    std::string_view arguments = order;
+    const auto found = Handlers().find(NextWord(arguments));
     TranscriptEntry entry;
     entry.kind = "order";
     entry.bytes = order;
-    entry.result = result;
-    transcript_.Write(std::move(entry));
-    return result;
+    entry.result = found == Handlers().end() ? "no such order" : found->second(*this, arguments);
+    transcript_.Write(entry);
+    return entry.result;
 }
 
-std::string Client::CarryOut(std::string_view order) {
-    const std::string_view verb = NextWord(order);
-    const auto found = Handlers().find(verb);
-    if (found == Handlers().end()) {
-        return "no such order";
-    }
-    return (this->*found->second)(order);
-}
-
-std::string Client::DoNotify(Arguments arguments) {
-    return ParseObject(arguments) ? Send(arguments) : "notify needs a JSON object";
-}
-
-std::string Client::DoSend(Arguments arguments) {
-    return arguments.empty() ? "send needs a text" : Send(arguments);
-}
-
-std::string Client::DoBulk(Arguments arguments) {
+std::string Client::Bulk(Arguments arguments) {
     const auto count = ParseNumber(NextWord(arguments), 100'000'000);
     const auto size = ParseNumber(NextWord(arguments), kLargestMessage);
     const auto apart = arguments.empty() ? std::optional<std::uint64_t>(0) : ParseNumber(arguments, kLongestWait);
@@ -87,21 +101,17 @@ std::string Client::DoBulk(Arguments arguments) {
 
 // One message a step: what comes in meanwhile is handled between two of them.
 void Client::BulkStep(std::uint64_t index, std::uint64_t count, std::size_t size, std::chrono::milliseconds apart) {
-    if (index == count) {
-        transcript_.Note("bulk done");
-        return;
-    }
     agenda_.After(index == 0 ? std::chrono::milliseconds(0) : apart, [=, this] {
         const std::string result = link_.Send(BulkText(index, size));
-        if (result == kDone) {
-            BulkStep(index + 1, count, size, apart);
-        } else {
+        if (result != kDone) {
             transcript_.Note("bulk stopped after " + std::to_string(index) + ": " + result);
+        } else if (index + 1 < count) {
+            BulkStep(index + 1, count, size, apart);
         }
     });
 }
 
-std::string Client::DoChange(Arguments arguments) {
+std::string Client::Change(Arguments arguments) {
     const std::string confId(NextWord(arguments));
     const auto changes = ParseObject(arguments);
     if (!changes) {
@@ -112,38 +122,28 @@ std::string Client::DoChange(Arguments arguments) {
     return notification ? Send(Compact(*notification)) : "no such meeting";
 }
 
-std::string Client::DoRaw(Arguments arguments) {
+std::string Client::Raw(Arguments arguments) {
     const auto number = ParseNumber(NextWord(arguments), UINT64_MAX);
     const std::string_view what = NextWord(arguments);
     const bool null = what == "null";
     const auto bytes = null || what == "-" ? std::optional<std::string>(std::string()) : FromHex(what);
-    if (!number || !bytes || what.empty()) {
-        return "raw needs NUMBER HEX|-|null [CB]";
+    if (!number || !bytes || what.empty() || !arguments.empty()) {
+        return "raw needs NUMBER HEX|-|null";
     }
-    std::string buffer = *bytes;
-    std::uint64_t size = buffer.size();
-    if (!arguments.empty()) {
-        const auto given = ParseNumber(arguments, kLargestMessage);
-        if (!given) {
-            return "CB must be a number up to 67108864";
-        }
-        size = *given;
-        buffer.resize(std::max(buffer.size(), static_cast<std::size_t>(size)), '\xCD');
-    }
-    return link_.SendRaw(*number, null ? nullptr : buffer.data(), static_cast<std::size_t>(size));
+    return link_.SendRaw(*number, null ? nullptr : bytes->data(), bytes->size());
 }
 
-std::string Client::DoTorn(Arguments arguments) {
-    const auto size = ParseNumber(NextWord(arguments), kLargestMessage);
-    const auto segments = ParseNumber(arguments, kLargestMessage);
-    if (!size || !segments || *segments == 0 || *segments >= wire::Split(Filler(*size), 1).size()) {
+std::string Client::Torn(Arguments arguments) {
+    const std::string message(ParseNumber(NextWord(arguments), kLargestMessage).value_or(0), 'x');
+    const std::size_t segments = ParseNumber(arguments, kLargestMessage).value_or(0);
+    if (segments == 0 || segments >= wire::Split(message, 1).size()) {
         return "torn needs BYTES COUNT, and COUNT less than the message's segments";
     }
-    const std::string result = link_.Send(Filler(*size), static_cast<std::size_t>(*segments));
+    const std::string result = link_.Send(message, segments);
     return result.starts_with("torn") ? kDone : result;
 }
 
-std::string Client::DoAnswer(Arguments arguments) {
+std::string Client::SetAnswer(Arguments arguments) {
     const auto command = ParseNumber(NextWord(arguments), INT32_MAX);
     const std::string_view mode = NextWord(arguments);
     AnswerRule rule{AnswerRule::Mode::Live, std::string(arguments)};
@@ -163,16 +163,7 @@ std::string Client::DoAnswer(Arguments arguments) {
     return kDone;
 }
 
-std::string Client::DoDelay(Arguments arguments) {
-    const auto delay = ParseNumber(arguments, kLongestWait);
-    if (!delay) {
-        return "delay needs milliseconds";
-    }
-    answerDelay_ = std::chrono::milliseconds(*delay);
-    return kDone;
-}
-
-std::string Client::DoHang(Arguments arguments) {
+std::string Client::Hang(Arguments arguments) {
     const auto time = ParseNumber(arguments, kLongestWait);
     if (!time) {
         return "hang needs milliseconds";
@@ -184,36 +175,9 @@ std::string Client::DoHang(Arguments arguments) {
     return kDone;
 }
 
-std::string Client::DoDie(Arguments) {
+std::string Client::Die() {
     transcript_.Note("dies");
     ::TerminateProcess(::GetCurrentProcess(), kDiedAsOrdered); // as in a crash: no clean-up, no farewell
-    return kDone;
-}
-
-std::string Client::DoDieMidway(Arguments arguments) {
-    const std::string result = DoTorn(arguments);
-    return result == kDone ? DoDie({}) : result;
-}
-
-std::string Client::DoHide(Arguments) {
-    link_.Hide();
-    return kDone;
-}
-
-std::string Client::DoShow(Arguments) {
-    return link_.Show() ? kDone : "the window could not be made";
-}
-
-std::string Client::DoStatus(Arguments) {
-    transcript_.Note("copydata in " + std::to_string(link_.CopyDataIn()) + ", messages in " +
-                     std::to_string(link_.MessagesIn()) + ", messages out " + std::to_string(link_.MessagesOut()) +
-                     ", unfinished " + std::to_string(link_.Unfinished()) + ", meetings " +
-                     std::to_string(meetings_.All().size()) + (link_.IsShown() ? ", window shown" : ", window hidden"));
-    return kDone;
-}
-
-std::string Client::DoQuit(Arguments) {
-    End(kEnded);
     return kDone;
 }
 

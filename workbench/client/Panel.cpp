@@ -1,6 +1,5 @@
 #include "workbench/client/Panel.h"
 
-#include "workbench/client/UtcTime.h"
 #include "workbench/interactive/Controls.h"
 
 #include "support/Text.h"
@@ -18,9 +17,25 @@ constexpr int kLeft = 812; // beside the windows of the stand-in Outlook
 constexpr int kTop = 20;
 constexpr int kWidth = 456; // of the contents
 constexpr int kHeight = 640;
-constexpr int kMargin = 12;
-constexpr int kRight = kWidth - kMargin;
 constexpr std::int64_t kHour = 3600; // s
+
+constexpr ControlRow kControls[] = {
+    {L"STATIC", L"Messages", SS_LEFT, -1, {12, 10, 444, 28}},
+    {L"LISTBOX", L"", kList, kMessages, {12, 30, 444, 170}},
+    {L"EDIT", L"", WS_TABSTOP | WS_BORDER | WS_VSCROLL | ES_MULTILINE | ES_READONLY, kDetails, {12, 176, 444, 318}},
+    {L"BUTTON", L"&Answer", kPushButton, kAnswer, {12, 328, 116, 356}},
+    {L"BUTTON", L"Always answer at &once", WS_TABSTOP | BS_AUTOCHECKBOX, kAtOnce, {124, 328, 444, 356}},
+    {L"STATIC", L"Meetings", SS_LEFT, -1, {12, 374, 444, 392}},
+    {L"LISTBOX", L"", kList, kMeetings, {12, 394, 444, 482}},
+    {L"STATIC", L"Subject", SS_LEFT, -1, {12, 496, 62, 514}},
+    {L"EDIT", L"", kEditLine, kMeetingSubject, {66, 492, 444, 516}},
+    {L"BUTTON", L"&Change subject", kPushButton, kChange, {12, 526, 116, 554}},
+    {L"BUTTON", L"1 hour &later", kPushButton, kLater, {120, 526, 224, 554}},
+    {L"BUTTON", L"Ca&ncel meeting", kPushButton, kCancel, {228, 526, 332, 554}},
+    {L"STATIC", L"The add-in finds the client by its hidden window:", SS_LEFT, -1, {12, 580, 444, 598}},
+    {L"BUTTON", L"&Disappear", kPushButton, kDisappear, {12, 600, 116, 628}},
+    {L"BUTTON", L"&Return", kPushButton, kReturn, {120, 600, 224, 628}},
+};
 
 std::string Describe(const Json::Value& message) {
     static const char* const kCommands[] = {"Open",     "Open",           "Start meeting", "Start audio meeting",
@@ -65,38 +80,9 @@ Panel::Panel(MeetingBook& meetings, Execute execute) : meetings_(meetings), exec
     window_.Reset(::CreateWindowExW(WS_EX_DLGMODALFRAME, kPanelClass, L"NEMBRA CLOUD Meeting (stand-in)", kStyle, kLeft,
                                     kTop, place.right - place.left, place.bottom - place.top, nullptr, nullptr,
                                     windowClass.hInstance, this));
-    AddControls();
+    AddControls(window_.Get(), kControls);
     ShowMeetings();
     ::ShowWindow(window_.Get(), SW_SHOWNOACTIVATE);
-}
-
-void Panel::AddControls() {
-    const HWND window = window_.Get();
-    constexpr int kColumn = 104; // a button and the space beside it
-    const auto button = [&](int column, int top, const wchar_t* text, int id) {
-        const int left = kMargin + column * (kColumn + 4);
-        AddControl(window, L"BUTTON", text, kPushButton, id, RECT{left, top, left + kColumn, top + 28});
-    };
-    const auto heading = [&](int top, const wchar_t* text, int right = kRight) {
-        AddControl(window, L"STATIC", text, SS_LEFT, -1, RECT{kMargin, top, right, top + 18});
-    };
-    heading(10, L"Messages");
-    AddControl(window, L"LISTBOX", L"", kList, kMessages, RECT{kMargin, 30, kRight, 170});
-    AddControl(window, L"EDIT", L"", WS_TABSTOP | WS_BORDER | WS_VSCROLL | ES_MULTILINE | ES_READONLY, kDetails,
-               RECT{kMargin, 176, kRight, 318});
-    button(0, 328, L"&Answer", kAnswer);
-    AddControl(window, L"BUTTON", L"Always answer at &once", WS_TABSTOP | BS_AUTOCHECKBOX, kAtOnce,
-               RECT{kMargin + kColumn + 8, 328, kRight, 356});
-    heading(374, L"Meetings");
-    AddControl(window, L"LISTBOX", L"", kList, kMeetings, RECT{kMargin, 394, kRight, 482});
-    heading(496, L"Subject", kMargin + 50);
-    AddControl(window, L"EDIT", L"", kEditLine, kMeetingSubject, RECT{kMargin + 54, 492, kRight, 516});
-    button(0, 526, L"&Change subject", kChange);
-    button(1, 526, L"1 hour &later", kLater);
-    button(2, 526, L"Ca&ncel meeting", kCancel);
-    heading(580, L"The add-in finds the client by its hidden window:");
-    button(0, 600, L"&Disappear", kDisappear);
-    button(1, 600, L"&Return", kReturn);
 }
 
 void Panel::AddMessage(const std::string& line, const Json::Value& message) {
@@ -134,11 +120,8 @@ void Panel::ShowMeetings() {
 }
 
 const Meeting* Panel::Selected() const {
-    const LRESULT index = ::SendMessageW(Control(kMeetings), LB_GETCURSEL, 0, 0);
-    if (index < 0 || static_cast<std::size_t>(index) >= listed_.size()) {
-        return nullptr;
-    }
-    const auto found = meetings_.All().find(listed_[static_cast<std::size_t>(index)]);
+    const auto index = static_cast<std::size_t>(::SendMessageW(Control(kMeetings), LB_GETCURSEL, 0, 0));
+    const auto found = index < listed_.size() ? meetings_.All().find(listed_[index]) : meetings_.All().end();
     return found == meetings_.All().end() ? nullptr : &found->second;
 }
 
@@ -207,40 +190,22 @@ void Panel::Cancel() {
 }
 
 void Panel::OnCommand(WORD control, WORD code) {
-    switch (control) {
-    case kMessages: {
-        const LRESULT index = ::SendMessageW(Control(kMessages), LB_GETCURSEL, 0, 0);
-        if (code == LBN_SELCHANGE && index >= 0) {
-            ::SetWindowTextW(Control(kDetails), messages_[static_cast<std::size_t>(index)].c_str());
-        }
-        break;
-    }
-    case kMeetings:
-        if (code == LBN_SELCHANGE) {
-            ShowSelected();
-        }
-        break;
-    case kAnswer:
-    case kAtOnce:
-        if (control == kAnswer || ::IsDlgButtonChecked(window_.Get(), kAtOnce) == BST_CHECKED) {
-            SendAnswers();
-        }
-        break;
-    case kChange:
-    case kLater:
+    const bool atOnce = ::IsDlgButtonChecked(window_.Get(), kAtOnce) == BST_CHECKED;
+    if (control == kMessages && code == LBN_SELCHANGE) {
+        const auto index = static_cast<std::size_t>(::SendMessageW(Control(kMessages), LB_GETCURSEL, 0, 0));
+        ::SetWindowTextW(Control(kDetails), index < messages_.size() ? messages_[index].c_str() : L"");
+    } else if (control == kMeetings && code == LBN_SELCHANGE) {
+        ShowSelected();
+    } else if (control == kAnswer || (control == kAtOnce && atOnce)) {
+        SendAnswers();
+    } else if (control == kChange || control == kLater) {
         Change(control);
-        break;
-    case kCancel:
+    } else if (control == kCancel) {
         Cancel();
-        break;
-    case kDisappear:
-    case kReturn:
-        execute_(control == kReturn ? "show" : "hide");
+    } else if (control == kDisappear || control == kReturn) {
         present_ = control == kReturn;
+        execute_(present_ ? "show" : "hide");
         ShowState();
-        break;
-    default:
-        break;
     }
 }
 

@@ -49,7 +49,6 @@ public:
 
 private:
     static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
-    void AddControls();
     void OnCommand(WORD control, WORD code);
     void SendAnswers();
     void Change(WORD control);

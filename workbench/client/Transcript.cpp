@@ -2,7 +2,8 @@
 
 #include "support/Text.h"
 
-#include <cstdio>
+#include <fmt/format.h>
+
 #include <stdexcept>
 
 namespace meeting_client {
@@ -11,21 +12,14 @@ namespace {
 std::string Now() {
     SYSTEMTIME now{};
     ::GetSystemTime(&now);
-    char text[64];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u.%03uZ", unsigned{now.wYear}, unsigned{now.wMonth},
-                  unsigned{now.wDay}, unsigned{now.wHour}, unsigned{now.wMinute}, unsigned{now.wSecond},
-                  unsigned{now.wMilliseconds});
-    return text;
+    return fmt::format("{}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", now.wYear, now.wMonth, now.wDay, now.wHour,
+                       now.wMinute, now.wSecond, now.wMilliseconds);
 }
 
 } // namespace
 
 Transcript::Transcript(const std::string& path) {
     if (path.empty()) {
-        return;
-    }
-    if (path == "-") {
-        output_ = ::GetStdHandle(STD_OUTPUT_HANDLE);
         return;
     }
     const HANDLE file =
@@ -36,33 +30,22 @@ Transcript::Transcript(const std::string& path) {
         throw std::runtime_error("cannot open the transcript \"" + path + "\": error " + std::to_string(error));
     }
     file_.Reset(file);
-    output_ = file;
 }
 
 void Transcript::Write(TranscriptEntry entry) {
-    if (!output_) {
+    if (!file_) {
         return;
     }
     const std::lock_guard<std::mutex> hold(lock_);
     entry.time = Now();
-    const auto passed = std::chrono::steady_clock::now() - start_;
-    entry.microseconds =
-        static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(passed).count());
     const std::string line = ToLine(entry) + '\n';
     DWORD written = 0;
-    ::WriteFile(output_, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    ::WriteFile(file_.Get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
 }
 
-void Transcript::Note(std::string_view text) {
+void Transcript::WriteText(const char* kind, std::string_view text) {
     TranscriptEntry entry;
-    entry.kind = "note";
-    entry.bytes = text;
-    Write(std::move(entry));
-}
-
-void Transcript::Fault(std::string_view text) {
-    TranscriptEntry entry;
-    entry.kind = "fault";
+    entry.kind = kind;
     entry.bytes = text;
     Write(std::move(entry));
 }

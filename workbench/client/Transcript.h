@@ -4,7 +4,6 @@
 
 #include "support/UniqueResource.h"
 
-#include <chrono>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -15,20 +14,20 @@ namespace meeting_client {
 /// crash of the client. Any thread.
 class Transcript {
 public:
-    /// @param path UTF-8; "-" for the standard output, empty for none. An existing file is continued.
+    /// @param path UTF-8; empty for none. An existing file is continued.
     /// @throws std::runtime_error when the file cannot be opened.
     explicit Transcript(const std::string& path);
 
-    /// Fills in the times. A line that cannot be written is lost.
+    /// Fills in the time. A line that cannot be written is lost.
     void Write(TranscriptEntry entry);
-    void Note(std::string_view text);
-    void Fault(std::string_view text);
+    void Note(std::string_view text) { WriteText("note", text); }
+    void Fault(std::string_view text) { WriteText("fault", text); }
 
 private:
+    void WriteText(const char* kind, std::string_view text);
+
     std::mutex lock_;
     UniqueHandle file_;
-    HANDLE output_ = nullptr; // the file or the standard output, which is not owned
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
 } // namespace meeting_client

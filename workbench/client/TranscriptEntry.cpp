@@ -1,53 +1,30 @@
 #include "workbench/client/TranscriptEntry.h"
 
-#include <json/json.h>
+#include "workbench/client/Meetings.h"
 
-#include <windows.h>
+#include "support/Text.h"
 
-#include <cstddef>
-#include <memory>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
 
 namespace meeting_client {
-namespace {
-
-int DigitValue(char digit) {
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
-    }
-    const int letter = digit | 0x20;
-    return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
-}
-
-bool IsUtf8(const std::string& text) {
-    return text.empty() || ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(),
-                                                 static_cast<int>(text.size()), nullptr, 0) > 0;
-}
-
-} // namespace
 
 std::string ToHex(std::string_view bytes) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string hex;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        hex += kDigits[byte >> 4];
-        hex += kDigits[byte & 0x0F];
-    }
-    return hex;
+    const auto* begin = reinterpret_cast<const unsigned char*>(bytes.data());
+    return fmt::format("{:02x}", fmt::join(begin, begin + bytes.size(), ""));
 }
 
 std::optional<std::string> FromHex(std::string_view hex) {
-    if (hex.size() % 2 != 0) {
-        return std::nullopt;
-    }
     std::string bytes;
-    for (std::size_t i = 0; i < hex.size(); i += 2) {
-        const int high = DigitValue(hex[i]);
-        const int low = DigitValue(hex[i + 1]);
-        if (high < 0 || low < 0) {
+    for (; !hex.empty(); hex.remove_prefix(2)) {
+        unsigned char byte = 0;
+        const char* end = hex.data() + std::min<std::size_t>(hex.size(), 2);
+        if (std::from_chars(hex.data(), end, byte, 16).ptr != hex.data() + 2) {
             return std::nullopt;
         }
-        bytes += static_cast<char>(high * 16 + low);
+        bytes += static_cast<char>(byte);
     }
     return bytes;
 }
@@ -55,7 +32,6 @@ std::optional<std::string> FromHex(std::string_view hex) {
 std::string ToLine(const TranscriptEntry& entry) {
     Json::Value line(Json::objectValue);
     line["time"] = entry.time;
-    line["us"] = Json::UInt64(entry.microseconds);
     line["kind"] = entry.kind;
     if (!entry.direction.empty()) {
         line["dir"] = entry.direction;
@@ -68,7 +44,7 @@ std::string ToLine(const TranscriptEntry& entry) {
     }
     if (entry.null) {
         line["null"] = true;
-    } else if (IsUtf8(entry.bytes)) {
+    } else if (ToUtf8(ToWide(entry.bytes)) == entry.bytes) {
         line["text"] = entry.bytes;
     } else {
         line["hex"] = ToHex(entry.bytes);
@@ -79,24 +55,19 @@ std::string ToLine(const TranscriptEntry& entry) {
     if (!entry.result.empty()) {
         line["result"] = entry.result;
     }
-    Json::StreamWriterBuilder writer;
-    writer["indentation"] = "";
-    writer["emitUTF8"] = true;
-    return Json::writeString(writer, line);
+    return Compact(line);
 }
 
 std::optional<TranscriptEntry> FromLine(std::string_view text) {
-    Json::Value line;
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    if (!reader->parse(text.data(), text.data() + text.size(), &line, nullptr) || !line.isObject() ||
-        !line["kind"].isString()) {
+    const std::optional<Json::Value> parsed = ParseObject(text);
+    if (!parsed || !(*parsed)["kind"].isString()) {
         return std::nullopt;
     }
+    const Json::Value& line = *parsed;
     const auto textOf = [&](const char* key) { return line[key].isString() ? line[key].asString() : std::string(); };
     const auto countOf = [&](const char* key) { return line[key].isUInt64() ? line[key].asUInt64() : 0; };
     TranscriptEntry entry;
     entry.time = textOf("time");
-    entry.microseconds = countOf("us");
     entry.kind = textOf("kind");
     entry.direction = textOf("dir");
     entry.number = countOf("dwData");

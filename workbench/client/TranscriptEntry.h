@@ -9,12 +9,11 @@ namespace meeting_client {
 
 /// One line of the transcript: a JSON object on a line of its own.
 struct TranscriptEntry {
-    std::string time;               ///< "time": UTC, "2025-03-04T05:06:07.089Z"
-    std::uint64_t microseconds = 0; ///< "us": since the client started, never going back
-    std::string kind;               ///< "kind": "copydata", "message", "order", "fault" or "note"
-    std::string direction;          ///< "dir": "in" or "out"; only for copydata and message
-    std::uint64_t number = 0;       ///< "dwData"; only for copydata
-    std::uint64_t size = 0;         ///< "cbData" for copydata, "bytes" for message
+    std::string time;         ///< "time": UTC, "2025-03-04T05:06:07.089Z"
+    std::string kind;         ///< "kind": "copydata", "message", "order", "fault" or "note"
+    std::string direction;    ///< "dir": "in" or "out"; only for copydata and message
+    std::uint64_t number = 0; ///< "dwData"; only for copydata
+    std::uint64_t size = 0;   ///< "cbData" for copydata, "bytes" for message
     /// "text" when it is valid UTF-8, "hex" when not; for copydata without the terminating NUL. Absent when `null`.
     std::string bytes;
     bool terminated = true; ///< "terminated": false, written only when the NUL is missing

@@ -1,11 +1,7 @@
 #include "workbench/client/UriScheme.h"
 
 #include "workbench/process/CommandLine.h"
-
-#include "support/UniqueResource.h"
-
-#include <iterator>
-#include <optional>
+#include "workbench/process/OwnProgram.h"
 
 namespace meeting_client {
 namespace {
@@ -15,14 +11,8 @@ constexpr wchar_t kMergedKey[] = L"quorvex"; // below HKEY_CLASSES_ROOT
 constexpr wchar_t kCommand[] = L"\\shell\\open\\command";
 
 long WriteText(HKEY root, const std::wstring& path, const wchar_t* name, const std::wstring& text) {
-    HKEY key = nullptr;
-    const long made = ::RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr);
-    if (made != ERROR_SUCCESS) {
-        return made;
-    }
-    const UniqueKey owned(key);
-    return ::RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                            static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+    return ::RegSetKeyValueW(root, path.c_str(), name, REG_SZ, text.c_str(),
+                             static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
 }
 
 long WriteScheme(HKEY root, const std::wstring& path, const std::wstring& command) {
@@ -42,23 +32,10 @@ std::wstring MergedCommand() {
     return read == ERROR_SUCCESS ? text : L"";
 }
 
-std::optional<std::wstring> OwnProgram() {
-    wchar_t program[4096];
-    const DWORD length = ::GetModuleFileNameW(nullptr, program, static_cast<DWORD>(std::size(program)));
-    if (length == 0 || length == std::size(program)) {
-        return std::nullopt;
-    }
-    return std::wstring(program, length);
-}
-
 } // namespace
 
 long RegisterUriScheme(const std::vector<std::wstring>& arguments) {
-    const auto program = OwnProgram();
-    if (!program) {
-        return ERROR_INSUFFICIENT_BUFFER;
-    }
-    const std::wstring command = process::JoinCommandLine(*program, arguments) + L" \"%1\"";
+    const std::wstring command = process::JoinCommandLine(process::ProgramPath(), arguments) + L" \"%1\"";
     const long result = WriteScheme(HKEY_CURRENT_USER, kUserKey, command);
     if (result != ERROR_SUCCESS || MergedCommand() == command) {
         return result;
@@ -68,10 +45,9 @@ long RegisterUriScheme(const std::vector<std::wstring>& arguments) {
 }
 
 long UnregisterUriScheme() {
-    const auto program = OwnProgram();
     const long result = ::RegDeleteTreeW(HKEY_CURRENT_USER, kUserKey);
     // The remaining entry is deleted only when it is ours: it may belong to the installed client.
-    if (program && MergedCommand().starts_with(process::JoinCommandLine(*program, {}))) {
+    if (MergedCommand().starts_with(process::JoinCommandLine(process::ProgramPath(), {}))) {
         ::RegDeleteTreeW(HKEY_CLASSES_ROOT, kMergedKey);
     }
     return result == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : result;

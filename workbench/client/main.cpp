@@ -19,14 +19,9 @@ namespace {
 
 using namespace meeting_client;
 
-int EditRegistration(const Options& options, const std::vector<std::wstring>& arguments) {
-    std::vector<std::wstring> others;
-    for (const std::wstring& argument : arguments) {
-        if (argument != L"--register-uri") {
-            others.push_back(argument);
-        }
-    }
-    const long error = options.registerUri ? RegisterUriScheme(others) : UnregisterUriScheme();
+int EditRegistration(const Options& options, std::vector<std::wstring> arguments) {
+    std::erase(arguments, L"--register-uri");
+    const long error = options.registerUri ? RegisterUriScheme(arguments) : UnregisterUriScheme();
     if (error != 0) {
         std::fprintf(stderr, "meeting_client: the registry refused the change: error %ld\n", error);
         return kCannotStart;
@@ -42,7 +37,7 @@ void CALLBACK EndOverdue(void*, BOOLEAN) {
 int RunClient(const Options& options) {
     // A URI that comes while the client runs only has to bring it to the front, which is nothing without a screen.
     const bool running = ::FindWindowExW(HWND_MESSAGE, nullptr, kControlWindow, kControlWindow) != nullptr;
-    if ((running || Makes(Fault::IgnoresUri)) && !options.launchUri.empty()) {
+    if ((running || Makes("ignores-uri")) && !options.launchUri.empty()) {
         return kEnded;
     }
     if (!options.hidden && wire::Find(wire::kClientWindow)) {
@@ -63,10 +58,10 @@ int main() {
     Options options;
     CLI::App app("", "meeting_client");
     try {
-        const std::vector<std::wstring> arguments = process::OwnArguments();
         Describe(app, options);
         app.parse(process::ParserArguments());
-        return options.registerUri || options.unregisterUri ? EditRegistration(options, arguments) : RunClient(options);
+        return options.registerUri || options.unregisterUri ? EditRegistration(options, process::OwnArguments())
+                                                            : RunClient(options);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kEnded : kBadCommandLine;
     } catch (const std::exception& error) {

@@ -1,4 +1,4 @@
-#include "workbench/interactive/EditorControls.h"
+#include "workbench/interactive/HostControls.h"
 
 #include "workbench/host/WindowPainter.h"
 #include "workbench/interactive/Controls.h"
@@ -10,15 +10,19 @@ namespace interactive {
 namespace {
 
 constexpr int kFieldLeft = 164; // beside the captions that the window paints
+constexpr int kTimeRight = kFieldLeft + 160;
 constexpr int kButtonWidth = 96;
 constexpr int kMargin = 12;
 
-struct Field {
-    int id;
-    int line; // of the painted captions: subject, location, start, end
+constexpr ControlRow kControls[] = {
+    {L"EDIT", L"", kEditLine, kSubject, {}},
+    {L"EDIT", L"", kEditLine, kStart, {}},
+    {L"EDIT", L"", kEditLine, kEnd, {}},
+    {L"BUTTON", L"&Save", kPushButton, kSave, {}},
+    {L"BUTTON", L"Save && &close", kPushButton, kSaveAndClose, {}},
+    {L"BUTTON", L"S&end", kPushButton, kSend, {}},
+    {L"BUTTON", L"&Delete", kPushButton, kDeleteItem, {}},
 };
-constexpr Field kFields[] = {{kSubject, 0}, {kStart, 2}, {kEnd, 3}};
-constexpr int kButtons[] = {kSave, kSaveAndClose, kSend, kDeleteItem};
 
 /// "2024-03-05 09:00", UTC; more text may follow. @return nothing unless it is a time.
 std::optional<DATE> ParseTime(const std::wstring& text) {
@@ -33,120 +37,102 @@ std::optional<DATE> ParseTime(const std::wstring& text) {
     return date;
 }
 
-} // namespace
-
-EditorControls::EditorControls(workbench::Inspector& inspector) : inspector_(inspector) {
-    const HWND window = inspector.Window();
-    for (const Field& field : kFields) {
-        AddControl(window, L"EDIT", L"", kEditLine, field.id, RECT{});
+class EditorControls : public workbench::WindowControls {
+public:
+    explicit EditorControls(workbench::Inspector& inspector) : inspector_(inspector) {
+        AddControls(inspector.Window(), kControls);
+        // Below the list and the buttons of the main window, beside the client's window.
+        const int step = static_cast<int>(inspector.Number() % 3) * 20;
+        ::SetWindowPos(inspector.Window(), nullptr, 150 + step, 250 + step, 620, 460, SWP_NOZORDER | SWP_NOACTIVATE);
     }
-    AddControl(window, L"BUTTON", L"&Save", kPushButton, kSave, RECT{});
-    AddControl(window, L"BUTTON", L"Save && &close", kPushButton, kSaveAndClose, RECT{});
-    AddControl(window, L"BUTTON", L"S&end", kPushButton, kSend, RECT{});
-    AddControl(window, L"BUTTON", L"&Delete", kPushButton, kDeleteItem, RECT{});
-    // Below the list and the buttons of the main window, beside the client's window.
-    const int step = static_cast<int>(inspector.Number() % 3) * 20;
-    ::SetWindowPos(window, nullptr, 150 + step, 250 + step, 620, 460, SWP_NOZORDER | SWP_NOACTIVATE);
-}
 
-void EditorControls::OnSize(const RECT& client) {
-    for (const Field& field : kFields) {
-        const int top = workbench::kStripHeight + 8 + field.line * workbench::kLineHeight;
-        const int right = field.id == kSubject ? client.right - kMargin : kFieldLeft + 160;
-        MoveControl(Control(field.id), RECT{kFieldLeft, top, right, top + workbench::kLineHeight - 1});
-    }
-    int number = 0;
-    for (const int id : kButtons) { // two columns at the right of the ribbon
-        const int left = client.right - (2 - number % 2) * (kButtonWidth + 6) - kMargin + 6;
-        const int top = workbench::kButtonTop + 4 + number / 2 * 34;
-        MoveControl(Control(id), RECT{left, top, left + kButtonWidth, top + 28});
-        ++number;
-    }
-}
-
-void EditorControls::OnRepaint() {
-    const workbench::ItemFields& fields = inspector_.CurrentItem()->fields;
-    showing_ = true;
-    const auto show = [&](int id, const std::wstring& text) {
-        if (id != typing_ && TextOf(Control(id)) != text) {
-            ::SetWindowTextW(Control(id), text.c_str());
+    void OnSize(const RECT& client) override {
+        const auto place = [&](int id, int line, long right) { // on a line of the painted captions
+            const long top = workbench::kStripHeight + 8 + line * workbench::kLineHeight;
+            MoveControl(Control(id), RECT{kFieldLeft, top, right, top + workbench::kLineHeight - 1});
+        };
+        place(kSubject, 0, client.right - kMargin);
+        place(kStart, 2, kTimeRight);
+        place(kEnd, 3, kTimeRight);
+        for (int i = 0; i <= kDeleteItem - kSave; ++i) { // two columns at the right of the ribbon
+            const long left = client.right - (2 - i % 2) * (kButtonWidth + 6) - kMargin + 6;
+            const long top = workbench::kButtonTop + 4 + i / 2 * 34;
+            MoveControl(Control(kSave + i), RECT{left, top, left + kButtonWidth, top + 28});
         }
-    };
-    show(kSubject, fields.subject);
-    show(kStart, workbench::DateText(fields.startUtc));
-    show(kEnd, workbench::DateText(fields.endUtc));
-    showing_ = false;
-}
-
-void EditorControls::TakeOver(WORD control) {
-    typing_ = control;
-    if (control == kSubject) {
-        inspector_.CurrentItem()->fields.subject = TextOf(Control(kSubject));
-        inspector_.CurrentItem()->Touch();
-    } else {
-        TakeOverTime(control);
     }
-    typing_ = 0;
-}
 
-void EditorControls::TakeOverTime(WORD control) {
-    const workbench::ItemPtr item = inspector_.CurrentItem();
-    const std::optional<DATE> time = ParseTime(TextOf(Control(control)));
-    if (!time || (control == kEnd && *time < item->fields.startUtc)) {
-        return; // still being written; the old time comes back when the user leaves the box
+    void OnRepaint() override {
+        const workbench::ItemFields& fields = inspector_.CurrentItem()->fields;
+        showing_ = true;
+        const auto show = [&](int id, const std::wstring& text) {
+            if (id != typing_ && TextOf(Control(id)) != text) {
+                ::SetWindowTextW(Control(id), text.c_str());
+            }
+        };
+        show(kSubject, fields.subject);
+        show(kStart, workbench::DateText(fields.startUtc));
+        show(kEnd, workbench::DateText(fields.endUtc));
+        showing_ = false;
     }
-    if (control == kStart) { // the end moves along, as in Outlook
-        item->fields.endUtc += *time - item->fields.startUtc;
-        item->fields.startUtc = *time;
-    } else {
-        item->fields.endUtc = *time;
-    }
-    item->Touch();
-}
 
-void EditorControls::OnCommand(WORD control, WORD code) {
-    const workbench::InspectorPtr self = inspector_.shared_from_this(); // most actions end the window
-    const workbench::ItemPtr item = inspector_.CurrentItem();
-    switch (control) {
-    case kSubject:
-    case kStart:
-    case kEnd:
-        if (code == EN_CHANGE && !showing_) {
-            TakeOver(control);
+    void OnCommand(WORD control, WORD code) override {
+        const workbench::InspectorPtr self = inspector_.shared_from_this(); // most actions end the window
+        const workbench::ItemPtr item = inspector_.CurrentItem();
+        if (control == kSave) {
+            item->Save();
+        } else if (control == kSaveAndClose) {
+            inspector_.Close(workbench::kCloseSave);
+        } else if (control == kSend) {
+            item->Send();
+        } else if (control == kDeleteItem) {
+            item->Delete();
+        } else if (control == IDCANCEL) { // the Esc key
+            inspector_.Close(workbench::kClosePrompt);
+        } else if (code == EN_CHANGE && !showing_) {
+            TakeOver(control, *item);
         } else if (code == EN_KILLFOCUS) {
             OnRepaint();
         }
-        break;
-    case kSave:
-        item->Save();
-        break;
-    case kSaveAndClose:
-        inspector_.Close(workbench::kCloseSave);
-        break;
-    case kSend:
-        item->Send();
-        break;
-    case kDeleteItem:
-        item->Delete();
-        break;
-    case IDCANCEL: // the Esc key
-        inspector_.Close(workbench::kClosePrompt);
-        break;
-    default:
-        break;
     }
+
+private:
+    HWND Control(int id) const { return ::GetDlgItem(inspector_.Window(), id); }
+
+    void TakeOver(WORD control, workbench::Item& item) {
+        const std::wstring text = TextOf(Control(control));
+        const std::optional<DATE> time = ParseTime(text);
+        if (control == kSubject) {
+            item.fields.subject = text;
+        } else if (!time || (control == kEnd && *time < item.fields.startUtc)) {
+            return;                     // still being written; the old time comes back when the user leaves the box
+        } else if (control == kStart) { // the end moves along, as in Outlook
+            item.fields.endUtc += *time - item.fields.startUtc;
+            item.fields.startUtc = *time;
+        } else {
+            item.fields.endUtc = *time;
+        }
+        typing_ = control;
+        item.Touch();
+        typing_ = 0;
+    }
+
+    workbench::Inspector& inspector_;
+    int typing_ = 0;       // the control whose text the user changes now: it is not written
+    bool showing_ = false; // true while this class writes the texts itself
+};
+
+} // namespace
+
+std::shared_ptr<workbench::WindowControls> MakeEditorControls(workbench::Inspector& inspector) {
+    return std::make_shared<EditorControls>(inspector);
 }
 
 workbench::OlInspectorClose AskClose(workbench::Inspector& inspector) {
     const std::wstring text = L"Do you want to save the changes to \"" + inspector.Caption() + L"\"?";
-    switch (::MessageBoxW(inspector.Window(), text.c_str(), L"Outlook", MB_YESNOCANCEL | MB_ICONWARNING)) {
-    case IDYES:
-        return workbench::kCloseSave;
-    case IDNO:
-        return workbench::kCloseDiscard;
-    default:
-        return workbench::kClosePrompt;
-    }
+    const int answer = ::MessageBoxW(inspector.Window(), text.c_str(), L"Outlook", MB_YESNOCANCEL | MB_ICONWARNING);
+    return answer == IDYES  ? workbench::kCloseSave
+           : answer == IDNO ? workbench::kCloseDiscard
+                            : workbench::kClosePrompt;
 }
 
 } // namespace interactive

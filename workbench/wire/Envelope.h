@@ -35,8 +35,6 @@ public:
     /// @param bytes all carried bytes, the terminating NUL included; null when the sender gave none.
     Result Take(std::uint64_t number, const char* bytes, std::size_t size);
 
-    std::size_t Unfinished() const noexcept { return parts_.size(); }
-
 private:
     void TakeSegment(std::uint32_t number, std::string_view text, Result& result);
 

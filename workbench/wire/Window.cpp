@@ -2,6 +2,7 @@
 
 #include "workbench/wire/Envelope.h"
 
+#include <algorithm>
 #include <future>
 #include <memory>
 #include <optional>
@@ -18,6 +19,24 @@ constexpr UINT kRun = WM_APP + 1; // to the thread: lParam owns a std::function<
 HWND Find(const wchar_t* name) noexcept {
     const HWND found = ::FindWindowExW(HWND_MESSAGE, nullptr, name, name);
     return found ? found : ::FindWindowW(name, name);
+}
+
+std::vector<HWND> FindAll(const wchar_t* windowClass, const wchar_t* title) {
+    std::vector<HWND> windows;
+    for (const HWND parent : {HWND_MESSAGE, HWND(nullptr)}) {
+        for (HWND next = nullptr; (next = ::FindWindowExW(parent, next, windowClass, title)) != nullptr;) {
+            if (std::ranges::find(windows, next) == windows.end()) { // the second search may find both kinds
+                windows.push_back(next);
+            }
+        }
+    }
+    return windows;
+}
+
+DWORD ProcessOf(HWND window) noexcept {
+    DWORD process = 0;
+    ::GetWindowThreadProcessId(window, &process);
+    return process;
 }
 
 DWORD SendBytes(HWND to, HWND from, std::uint64_t number, const char* bytes, std::size_t size, UINT limit) noexcept {

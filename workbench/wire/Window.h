@@ -9,6 +9,7 @@
 #include <functional>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 namespace wire {
 
@@ -20,6 +21,11 @@ inline constexpr UINT kSendLimit = 5000; // ms for each WM_COPYDATA
 
 /// The first channel window of that name on the desktop; null when there is none.
 HWND Find(const wchar_t* name) noexcept;
+
+/// All windows of that class, channel windows and others. @param title null for any.
+std::vector<HWND> FindAll(const wchar_t* windowClass, const wchar_t* title);
+
+DWORD ProcessOf(HWND window) noexcept; ///< its id; 0 when there is no such window
 
 /// Sends one WM_COPYDATA with just these bytes. Messages sent to the caller's windows wait meanwhile.
 /// @param from null for none. @param bytes may be null. @return ERROR_SUCCESS, or why it was not taken.

@@ -10,7 +10,6 @@ namespace wire {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 const std::string kHead = "%pre_nbmsdk%";
 const std::string kTail = "%end_flag%";
@@ -42,33 +41,6 @@ TEST(Split, CutsWhereTheWireFormatSays) {
         }
         EXPECT_EQ(texts, c.texts);
     }
-}
-
-TEST(Joiner, JoinsInterleavedMessagesThatWereCutInsideACharacter) {
-    std::string chinese; // three bytes a character: 1011 is a multiple of three, so shift by one
-    for (int i = 0; i < 700; ++i) {
-        chinese += "\xE4\xBC\x9A";
-    }
-    const std::string first = "a" + chinese;
-    const std::string second = "bb" + chinese;
-    const auto firstEnvelopes = Split(first, 4'294'967'295U);
-    const auto secondEnvelopes = Split(second, 1);
-    ASSERT_EQ(firstEnvelopes.size(), 3U);
-    Joiner joiner;
-    std::vector<std::string> messages;
-    const auto take = [&](const Envelope& envelope) {
-        const auto result = joiner.Take(envelope.number, envelope.text.c_str(), envelope.text.size() + 1);
-        EXPECT_THAT(result.faults, IsEmpty());
-        if (!result.message.empty()) {
-            messages.push_back(result.message);
-        }
-    };
-    for (std::size_t i = 0; i < 3; ++i) {
-        take(firstEnvelopes[i]);
-        take(secondEnvelopes[i]);
-    }
-    EXPECT_THAT(messages, ElementsAre(first, second));
-    EXPECT_EQ(joiner.Unfinished(), 0U);
 }
 
 TEST(Joiner, NamesWhatTheSenderDidWrong) {
