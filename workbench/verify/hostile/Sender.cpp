@@ -34,7 +34,7 @@ public:
         for (; at_ < messages_; ++at_) {
             const Shot shot = shots_.Next();
             if (shot.outcome == Outcome::Complete) {
-                Await([this] { return board_.complete - board_.read < kMostWaiting; },
+                Await([this] { return board_.complete < board_.read + kMostWaiting; },
                       "the add-in reads no message any more");
             }
             shot.message == WM_COPYDATA ? FireText(shot) : FireOther(shot);
