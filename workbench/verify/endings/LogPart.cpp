@@ -166,9 +166,8 @@ private:
 
     /// @param renamed the old file is there as a copy: nothing may be lost then.
     void JudgeWriter(const Writer& writer, const WriterAccount& account, bool renamed) {
-        // The rotation empties a file that it cannot rename, because another process has it open and gets
-        // no turn to close it: for want of something to write, or of processor time. Nothing else loses
-        // lines.
+        // The rotation empties a file that it cannot rename, because another process has it open and gets no turn to
+        // close it: for want of something to write, or of processor time. Nothing else loses lines.
         const bool mayLoseOldOnes = scene_.rotates && scene_.writers > 1 && !renamed;
         if (account.disordered != 0) {
             Violation("process " + writer.mark + ": lines twice or out of order");
