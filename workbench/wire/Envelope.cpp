@@ -85,7 +85,9 @@ void Joiner::TakeSegment(std::uint32_t number, std::string_view text, Result& re
         result.faults.push_back("last segment without a first one");
     }
     part->second += body;
+    unfinishedBytes_ += body.size();
     if (last) {
+        unfinishedBytes_ -= part->second.size();
         result.message = std::move(part->second);
         parts_.erase(part);
     }

@@ -35,10 +35,13 @@ public:
     /// @param bytes all carried bytes, the terminating NUL included; null when the sender gave none.
     Result Take(std::uint64_t number, const char* bytes, std::size_t size);
 
+    std::size_t UnfinishedBytes() const noexcept { return unfinishedBytes_; }
+
 private:
     void TakeSegment(std::uint32_t number, std::string_view text, Result& result);
 
     std::map<std::uint32_t, std::string> parts_;
+    std::size_t unfinishedBytes_ = 0;
 };
 
 } // namespace wire

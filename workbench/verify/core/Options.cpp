@@ -22,7 +22,6 @@ void AddHostile(CLI::App& app, HostileOptions& options) {
     app.add_option("--seed", options.seed, "the same sequence again");
     app.add_flag("--self-test", options.selfTest, "only damage some heap blocks, and fail unless each is noticed");
     app.add_option("--board", options.board)->group("");
-    app.add_option("--host", options.host)->group("");
 }
 
 void AddEndings(CLI::App& app, EndingOptions& options) {

@@ -23,9 +23,7 @@ struct HostileOptions {
     std::uint64_t messages = 1'000'000;
     std::uint64_t seed = 0;
     bool selfTest = false;
-    // The second process:
-    std::string board;      // name; not empty
-    std::uint32_t host = 0; // process; the sender ends with it
+    std::string board; // of the second process: its name; not empty
 };
 
 struct EndingOptions {
@@ -71,7 +69,7 @@ int RunSoak(SoakOptions options);
 
 /// A second process sends the real module, in the stand-in Outlook, what any process of the desktop may send.
 int RunHostile(const HostileOptions& options);
-/// The second process: sends them all. @return its exit code; not 0 with a reason on the board.
+/// The second process: sends them all. @return its exit code. @throws std::runtime_error as soon as the add-in fails.
 int RunSender(const HostileOptions& options);
 
 /// Every way in which a host ends the add-in, and its log shared by several processes.

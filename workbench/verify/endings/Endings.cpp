@@ -1,32 +1,17 @@
 #include "workbench/verify/endings/Endings.h"
 
 #include "workbench/verify/core/LogTail.h"
+#include "workbench/verify/endings/Lines.h"
 
-#include "resources/Connect.h"
-#include "tests/fakes/AddInModule.h"
+#include "workbench/host/Pump.h"
 
-#include <windows.h>
-#include <objbase.h>
+#include "support/Text.h"
 
-#include <stdexcept>
+#include <oaidl.h>
+
 #include <utility>
 
 namespace verify {
-namespace {
-
-IDispatch* MakeObject(HMODULE module) {
-    using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, LPVOID*);
-    const auto getClassObject = FunctionOf<GetClassObject>(module, "DllGetClassObject");
-    void* factory = nullptr;
-    void* object = nullptr;
-    if (getClassObject && SUCCEEDED(getClassObject(CLSID_NembraMeeting, IID_IClassFactory, &factory))) {
-        static_cast<IClassFactory*>(factory)->CreateInstance(nullptr, IID_IDispatch, &object);
-        static_cast<IClassFactory*>(factory)->Release();
-    }
-    return static_cast<IDispatch*>(object);
-}
-
-} // namespace
 
 int RunEndings(const EndingOptions& options) {
     if (!options.child.empty()) {
@@ -66,44 +51,31 @@ process::ChildProcess StartEnding(std::vector<std::wstring> words) {
     return StartChild(words);
 }
 
-Module::Module() : module_(::LoadLibraryExW(AddInModulePath().c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
-    object_ = module_ ? MakeObject(module_) : nullptr;
-    if (!object_) {
-        throw std::runtime_error("OutlookAddIn.dll could not be loaded; build it first");
+EndingProcess::EndingProcess(std::vector<std::wstring> words)
+    : process([&] {
+          words.insert(words.end(), {readyName, goName});
+          return StartEnding(words);
+      }()) {}
+
+void AwaitGo(const std::vector<std::string>& words) {
+    constexpr unsigned kGoLimit = 600'000; // ms; a writer may have to wait for another one's lines
+    ::SetEvent(SharedEvent(ToWide(words.rbegin()[1])).Get());
+    const UniqueHandle go = SharedEvent(ToWide(words.back()));
+    workbench::PumpUntil([&] { return ::WaitForSingleObject(go.Get(), 0) == WAIT_OBJECT_0; }, kGoLimit);
+}
+
+// The add-in logs each name that it is asked for. The look-up fails; the line has been written by then.
+void WriteNumbered(IUnknown* addIn, const std::string& mark, std::uint64_t count) {
+    IDispatch* object = nullptr;
+    addIn->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object));
+    for (std::uint64_t number = 0; number < count; ++number) {
+        const std::string text = NumberedText(mark, number);
+        std::wstring name(text.begin(), text.end()); // ASCII
+        LPOLESTR names = name.data();
+        DISPID unused = DISPID_UNKNOWN;
+        object->GetIDsOfNames(IID_NULL, &names, 1, 0, &unused);
     }
-}
-
-Module::~Module() {
-    ReleaseObject();
-    Free();
-}
-
-HRESULT Module::CanUnload(HMODULE module) {
-    const auto canUnload = FunctionOf<HRESULT(STDAPICALLTYPE*)()>(module, "DllCanUnloadNow");
-    return canUnload ? canUnload() : E_NOTIMPL;
-}
-
-// The look-up fails; the line has been written by then.
-void Module::Log(IDispatch* object, const std::string& text) {
-    std::wstring name(text.begin(), text.end()); // ASCII
-    LPOLESTR names = name.data();
-    DISPID unused = DISPID_UNKNOWN;
-    object->GetIDsOfNames(IID_NULL, &names, 1, 0, &unused);
-}
-
-ULONG Module::ReleaseObject() {
-    IDispatch* const object = std::exchange(object_, nullptr);
-    return object ? object->Release() : 0;
-}
-
-void Module::Free() {
-    if (HMODULE module = std::exchange(module_, nullptr)) {
-        ::FreeLibrary(module);
-    }
-}
-
-bool Module::IsMapped() {
-    return ::GetModuleHandleW(L"OutlookAddIn.dll") != nullptr;
+    object->Release();
 }
 
 } // namespace verify

@@ -3,8 +3,7 @@
 #include "workbench/verify/core/Options.h"
 #include "workbench/verify/core/Process.h"
 #include "workbench/verify/core/Report.h"
-
-#include <oaidl.h>
+#include "workbench/verify/core/Session.h"
 
 #include <string>
 #include <vector>
@@ -18,48 +17,33 @@ namespace verify {
 void RunCycles(const EndingOptions& options, Report& report);
 int PlayCycles(const std::vector<std::string>& words); // kind, number
 
-/// Processes with a connected add-in that end at a random moment, most of them without OnDisconnection. The plans are
-/// those of ExitPlan.
+/// Processes with a connected add-in that end at a random moment, most of them without OnDisconnection.
 void RunExits(const EndingOptions& options, Report& report);
-int PlayExit(const std::vector<std::string>& words); // a plan's, then the events "connected" and "go"
+int PlayExit(const std::vector<std::string>& words); // number, seed
 
 /// Several processes, each with the add-in, write numbered lines into the same log.
 void RunLog(const EndingOptions& options, Report& report);
-int PlayWriter(const std::vector<std::string>& words); // mark, number of lines, the events "ready" and "go"
+int PlayWriter(const std::vector<std::string>& words); // mark, number of lines
 
 void DeleteLogs();
+
+/// A process of this mode that says when it is ready and waits until it is told to go.
+struct EndingProcess {
+    /// @param words for it; the names of the events are added. @throws std::runtime_error
+    explicit EndingProcess(std::vector<std::wstring> words);
+
+    std::wstring readyName = NewName();
+    std::wstring goName = NewName();
+    UniqueHandle ready = SharedEvent(readyName);
+    UniqueHandle go = SharedEvent(goName);
+    process::ChildProcess process;
+};
+/// The same on the side of that process, which handles messages meanwhile.
+void AwaitGo(const std::vector<std::string>& words);
+
 /// A process of this mode. @throws std::runtime_error
 process::ChildProcess StartEnding(std::vector<std::wstring> words);
-
-template <class Type>
-Type FunctionOf(HMODULE module, const char* name) {
-    return reinterpret_cast<Type>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
-}
-
-/// The add-in's module and one object of it, without a host. COM is initialised.
-class Module {
-public:
-    /// @throws std::runtime_error
-    Module();
-    ~Module();
-    Module(const Module&) = delete;
-    Module& operator=(const Module&) = delete;
-
-    HMODULE Handle() const { return module_; }
-    IDispatch* Object() const { return object_; }
-    /// Has the add-in log a line with that text.
-    static void Log(IDispatch* object, const std::string& text);
-
-    /// @return the references that are left.
-    ULONG ReleaseObject();
-    void Free();
-    /// Whether it is mapped in this process, whoever loaded it.
-    static bool IsMapped();
-    static HRESULT CanUnload(HMODULE module);
-
-private:
-    HMODULE module_ = nullptr;
-    IDispatch* object_ = nullptr;
-};
+/// Has the add-in log so many numbered lines with that mark. Any thread.
+void WriteNumbered(IUnknown* addIn, const std::string& mark, std::uint64_t count);
 
 } // namespace verify

@@ -1,93 +1,20 @@
 #include "workbench/verify/endings/Lines.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
-#include <charconv>
 #include <fstream>
 #include <iterator>
+#include <regex>
 
 namespace verify {
-namespace {
-
-constexpr std::string_view kLineEnd = "\r\n";
-constexpr std::string_view kMarkedName = "rgszName: #"; // as the add-in logs a member that it is asked for
-constexpr std::string_view kInnerStamp = "][P:";
-constexpr std::size_t kTornKept = 8;
-constexpr std::size_t kTornShown = 160; // bytes of one
-constexpr std::uint64_t kLongEvery = 50;
-constexpr std::size_t kLongLength = 6000;
-
-std::size_t LengthOf(std::uint64_t number) {
-    return number % kLongEvery == kLongEvery - 1 ? kLongLength : 10 + static_cast<std::size_t>(number % 97);
-}
-
-bool IsDigit(char one) {
-    return one >= '0' && one <= '9';
-}
-
-/// Takes what fits `pattern` off the front of `text`. '#': one or more digits; '*': up to the character behind it.
-bool TakeOff(std::string_view& text, std::string_view pattern) {
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
-        std::size_t length = 1;
-        if (pattern[i] == '#') {
-            length = static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsDigit) - text.begin());
-        } else if (pattern[i] == '*') {
-            length = text.find(pattern[i + 1]);
-        } else if (text.empty() || text.front() != pattern[i]) {
-            return false;
-        }
-        if (length == 0 || length > text.size()) { // npos, too
-            return false;
-        }
-        text.remove_prefix(length);
-    }
-    return true;
-}
-
-bool IsLevel(std::string_view text) {
-    return text == "Err" || text == "War" || text == "Inf";
-}
-
-bool TakeHeader(std::string_view text) {
-    return TakeOff(text, "Logone(v3.0) Begin Time:#-#-# #:#:#.#") && text.empty();
-}
-
-/// @return the message of an entry; nothing when there is no whole beginning.
-std::optional<std::string_view> MessageOf(std::string_view line) {
-    if (!TakeOff(line, "[#-#-# #:#:#.#][P:#/T:#][") || !IsLevel(line.substr(0, 3))) {
-        return std::nullopt;
-    }
-    line.remove_prefix(3);
-    return TakeOff(line, "][*:# *]") ? std::make_optional(line) : std::nullopt;
-}
-
-std::uint64_t ReadNumber(std::string_view text, std::size_t& at) {
-    std::uint64_t value = 0;
-    const auto [end, error] = std::from_chars(text.data() + at, text.data() + text.size(), value);
-    at = static_cast<std::size_t>(end - text.data());
-    return error == std::errc() ? value : UINT64_MAX;
-}
-
-} // namespace
 
 std::string NumberedText(std::string_view mark, std::uint64_t number) {
-    std::string text("#");
-    text.append(mark).append("/").append(std::to_string(number)).append("/");
-    const std::size_t length = LengthOf(number);
-    for (std::size_t i = 0; i < length; ++i) {
-        text.push_back(static_cast<char>('a' + (number + i) % 26));
+    std::string filling(number % 50 == 49 ? 6000 : 10 + static_cast<std::size_t>(number % 97), 'a');
+    for (std::size_t i = 0; i < filling.size(); ++i) {
+        filling[i] = static_cast<char>('a' + (number + i) % 26);
     }
-    return text.append("/");
-}
-
-std::optional<Numbered> ReadNumbered(std::string_view text) {
-    const std::size_t slash = text.find('/');
-    if (slash == std::string_view::npos || slash < 2 || text.front() != '#') {
-        return std::nullopt;
-    }
-    Numbered line{std::string(text.substr(1, slash - 1)), 0};
-    std::size_t at = slash + 1;
-    line.number = ReadNumber(text, at);
-    return text == NumberedText(line.mark, line.number) ? std::make_optional(line) : std::nullopt;
+    return fmt::format("#{}/{}/{}/", mark, number, filling);
 }
 
 std::string ReadFrom(const std::filesystem::path& path, std::uint64_t offset) {
@@ -96,61 +23,62 @@ std::string ReadFrom(const std::filesystem::path& path, std::uint64_t offset) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void LineChecker::Take(std::string_view content) {
+void LogAccount::Take(std::string_view content) {
+    constexpr std::string_view kLineEnd = "\r\n";
     while (!content.empty()) {
         const std::size_t end = content.find(kLineEnd);
-        if (end == std::string_view::npos) {
-            AddTorn(content); // without an end
-            return;
+        const std::string_view line = content.substr(0, end);
+        if (end == std::string_view::npos || !TakeLine(line)) {
+            constexpr std::size_t kShown = 160;
+            std::string& shown = torn.emplace_back(line.substr(0, kShown));
+            std::replace(shown.begin(), shown.end(), '\0', '?');
         }
-        TakeLine(content.substr(0, end));
-        content.remove_prefix(end + kLineEnd.size());
+        content.remove_prefix(std::min(content.size(), line.size() + kLineEnd.size()));
     }
 }
 
-void LineChecker::TakeLine(std::string_view line) {
-    if (TakeHeader(line)) {
-        ++headers_;
-        return;
+/// @return false when it is torn.
+bool LogAccount::TakeLine(std::string_view line) {
+    static const std::regex newLog(R"(Logone\(v3\.0\) Begin Time:\d+-\d+-\d+ \d+:\d+:\d+\.\d+)");
+    static const std::regex head(
+        R"(\[\d+-\d+-\d+ \d+:\d+:\d+\.\d+\]\[P:\d+/T:\d+\]\[(Err|War|Inf)\]\[[^:]+:\d+ [^\]]+\])");
+    static const std::regex numbered(R"(rgszName: #(\w+)/(\d{1,18})/)"); // as the add-in logs a name
+    const char* const end = line.data() + line.size();
+    std::cmatch found;
+    if (!std::regex_search(line.data(), end, found, head, std::regex_constants::match_continuous)) {
+        return std::regex_match(line.data(), end, newLog);
     }
-    const auto message = MessageOf(line);
-    if (!message || message->find(kInnerStamp) != std::string_view::npos || line.find('\0') != std::string_view::npos) {
-        AddTorn(line);
-        return;
+    const std::string_view text = line.substr(static_cast<std::size_t>(found.length()));
+    if (text.find("][P:") != std::string_view::npos || line.find('\0') != std::string_view::npos) {
+        return false;
     }
-    ++entries_;
-    if (!message->starts_with(kMarkedName)) {
-        return;
+    ++entries;
+    if (!text.starts_with("rgszName: #")) {
+        return true;
     }
-    if (const auto numbered = ReadNumbered(message->substr(kMarkedName.size() - 1))) {
-        Count(*numbered);
-    } else {
-        AddTorn(line);
+    if (!std::regex_search(text.data(), end, found, numbered, std::regex_constants::match_continuous)) {
+        return false;
     }
+    const std::string mark = found[1];
+    const std::uint64_t number = std::stoull(found[2]);
+    if (text != "rgszName: " + NumberedText(mark, number)) {
+        return false;
+    }
+    Count(mark, number);
+    return true;
 }
 
-void LineChecker::Count(const Numbered& line) {
-    const auto [found, isNew] = writers_.try_emplace(line.mark);
+void LogAccount::Count(const std::string& mark, std::uint64_t number) {
+    const auto [found, isNew] = writers.try_emplace(mark);
     WriterAccount& account = found->second;
     ++account.whole;
     if (isNew) {
-        account.first = account.last = line.number;
-    } else if (line.number == account.last) {
-        ++account.duplicated;
-    } else if (line.number < account.last) {
+        account.first = account.last = number;
+    } else if (number <= account.last) {
         ++account.disordered;
     } else {
-        account.lostInside += line.number - account.last - 1;
-        account.last = line.number;
-    }
-}
-
-void LineChecker::AddTorn(std::string_view line) {
-    ++tornCount_;
-    if (torn_.size() < kTornKept) {
-        std::string shown(line.substr(0, kTornShown));
-        std::replace(shown.begin(), shown.end(), '\0', '?');
-        torn_.push_back(line.size() > kTornShown ? shown + "..." : shown);
+        account.lostInside += number - account.last - 1;
+        account.last = number;
     }
 }
 

@@ -5,8 +5,7 @@
 
 #include "support/Text.h"
 
-#include <winioctl.h>
-
+#include <fstream>
 #include <random>
 #include <stdexcept>
 
@@ -40,40 +39,26 @@ constexpr Scene kScenes[] = {
     {"2 processes, one has the log open and writes after the other's rotation", 2, true, Trouble::Idle},
 };
 
-struct FileTraits {
-    using Value = HANDLE;
-    static Value Empty() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Value file) noexcept { ::CloseHandle(file); }
-};
-using UniqueFile = UniqueResource<FileTraits>;
-
 /// 0 when it is missing.
-std::uint64_t SizeOf(const std::filesystem::path& file) {
+std::uint64_t SizeOfLog(int copy) {
     std::error_code error;
-    const std::uint64_t size = std::filesystem::file_size(file, error);
+    const std::uint64_t size = std::filesystem::file_size(AddinLogFile(copy), error);
     return error ? 0 : size;
 }
 
-/// Creates the file with so many bytes that take no room on the disk.
-void MakeSparse(const std::filesystem::path& path, std::uint64_t bytes) {
-    std::filesystem::create_directories(path.parent_path());
-    const UniqueFile file(
-        ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    DWORD unused = 0;
-    // Where the file system needs no such request, the file is sparse by itself.
-    ::DeviceIoControl(file.Get(), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &unused, nullptr);
-    LARGE_INTEGER size{};
-    size.QuadPart = static_cast<LONGLONG>(bytes);
-    if (!file || !::SetFilePointerEx(file.Get(), size, nullptr, FILE_BEGIN) || !::SetEndOfFile(file.Get())) {
+/// Makes a log of so many bytes, which are a hole in the file where the file system has such.
+void MakeLog(int copy, std::uint64_t bytes) {
+    std::filesystem::create_directories(AddinLogFile().parent_path());
+    std::ofstream file(AddinLogFile(copy), std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(bytes - 1));
+    if (!file.put('\0').flush()) {
         throw std::runtime_error("the log file could not be made");
     }
 }
 
 struct Writer {
     std::string mark;
-    UniqueHandle ready;
-    UniqueHandle go;
-    process::ChildProcess process;
+    EndingProcess child;
 };
 
 /// One scene from its start to its judgement.
@@ -83,16 +68,121 @@ public:
         : scene_(scene), lines_(lines), random_(random), report_(report) {}
     ~LogScene() { DeleteLogs(); }
 
-    void Play();
+    void Play() {
+        Say("  {}", scene_.name);
+        DeleteLogs();
+        if (scene_.rotates) {
+            const std::uint64_t together = scene_.trouble == Trouble::None ? scene_.writers : 1;
+            hole_ = kThreshold - together * lines_ * kBytesPerLine / 2;
+            MakeLog(0, hole_);
+            MakeLog(1, 1);
+            MakeLog(2, 2);
+        }
+        StartWriters();
+        MakeTrouble();
+        AwaitWriters();
+        Judge();
+    }
 
 private:
-    void PrepareFiles();
-    void StartWriters();
-    void MakeTrouble();
-    void AwaitWriters();
-    void Judge();
+    void StartWriters() {
+        for (unsigned i = 0; i < scene_.writers; ++i) {
+            const std::string mark(1, static_cast<char>('A' + i));
+            writers_.push_back({mark, EndingProcess({L"write", ToWide(mark), std::to_wstring(lines_)})});
+        }
+        for (const Writer& writer : writers_) {
+            if (!writer.child.process.WaitFor(writer.child.ready.Get(), kStartLimit)) {
+                throw std::runtime_error("a writer does not start");
+            }
+        }
+        for (const Writer& writer : writers_) {
+            if (scene_.trouble == Trouble::Idle && &writer != &writers_.front()) {
+                writers_.front().child.process.WaitForEnd(Limit());
+            }
+            ::SetEvent(writer.child.go.Get());
+        }
+    }
+
+    void MakeTrouble() {
+        process::ChildProcess& process = writers_.front().child.process;
+        const auto moment = static_cast<DWORD>(20 + random_() % 200); // ms
+        if (scene_.trouble == Trouble::Kill) {
+            ::Sleep(moment);
+            process.Terminate(kKilled);
+        } else if (scene_.trouble == Trouble::Suspend) {
+            ::Sleep(moment);
+            process.Suspend();
+            const auto code = writers_.back().child.process.WaitForEnd(kStop);
+            Say("    the other one {} when the stopped one goes on", code ? "has finished" : "still writes");
+            process.Resume();
+        }
+    }
+
+    void AwaitWriters() {
+        for (const Writer& writer : writers_) {
+            const auto code = writer.child.process.WaitForEnd(Limit());
+            if (!code) {
+                Violation("hang: process " + writer.mark);
+            } else if (*code != 0 && !(Killed(writer) && code == kKilled)) {
+                Violation(fmt::format("process {} ends with 0x{:x}", writer.mark, *code));
+            }
+        }
+    }
+
+    void Judge() {
+        LogAccount log;
+        const bool rotated = scene_.rotates && SizeOfLog(0) < hole_;
+        const bool renamed = scene_.rotates && SizeOfLog(1) > hole_;
+        if (renamed) {
+            log.Take(ReadFrom(AddinLogFile(1), hole_));
+        }
+        log.Take(ReadFrom(AddinLogFile(), rotated ? 0 : hole_));
+        for (const std::string& line : log.torn) {
+            Resumed() ? Say("    torn: {}", line) : Violation("torn: " + line);
+        }
+        if (rotated != scene_.rotates) {
+            Violation("no rotation");
+        }
+        if (renamed && SizeOfLog(2) != 1) {
+            Violation("the copy of before is not the second one now");
+        }
+        std::uint64_t whole = 0;
+        bool someoneEnded = false; // with the last line in the files
+        std::string lost;
+        for (const Writer& writer : writers_) {
+            const WriterAccount& account = log.writers[writer.mark];
+            JudgeWriter(writer, account, renamed);
+            whole += account.whole;
+            someoneEnded = someoneEnded || (account.whole != 0 && account.last == lines_ - 1);
+            lost += fmt::format("; {}: {} lost before the first, {} inside", writer.mark,
+                                account.whole != 0 ? account.first : lines_, account.lostInside);
+        }
+        if (!someoneEnded) {
+            Violation("no process has its last line in the log");
+        }
+        report_.Row(scene_.name, fmt::format("{} lines each: {} found whole, torn {}{}{}", lines_, whole,
+                                             log.torn.size(), lost, renamed ? "; the full file is copy 1" : ""));
+    }
+
     /// @param renamed the old file is there as a copy: nothing may be lost then.
-    void JudgeWriter(const Writer& writer, const LineChecker& checker, bool renamed);
+    void JudgeWriter(const Writer& writer, const WriterAccount& account, bool renamed) {
+        // The rotation empties a file that it cannot rename, because another process has it open and gets no turn to
+        // close it: for want of something to write, or of processor time. Nothing else loses lines.
+        const bool mayLoseOldOnes = scene_.rotates && scene_.writers > 1 && !renamed;
+        if (account.disordered != 0) {
+            Violation("process " + writer.mark + ": lines twice or out of order");
+        }
+        if (account.lostInside != 0 && !Resumed()) {
+            Violation(fmt::format("process {}: {} lines lost in the middle", writer.mark, account.lostInside));
+        }
+        if ((account.whole == 0 || account.last != lines_ - 1) && !Killed(writer) && !mayLoseOldOnes) {
+            Violation("process " + writer.mark + ": the last line is lost");
+        }
+        if (account.first != 0 && !mayLoseOldOnes) {
+            Violation(fmt::format("process {}: {} lines lost at the start", writer.mark, account.first));
+        }
+    }
+
     void Violation(const std::string& what) { report_.Violation(std::string(scene_.name) + ": " + what); }
     DWORD Limit() const { return static_cast<DWORD>(kWriteLimit + lines_ * scene_.writers / 2); }
     /// A process that was stopped inside its write ends it afterwards, over what the others have written meanwhile:
@@ -106,140 +196,7 @@ private:
     Report& report_;
     std::uint64_t hole_ = 0; // bytes before the first line
     std::vector<Writer> writers_;
-    std::string lost_;
 };
-
-void LogScene::PrepareFiles() {
-    DeleteLogs();
-    if (!scene_.rotates) {
-        return;
-    }
-    const std::uint64_t together = scene_.trouble == Trouble::None ? scene_.writers : 1;
-    const std::uint64_t output = together * lines_ * kBytesPerLine;
-    hole_ = kThreshold - output / 2;
-    MakeSparse(AddinLogFile(), hole_);
-    MakeSparse(AddinLogFile(1), 1);
-    MakeSparse(AddinLogFile(2), 2);
-}
-
-void LogScene::StartWriters() {
-    for (unsigned i = 0; i < scene_.writers; ++i) {
-        const std::wstring ready = NewName();
-        const std::wstring go = NewName();
-        const std::string mark(1, static_cast<char>('A' + i));
-        writers_.push_back({mark, SharedEvent(ready), SharedEvent(go),
-                            StartEnding({L"write", ToWide(mark), std::to_wstring(lines_), ready, go})});
-    }
-    for (const Writer& writer : writers_) {
-        if (!writer.process.WaitFor(writer.ready.Get(), kStartLimit)) {
-            throw std::runtime_error("a writer does not start");
-        }
-    }
-    for (const Writer& writer : writers_) {
-        if (scene_.trouble == Trouble::Idle && &writer != &writers_.front()) {
-            writers_.front().process.WaitForEnd(Limit());
-        }
-        ::SetEvent(writer.go.Get());
-    }
-}
-
-void LogScene::MakeTrouble() {
-    if (scene_.trouble == Trouble::None || scene_.trouble == Trouble::Idle) {
-        return;
-    }
-    process::ChildProcess& process = writers_.front().process;
-    ::Sleep(static_cast<DWORD>(20 + random_() % 200));
-    if (scene_.trouble == Trouble::Kill) {
-        process.Terminate(kKilled);
-        return;
-    }
-    process.Suspend();
-    const auto code = writers_.back().process.WaitForEnd(kStop);
-    Say("    the other one {} when the stopped one goes on", code ? "has finished" : "still writes");
-    process.Resume();
-}
-
-void LogScene::AwaitWriters() {
-    for (const Writer& writer : writers_) {
-        const auto code = writer.process.WaitForEnd(Limit());
-        const bool killed = Killed(writer) && code == kKilled;
-        if (!code) {
-            Violation("hang: process " + writer.mark);
-        } else if (*code != 0 && !killed) {
-            Violation(fmt::format("process {} ends with 0x{:x}", writer.mark, *code));
-        }
-    }
-}
-
-void LogScene::Judge() {
-    LineChecker checker;
-    const bool renamed = SizeOf(AddinLogFile(1)) > hole_ && scene_.rotates;
-    if (renamed) {
-        checker.Take(ReadFrom(AddinLogFile(1), hole_));
-    }
-    checker.Take(ReadFrom(AddinLogFile(), SizeOf(AddinLogFile()) >= hole_ ? hole_ : 0));
-    for (const std::string& line : checker.Torn()) {
-        Resumed() ? Say("    torn: {}", line) : Violation("torn: " + line);
-    }
-    if (scene_.rotates && SizeOf(AddinLogFile()) >= hole_) {
-        Violation("no rotation");
-    }
-    std::uint64_t whole = 0;
-    bool someoneEnded = false; // with the last line in the files
-    for (const Writer& writer : writers_) {
-        JudgeWriter(writer, checker, renamed);
-        const auto found = checker.Writers().find(writer.mark);
-        whole += found == checker.Writers().end() ? 0 : found->second.whole;
-        someoneEnded = someoneEnded || (found != checker.Writers().end() && found->second.last == lines_ - 1);
-    }
-    if (!someoneEnded) {
-        Violation("no process has its last line in the log");
-    }
-    std::string files;
-    for (int copy = 0; scene_.rotates && copy <= 2; ++copy) {
-        const std::uint64_t size = SizeOf(AddinLogFile(copy));
-        files += fmt::format("; {} {} bytes", AddinLogFile(copy).filename().string(), size);
-    }
-    report_.Row(scene_.name, fmt::format("{} lines each: {} found whole, torn {}{}{}", lines_, whole,
-                                         checker.TornCount(), lost_, files));
-}
-
-void LogScene::JudgeWriter(const Writer& writer, const LineChecker& checker, bool renamed) {
-    // The rotation empties a file that it cannot rename, because another process has it open and gets no turn to close
-    // it: for want of something to write, or of processor time. Nothing else loses lines.
-    const bool mayLoseOldOnes = scene_.rotates && scene_.writers > 1 && !renamed;
-    const auto found = checker.Writers().find(writer.mark);
-    if (found == checker.Writers().end()) {
-        lost_ += "; " + writer.mark + ": all lost";
-        if (!Killed(writer) && !mayLoseOldOnes) {
-            Violation("no line of process " + writer.mark);
-        }
-        return;
-    }
-    const WriterAccount& account = found->second;
-    lost_ += fmt::format("; {}: {} lost before the first, {} inside", writer.mark, account.first, account.lostInside);
-    if (account.duplicated + account.disordered != 0) {
-        Violation("process " + writer.mark + ": lines twice or out of order");
-    }
-    if (account.lostInside != 0 && !Resumed()) {
-        Violation("process " + writer.mark + ": " + std::to_string(account.lostInside) + " lines lost in the middle");
-    }
-    if (account.last != lines_ - 1 && !Killed(writer) && !mayLoseOldOnes) {
-        Violation("process " + writer.mark + ": the last line is lost");
-    }
-    if (account.first != 0 && !mayLoseOldOnes) {
-        Violation("process " + writer.mark + ": " + std::to_string(account.first) + " lines lost at the start");
-    }
-}
-
-void LogScene::Play() {
-    Say("  {}", scene_.name);
-    PrepareFiles();
-    StartWriters();
-    MakeTrouble();
-    AwaitWriters();
-    Judge();
-}
 
 } // namespace
 
@@ -251,15 +208,10 @@ void RunLog(const EndingOptions& options, Report& report) {
 }
 
 int PlayWriter(const std::vector<std::string>& words) {
-    const std::uint64_t lines = std::stoull(words.at(1));
-    const UniqueHandle ready = SharedEvent(ToWide(words.at(2)));
-    const UniqueHandle go = SharedEvent(ToWide(words.at(3)));
-    const Module module;
-    ::SetEvent(ready.Get());
-    ::WaitForSingleObject(go.Get(), static_cast<DWORD>(kWriteLimit + lines));
-    for (std::uint64_t number = 0; number < lines; ++number) {
-        Module::Log(module.Object(), NumberedText(words.at(0), number));
-    }
+    Session session;
+    session.Begin();
+    AwaitGo(words);
+    WriteNumbered(session.AddIn().Object(), words.at(0), std::stoull(words.at(1)));
     return 0;
 }
 

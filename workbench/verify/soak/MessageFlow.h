@@ -9,8 +9,7 @@
 
 namespace verify {
 
-/// One direction of the channel, which keeps the order: what was sent must be got once and in that order. Needs no
-/// Windows. One thread.
+/// One direction of the channel, which keeps the order: what was sent must be got once and in that order. One thread.
 class MessageFlow {
 public:
     explicit MessageFlow(std::string name) : name_(std::move(name)) {}
@@ -32,51 +31,41 @@ public:
     /// After `Match(false)`: something was got that nobody is known to have sent.
     bool Undecided() const { return !got_.empty(); }
     /// Everything sent has arrived or cannot any more, and everything got was sent.
-    bool Empty() const { return got_.empty() && underway_.empty(); }
-    /// The wait is over: what is underway now is lost, which is a fault unless it was excused.
+    bool Empty() const { return got_.empty() && underway_ == sent_.size(); }
+    /// The wait is over: what has not arrived is lost, which is a fault unless it was excused.
     void GiveUp();
 
-    std::size_t SentCount() const { return sentCount_; }
-    std::size_t Delivered() const { return delivered_; }
-    std::size_t LostExcused() const { return lostExcused_; }
-    std::size_t Lost() const { return lost_; }
-    std::size_t Overtaken() const { return overtaken_; } // came, but after one that was sent later
-    std::size_t Duplicated() const { return duplicated_; }
-    std::size_t Unrecorded() const { return unrecorded_; }
-    /// Those not taken yet, in words.
+    /// Numbers of messages.
+    struct Counts {
+        std::size_t sent = 0;
+        std::size_t delivered = 0;
+        std::size_t lostExcused = 0;
+        std::size_t lost = 0;
+        std::size_t overtaken = 0; // came, but after one that was sent later
+        std::size_t duplicated = 0;
+        std::size_t unrecorded = 0;
+    };
+    const Counts& Count() const { return counts_; }
+    /// The faults not taken yet, in words.
     std::vector<std::string> TakeFaults() { return std::exchange(faults_, {}); }
-    /// The messages that were taken for ones that a killed sender had not written down.
-    const std::vector<std::string>& Forgiven() const { return forgiven_; }
 
 private:
     struct Entry {
         std::string text;
         bool mayBeLost;
+        bool over = false; // delivered or given up
     };
-    void Remember(const std::string& text);
-    bool WasDelivered(const std::string& text) const;
-    bool TakeBackLoss(const std::string& text);
-    void PassExcuseOn(std::deque<Entry>::iterator from);
-    void Judge(const std::string& text);
-    void Lose(const Entry& entry);
-    std::string FaultText(const char* what, const std::string& text) const;
+    std::deque<Entry>::iterator FindAwaited(const std::string& text);
+    void Deliver(std::deque<Entry>::iterator entry);
     void AddFault(const char* what, const std::string& text);
 
     std::string name_;
-    std::deque<Entry> underway_;
+    std::deque<Entry> sent_;   // of now, and the last ones of before
+    std::size_t underway_ = 0; // the first one in `sent_` that is behind all those that have arrived
     std::deque<std::string> got_;
-    std::deque<std::string> lately_; // delivered
-    std::deque<Entry> lostLately_;
-    std::size_t sentCount_ = 0;
-    std::size_t delivered_ = 0;
-    std::size_t lostExcused_ = 0;
-    std::size_t lost_ = 0;
-    std::size_t overtaken_ = 0;
-    std::size_t duplicated_ = 0;
-    std::size_t unrecorded_ = 0;
+    Counts counts_;
     std::size_t unrecordedAllowed_ = 0;
     std::vector<std::string> faults_;
-    std::vector<std::string> forgiven_;
 };
 
 } // namespace verify
