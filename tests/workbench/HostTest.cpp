@@ -89,9 +89,13 @@ TEST_F(Host, RefusesCallsOfTheWrongForm) {
 TEST_F(Host, FailsTheChosenCallsInTheChosenWay) {
     const DispatchPtr item = host_.NewAppointment()->Dispatch();
     host_.ResetCalls();
-    host_.FailCall(2, FailKind::Status, E_ACCESSDENIED);
-    host_.FailCall(3, FailKind::Exception, E_OUTOFMEMORY);
-    host_.FailCall(4, FailKind::NullResult, S_OK);
+    const std::map<std::size_t, Failure> failures = {{2, {FailKind::Status, E_ACCESSDENIED}},
+                                                     {3, {FailKind::Exception, E_OUTOFMEMORY}},
+                                                     {4, {FailKind::NullResult, S_OK}}};
+    host_.FailWhen([&](const CallRecord& call) {
+        const auto found = failures.find(call.number);
+        return found != failures.end() ? std::make_optional(found->second) : std::nullopt;
+    });
     host_.FailMember(L"AppointmentItem.put Body", FailKind::Exception, E_FAIL);
     host_.habits().deferredExceptions = true;
 

@@ -58,7 +58,7 @@ TEST(FaultsProgram, FindsEachFaultAtItsPointAndNoOther) {
              Row{"stays-broken", "VIOLATION: stays-broken --kind allocation --from 1 --only  malloc: the unharmed"},
              Row{"keeps-key",
                  "VIOLATION: keeps-key --kind registry --from 2 --only  RegOpenKeyExW: leak: registry keys"},
-             Row{"text", "VIOLATION: text --kind json --from 2 --only  : crash: 0xc0000005"},
+             Row{"text", "VIOLATION: text --kind json --from 2 --only  text: crash: 0xc0000005"},
          }) {
         SCOPED_TRACE(row.arguments);
         const Played played = Play(row.arguments);

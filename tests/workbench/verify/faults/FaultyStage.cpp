@@ -1,4 +1,5 @@
 #include "workbench/verify/faults/Faults.h"
+#include "workbench/verify/faults/Injector.h"
 #include "workbench/process/OwnProgram.h"
 
 #include <filesystem>
@@ -31,21 +32,10 @@ private:
 class TextAct final : public Act {
 public:
     explicit TextAct(StagedModule& module) : read_(module.Export<bool(const char*)>("ReadsText")) {}
-    bool Step() override { return read_(text_.c_str()); }
-    void Count(verify::Counts& counts) const override {
-        counts[static_cast<std::size_t>(verify::Kind::Json)] = kWhole.size();
-    }
-    void Spoil(const verify::Order& order) override {
-        cut_ = order.kind == verify::Kind::Json ? order.number : 0;
-        text_ = cut_ == 0 ? kWhole : kWhole.substr(0, cut_ - 1);
-    }
-    std::string Spoilt() const override { return cut_ != 0 && cut_ <= kWhole.size() ? "text" : ""; }
+    bool Step() override { return read_(verify::CutText("[1]").c_str()); }
 
 private:
-    const std::string kWhole = "[1]";
     bool (*read_)(const char*);
-    std::string text_ = kWhole;
-    std::uint64_t cut_ = 0;
 };
 
 verify::Scene FaultScene(const char* name, const char* function) {
@@ -55,7 +45,7 @@ verify::Scene FaultScene(const char* name, const char* function) {
 
 } // namespace
 
-int main(int count, char** texts) {
+int main() {
     const std::vector<verify::Scene> scenes = {
         FaultScene("sound", "Sound"),
         FaultScene("leaks", "Leaks"),
@@ -70,6 +60,6 @@ int main(int count, char** texts) {
     };
     const std::filesystem::path folder = std::filesystem::path(process::ProgramPath()).parent_path();
     verify::Options options;
-    const int code = verify::ReadOptions(count, texts, options);
+    const int code = verify::ReadOptions(options);
     return code >= 0 ? code : verify::RunFaults(scenes, options.faults, (folder / L"faulty_module.dll").wstring());
 }
