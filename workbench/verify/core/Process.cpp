@@ -4,6 +4,7 @@
 
 #include "workbench/process/OwnProgram.h"
 
+#include <condition_variable>
 #include <cstdio>
 #include <stdexcept>
 
@@ -47,31 +48,22 @@ void ReportCrashes() {
 }
 
 Ticker::Ticker(std::chrono::milliseconds between, std::function<void()> tick)
-    : thread_([this, between, tick = std::move(tick)] {
-          std::unique_lock lock(lock_);
-          while (!ended_.wait_for(lock, between, [this] { return stop_; })) {
-              lock.unlock();
+    : thread_([between, tick = std::move(tick)](std::stop_token stop) {
+          std::mutex lock;
+          std::unique_lock hold(lock);
+          std::condition_variable_any ended;
+          while (!ended.wait_for(hold, stop, between, [&stop] { return stop.stop_requested(); })) {
               tick();
-              lock.lock();
           }
       }) {}
-
-Ticker::~Ticker() {
-    {
-        const std::scoped_lock lock(lock_);
-        stop_ = true;
-    }
-    ended_.notify_all();
-    thread_.join();
-}
 
 Watchdog::Watchdog(std::chrono::seconds limit)
     : limit_(limit), ticker_(std::chrono::milliseconds(500), [this] { Look(); }) {}
 
 void Watchdog::Doing(std::string what) {
+    Beat();
     const std::scoped_lock lock(lock_);
     what_ = std::move(what);
-    lastSign_ = std::chrono::steady_clock::now();
 }
 
 void Watchdog::Beat() {

@@ -151,10 +151,10 @@ constexpr KindMask kModules = Mask(Kind::Modules);
 constexpr int kGdiOutOfMemory = 3;
 constexpr int kGdiGenericError = 1;
 
-// Every function that the module may import and that can fail, and the few that are watched.
+// Every function that the module imports and that can fail, and the few that are watched.
 const Group kGroups[] = {
     // memory
-    {"malloc calloc _strdup strdup", kAllocation, {0, ENOMEM}, {.opens = Thing::Block}},
+    {"malloc calloc _strdup", kAllocation, {0, ENOMEM}, {.opens = Thing::Block}},
     {"realloc", kAllocation, {0, ENOMEM}, {.body = &Reallocate}},
     {"free", 0, {}, {.closes = Thing::Block}},
     {"GlobalAlloc", kAllocation, {0, ERROR_NOT_ENOUGH_MEMORY}, {.body = &AllocateGlobal}},
@@ -205,24 +205,13 @@ const Group kGroups[] = {
     {"OleCreatePictureIndirect", kCom, {E_OUTOFMEMORY}, {.clears = 4}},
     {"VariantClear", kCom, {DISP_E_BADVARTYPE}, {.failsAfterwards = true}},
     // threads
-    {"CreateThread ConvertStringSecurityDescriptorToSecurityDescriptorW TlsSetValue AddVectoredExceptionHandler",
-     kThreads,
-     {0, ERROR_NOT_ENOUGH_MEMORY}},
-    {"CreateEventA CreateEventW CreateMutexExW CreateSemaphoreA DuplicateHandle OpenThread",
-     kThreads,
-     {0, ERROR_NO_SYSTEM_RESOURCES}},
+    {"CreateThread ConvertStringSecurityDescriptorToSecurityDescriptorW", kThreads, {0, ERROR_NOT_ENOUGH_MEMORY}},
+    {"CreateEventW CreateMutexExW OpenThread", kThreads, {0, ERROR_NO_SYSTEM_RESOURCES}},
     {"ReleaseMutex", kThreads, {0, ERROR_NOT_OWNER}, {.failsAfterwards = true}},
-    {"ReleaseSemaphore", kThreads, {0, ERROR_TOO_MANY_POSTS}},
     {"SetEvent ResetEvent CloseHandle", kThreads, {0, ERROR_INVALID_HANDLE}, {.failsAfterwards = true}},
-    {"WaitForSingleObject WaitForMultipleObjects", kThreads, {-1, ERROR_INVALID_HANDLE}},
-    {"GetHandleInformation GetProcessIdOfThread", kThreads, {0, ERROR_INVALID_HANDLE}},
-    {"OpenProcess GetProcessAffinityMask SetProcessAffinityMask GetThreadContext SetThreadContext SetThreadPriority "
-     "TerminateThread",
-     kThreads,
-     {0, ERROR_ACCESS_DENIED}},
-    {"GetThreadPriority", kThreads, {THREAD_PRIORITY_ERROR_RETURN, ERROR_INVALID_HANDLE}},
-    {"SuspendThread ResumeThread", kThreads, {-1, ERROR_ACCESS_DENIED}},
-    {"TlsAlloc", kThreads, {-1, ERROR_NO_SYSTEM_RESOURCES}},
+    {"WaitForSingleObject", kThreads, {-1, ERROR_INVALID_HANDLE}},
+    {"GetProcessIdOfThread", kThreads, {0, ERROR_INVALID_HANDLE}},
+    {"TerminateThread", kThreads, {0, ERROR_ACCESS_DENIED}},
     {"InitializeSecurityDescriptor SetSecurityDescriptorDacl", kThreads, {0, ERROR_INVALID_PARAMETER}},
     {"_beginthreadex", kThreads, {0, EAGAIN}},
     // resources, modules, texts

@@ -67,7 +67,6 @@ private:
     };
 
     void PlayPoints(const Order& round, std::uint64_t found);
-    void PlayPoint(const std::string& round, std::uint64_t number, const Holdings& clean);
     /// Has a child play the scene with these options besides those of this run.
     Place Watch(const std::vector<std::wstring>& more = {});
     void Take(const std::string& line, Place& place);
@@ -111,24 +110,20 @@ void Supervisor::PlayPoints(const Order& round, std::uint64_t found) {
     const Holdings clean = held_;
     const std::uint64_t last = options_.only ? options_.from : found;
     for (std::uint64_t number = options_.from; number <= last; number += options_.every) {
-        PlayPoint(round.Round(), number, clean);
+        Place place;
+        // A call that comes at another place in time differs from run to run.
+        for (int attempt = 0; attempt < kAttempts && !place.struck; ++attempt) {
+            held_.clear();
+            place = Watch({L"--kind", ToWide(round.Round()), L"--from", std::to_wstring(number)});
+            for (const std::string& line : place.ended ? GrowthOf(clean, held_) : std::vector<std::string>()) {
+                Problem(place, line);
+            }
+        }
+        if (!place.struck) {
+            Add(round.Round(), kMissed);
+        }
     }
     held_ = clean;
-}
-
-void Supervisor::PlayPoint(const std::string& round, std::uint64_t number, const Holdings& clean) {
-    // A call that comes at another place in time differs from run to run.
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        held_.clear();
-        const Place place = Watch({L"--kind", ToWide(round), L"--from", std::to_wstring(number)});
-        for (const std::string& line : place.ended ? GrowthOf(clean, held_) : std::vector<std::string>()) {
-            Problem(place, line);
-        }
-        if (place.struck) {
-            return;
-        }
-    }
-    Add(round, kMissed);
 }
 
 Supervisor::Place Supervisor::Watch(const std::vector<std::wstring>& more) {

@@ -8,7 +8,9 @@
 #include "resources/Connect.h"
 #include "support/UniqueResource.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <initializer_list>
 
 // The scenes without Outlook.
 namespace verify {
@@ -193,42 +195,38 @@ void MakeExportsFolder(StagedModule&) {
 // The module's function of that name.
 #define EXPORTED(function) module.Export<decltype(function)>(#function)
 
+/// In their order, all of them.
+bool All(std::initializer_list<bool> results) {
+    return std::all_of(results.begin(), results.end(), [](bool result) { return result; });
+}
+
 bool Texts(const StagedModule& module) {
-    bool all = true;
-    for (void* made :
-         {static_cast<void*>(EXPORTED(KOSA_StrDup)("text")),
-          static_cast<void*>(EXPORTED(KOSA_StrConcat)("a", "b", nullptr)),
-          EXPORTED(KOSA_MemMallocS)(64, 0, __LINE__, "faults"), EXPORTED(KOSA_MemMallocD)(64, __LINE__, "faults")}) {
-        all = made != nullptr && all;
-        EXPORTED(KOSA_MemFreeD)(made, __LINE__, "faults");
-    }
-    return all;
+    const auto made = [&module](void* block) {
+        EXPORTED(KOSA_MemFreeD)(block, __LINE__, "faults");
+        return block != nullptr;
+    };
+    return All({made(EXPORTED(KOSA_StrDup)("text")), made(EXPORTED(KOSA_StrConcat)("a", "b", nullptr)),
+                made(EXPORTED(KOSA_MemMallocS)(64, 0, __LINE__, "faults")),
+                made(EXPORTED(KOSA_MemMallocD)(64, __LINE__, "faults"))});
 }
 
 bool Conversions(const StagedModule& module) {
-    bool all = true;
-    for (void* made : {static_cast<void*>(EXPORTED(ZEP_Utf8ToUnicodeW)("text")),
-                       static_cast<void*>(EXPORTED(ZEP_Utf8ToUnicodeA)("text")),
-                       static_cast<void*>(EXPORTED(ZEP_UnicodeToUtf8)(L"text")),
-                       static_cast<void*>(EXPORTED(ZEP_UnicodeToLocale)(L"text")),
-                       static_cast<void*>(EXPORTED(ZEP_LocaleToUnicodeW)("text")),
-                       static_cast<void*>(EXPORTED(ZEP_LocaleToUtf8)("text")),
-                       static_cast<void*>(EXPORTED(ZEP_Utf8ToLocale)("text"))}) {
-        all = made != nullptr && *static_cast<char*>(made) != 0 && all;
-        EXPORTED(ZEP_StrMemFree)(made);
-    }
-    return all;
+    const auto made = [&module](void* text) {
+        const bool filled = text != nullptr && *static_cast<char*>(text) != 0;
+        EXPORTED(ZEP_StrMemFree)(text);
+        return filled;
+    };
+    return All({made(EXPORTED(ZEP_Utf8ToUnicodeW)("text")), made(EXPORTED(ZEP_Utf8ToUnicodeA)("text")),
+                made(EXPORTED(ZEP_UnicodeToUtf8)(L"text")), made(EXPORTED(ZEP_UnicodeToLocale)(L"text")),
+                made(EXPORTED(ZEP_LocaleToUnicodeW)("text")), made(EXPORTED(ZEP_LocaleToUtf8)("text")),
+                made(EXPORTED(ZEP_Utf8ToLocale)("text"))});
 }
 
 bool Write(const StagedModule& module, const std::string& path) {
-    FILE* file = EXPORTED(KOSA_Fopen)(path.c_str(), "wb");
-    if (file == nullptr) {
-        return false;
-    }
-    bool all = EXPORTED(KOSA_Fwrite)("text", 1, 4, file) == 4;
-    all = EXPORTED(KOSA_Fprintf)(file, "%d", 7) == 1 && all;
-    all = EXPORTED(KOSA_Fflush)(file) == 0 && all;
-    return EXPORTED(KOSA_Fclose)(file) == 0 && all;
+    FILE* const file = EXPORTED(KOSA_Fopen)(path.c_str(), "wb");
+    return file != nullptr &&
+           All({EXPORTED(KOSA_Fwrite)("text", 1, 4, file) == 4, EXPORTED(KOSA_Fprintf)(file, "%d", 7) == 1,
+                EXPORTED(KOSA_Fflush)(file) == 0, EXPORTED(KOSA_Fclose)(file) == 0});
 }
 
 /// Both ways of listing a folder find the same. @return the number of entries.
@@ -252,22 +250,16 @@ int List(const StagedModule& module, const std::string& folder) {
 
 bool Files(const StagedModule& module) {
     const auto at = [](const char* name) { return (ExportsFolder() / name).string(); };
-    bool all = EXPORTED(KOSA_MkDir_P)(at("deep/er").c_str(), 0755) == 0;
-    all = Write(module, at("one.txt")) && all;
-    all = EXPORTED(KOSA_CopyFile)(at("one.txt").c_str(), at("two.txt").c_str()) == 0 && all;
-    all = EXPORTED(KOSA_Rename)(at("two.txt").c_str(), at("three.txt").c_str()) == 0 && all;
-    all = EXPORTED(KOSA_Access)(at("three.txt").c_str(), 0) == 0 && all;
-    all = List(module, ExportsFolder().string()) >= 3 && all;
-    all = EXPORTED(KOSA_Remove)(at("one.txt").c_str()) == 0 && all;
-    return EXPORTED(KOSA_RmDir)(at("deep/er").c_str()) == 0 && all;
+    return All({EXPORTED(KOSA_MkDir_P)(at("deep/er").c_str(), 0755) == 0, Write(module, at("one.txt")),
+                EXPORTED(KOSA_CopyFile)(at("one.txt").c_str(), at("two.txt").c_str()) == 0,
+                EXPORTED(KOSA_Rename)(at("two.txt").c_str(), at("three.txt").c_str()) == 0,
+                EXPORTED(KOSA_Access)(at("three.txt").c_str(), 0) == 0, List(module, ExportsFolder().string()) >= 3,
+                EXPORTED(KOSA_Remove)(at("one.txt").c_str()) == 0, EXPORTED(KOSA_RmDir)(at("deep/er").c_str()) == 0});
 }
 #undef EXPORTED
 
 bool UseExports(StagedModule& module) {
-    const bool texts = Texts(module);
-    const bool conversions = Conversions(module);
-    const bool files = Files(module);
-    return texts && conversions && files;
+    return All({Texts(module), Conversions(module), Files(module)});
 }
 
 const ModulePlan kPlans[] = {
