@@ -87,6 +87,13 @@ Word Reallocate(Hook& hook, Words& words) {
     return block;
 }
 
+/// Without a buffer the C library allocates one, which the module frees.
+Word NameFolder(Hook& hook, Words& words) {
+    const Word name = CallOriginal(hook, words);
+    Account(Thing::Block, words[0] == 0 && name != 0 ? 1 : 0);
+    return name;
+}
+
 Word AllocateGlobal(Hook& hook, Words& words) {
     const Word block = CallOriginal(hook, words);
     AccountHandle(Thing::GlobalBlock, Pointer(block));
@@ -233,7 +240,8 @@ const Group kGroups[] = {
     {"FindClose", kFileKinds, {0, ERROR_ACCESS_DENIED}, {.failsAfterwards = true, .closes = Thing::Search}},
     {"fopen _wfopen tmpfile _fdopen", kFileKinds, {0}, {.opens = Thing::Stream}},
     {"fclose", kFileKinds, {-1}, {.failsAfterwards = true, .closes = Thing::Stream}},
-    {"fread fwrite fgets _wgetcwd", kFileKinds, {0}},
+    {"fread fwrite fgets", kFileKinds, {0}},
+    {"_wgetcwd", kFileKinds, {0}, {.body = &NameFolder}},
     {"fflush fgetc getc fputc putc fputs ungetc fseek fsetpos setvbuf vfprintf fprintf fwprintf printf",
      kFileKinds,
      {-1}},
