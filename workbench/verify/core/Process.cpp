@@ -11,9 +11,27 @@
 namespace verify {
 namespace {
 
+/// Whether an exception's code tells of a fault that no program survives, unlike a C++ exception.
+bool IsCrash(DWORD code) {
+    constexpr DWORD kHeapCorruption = 0xC0000374;
+    constexpr DWORD kFastFail = 0xC0000409; // a stack guard found its mark overwritten, for one
+    switch (code) {
+    case EXCEPTION_ACCESS_VIOLATION:
+    case EXCEPTION_STACK_OVERFLOW:
+    case EXCEPTION_ILLEGAL_INSTRUCTION:
+    case EXCEPTION_PRIV_INSTRUCTION:
+    case EXCEPTION_INT_DIVIDE_BY_ZERO:
+    case kHeapCorruption:
+    case kFastFail:
+        return true;
+    default:
+        return false;
+    }
+}
+
 LONG WINAPI OnException(EXCEPTION_POINTERS* raised) noexcept {
     const EXCEPTION_RECORD& record = *raised->ExceptionRecord;
-    if (!process::IsCrash(record.ExceptionCode)) {
+    if (!IsCrash(record.ExceptionCode)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     char text[100];
