@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <iterator>
 #include <stdexcept>
 
@@ -63,21 +62,6 @@ std::wstring Named(int number) {
 
 } // namespace
 
-std::wstring FindBuilt(const std::wstring& relative) {
-    std::filesystem::path folder = std::filesystem::path(process::ProgramPath()).parent_path();
-    const std::filesystem::path flavour = folder.filename(); // multi-configuration builds add such a folder
-    const std::filesystem::path wanted(relative);
-    for (bool more = true; more; more = folder != folder.parent_path(), folder = folder.parent_path()) {
-        for (const auto& candidate : {folder / wanted, folder / wanted.parent_path() / flavour / wanted.filename()}) {
-            std::error_code ignored;
-            if (std::filesystem::is_regular_file(candidate, ignored)) {
-                return candidate.wstring();
-            }
-        }
-    }
-    throw StepFailed(ToUtf8(relative) + " is not there; build it first");
-}
-
 bool Holds(const workbench::Item& item, const Json::Value& notification) {
     const auto same = [&](const std::wstring& text, const char* key) {
         return text == ToWide(notification[key].asString());
@@ -89,7 +73,7 @@ bool Holds(const workbench::Item& item, const Json::Value& notification) {
 
 Stage::Stage(const Options& given)
     : options(given),
-      dll(given.dll.empty() ? FindBuilt(L"OutlookAddIn.dll") : given.dll),
+      dll(given.dll.empty() ? process::FindBuilt(L"OutlookAddIn.dll") : given.dll),
       story(given.colour, given.pace),
       camera(given.pictures, given.chinese ? L"-zh" : L"-en"),
       outlook(HostOptionsOf(given)) {
@@ -111,7 +95,7 @@ std::wstring Stage::LabelOf(const wchar_t* controlId) {
 // --- The client's process ---
 
 std::wstring Stage::ClientProgram() const {
-    return FindBuilt(L"workbench\\client\\meeting_client.exe");
+    return process::FindBuilt(L"workbench\\client\\meeting_client.exe");
 }
 
 void Stage::StartClient() {

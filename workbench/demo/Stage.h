@@ -136,9 +136,6 @@ private:
     std::size_t notificationsOfClient_ = 0;
 };
 
-/// A file of the build, given from the build folder: found around this program. @throws StepFailed.
-std::wstring FindBuilt(const std::wstring& relative);
-
 /// Whether the appointment holds exactly what the notification says.
 bool Holds(const workbench::Item& item, const Json::Value& notification);
 

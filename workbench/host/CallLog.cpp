@@ -3,6 +3,7 @@
 #include "workbench/host/Describe.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace workbench {
 
@@ -11,9 +12,9 @@ std::wstring CallRecord::Text() const {
            DescribeHex(static_cast<unsigned long>(result)) + (forced ? L" (on purpose)" : L"");
 }
 
-void CallLog::FailCall(std::size_t number, FailKind kind, HRESULT status) {
+void CallLog::FailWhen(Decide decide) {
     const std::scoped_lock lock(lock_);
-    byNumber_[number] = Failure{kind, status};
+    decide_ = std::move(decide);
 }
 
 void CallLog::FailMember(const std::wstring& member, FailKind kind, HRESULT status) {
@@ -23,7 +24,7 @@ void CallLog::FailMember(const std::wstring& member, FailKind kind, HRESULT stat
 
 void CallLog::ClearFailures() {
     const std::scoped_lock lock(lock_);
-    byNumber_.clear();
+    decide_ = nullptr;
     byMember_.clear();
 }
 
@@ -55,12 +56,9 @@ std::optional<Failure> CallLog::Begin(CallRecord& record) {
     record.thread = ::GetCurrentThreadId();
     record.number = calls_.size() + 1;
     record.generation = generation_;
-    std::optional<Failure> failure;
-    if (const auto byNumber = byNumber_.find(record.number); byNumber != byNumber_.end()) {
-        failure = byNumber->second;
-    } else if (const auto byMember = byMember_.find(record.object + L"." + record.member);
-               byMember != byMember_.end()) {
-        failure = byMember->second;
+    std::optional<Failure> failure = decide_ ? decide_(record) : std::nullopt;
+    if (const auto found = byMember_.find(record.object + L"." + record.member); !failure && found != byMember_.end()) {
+        failure = found->second;
     }
     record.forced = failure.has_value();
     calls_.push_back(record); // at once: a call may contain further calls, which must follow it

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -39,8 +40,10 @@ struct CallRecord {
 /// Numbers and keeps every object-model call and says which of them must fail. Any thread.
 class CallLog {
 public:
-    /// Makes the call that will carry number `number` fail. Numbers start at 1 after Reset.
-    void FailCall(std::size_t number, FailKind kind, HRESULT status);
+    /// Asks for each call whether and how it is to fail; numbers start at 1 after Reset. On any thread, under the lock
+    /// of the log.
+    using Decide = std::function<std::optional<Failure>(const CallRecord&)>;
+    void FailWhen(Decide decide);
     /// Makes every call of `member` ("AppointmentItem.StartUTC", puts as "AppointmentItem.put Subject") fail until
     /// ClearFailures.
     void FailMember(const std::wstring& member, FailKind kind, HRESULT status);
@@ -50,7 +53,7 @@ public:
     std::size_t Count() const;
     /// Whether "AppointmentItem.Save" and the like was called.
     std::size_t CountOf(const std::wstring& member) const;
-    /// Forgets the calls; the next one is number 1 again. Failures set by number stay set.
+    /// Forgets the calls; the next one is number 1 again.
     void Reset();
 
     /// For host objects: starts a record and says whether the call has to fail.
@@ -61,7 +64,7 @@ public:
 private:
     mutable std::mutex lock_;
     std::vector<CallRecord> calls_;
-    std::map<std::size_t, Failure> byNumber_;
+    Decide decide_;
     std::map<std::wstring, Failure> byMember_;
     std::size_t generation_ = 0;
 };

@@ -83,7 +83,7 @@ public:
     const std::vector<std::unique_ptr<AddInHost>>& AddIns() const { return addIns_; }
 
     // --- Calls, references, steps ---
-    void FailCall(std::size_t number, FailKind kind, HRESULT status) { core_->calls.FailCall(number, kind, status); }
+    void FailWhen(CallLog::Decide decide) { core_->calls.FailWhen(std::move(decide)); }
     void FailMember(const std::wstring& member, FailKind kind, HRESULT status) {
         core_->calls.FailMember(member, kind, status);
     }

@@ -6,7 +6,9 @@
 #include <shellapi.h>
 
 namespace process {
+namespace {
 
+/// One argument as the C run-time's and CommandLineToArgvW's rules take it apart again.
 std::wstring QuoteArgument(std::wstring_view argument) {
     if (!argument.empty() && argument.find_first_of(L" \t\n\v\"") == std::wstring_view::npos) {
         return std::wstring(argument);
@@ -23,6 +25,8 @@ std::wstring QuoteArgument(std::wstring_view argument) {
     quoted.append(backslashes, L'\\');
     return quoted + L'"';
 }
+
+} // namespace
 
 std::wstring JoinCommandLine(std::wstring_view program, const std::vector<std::wstring>& arguments) {
     std::wstring line = L"\"" + std::wstring(program) + L"\"";

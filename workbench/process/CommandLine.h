@@ -6,9 +6,6 @@
 
 namespace process {
 
-/// One argument as the C run-time's and CommandLineToArgvW's rules take it apart again.
-std::wstring QuoteArgument(std::wstring_view argument);
-
 /// The program and its arguments, each quoted, with blanks between.
 std::wstring JoinCommandLine(std::wstring_view program, const std::vector<std::wstring>& arguments);
 

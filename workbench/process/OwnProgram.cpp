@@ -27,21 +27,4 @@ std::wstring FindBuilt(const std::wstring& relative) {
     throw std::runtime_error(wanted.string() + " is not there; build it first");
 }
 
-bool IsCrash(DWORD code) {
-    constexpr DWORD kHeapCorruption = 0xC0000374;
-    constexpr DWORD kFastFail = 0xC0000409; // a stack guard found its mark overwritten, for one
-    switch (code) {
-    case EXCEPTION_ACCESS_VIOLATION:
-    case EXCEPTION_STACK_OVERFLOW:
-    case EXCEPTION_ILLEGAL_INSTRUCTION:
-    case EXCEPTION_PRIV_INSTRUCTION:
-    case EXCEPTION_INT_DIVIDE_BY_ZERO:
-    case kHeapCorruption:
-    case kFastFail:
-        return true;
-    default:
-        return false;
-    }
-}
-
 } // namespace process

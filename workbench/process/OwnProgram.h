@@ -13,7 +13,4 @@ std::wstring ProgramPath();
 /// @throws std::runtime_error when it is not there.
 std::wstring FindBuilt(const std::wstring& relative);
 
-/// Whether an exception's code tells of a fault that no program survives, unlike a C++ exception.
-bool IsCrash(DWORD code);
-
 } // namespace process

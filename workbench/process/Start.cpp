@@ -1,8 +1,6 @@
 #include "workbench/process/Start.h"
 
-#include "support/UniqueResource.h"
-
-#include <iterator>
+#include <windows.h>
 
 namespace process {
 namespace {
@@ -11,21 +9,16 @@ constexpr DWORD kPause = 100; // ms
 
 /// Several processes may append at the same time, hence one write for each line.
 void CountRepetition() {
-    wchar_t path[MAX_PATH] = L"";
-    const DWORD length =
-        ::GetEnvironmentVariableW(L"NEMBRA_REPEATED_STARTS", path, static_cast<DWORD>(std::size(path)));
-    if (length == 0 || length >= std::size(path)) {
-        return;
-    }
+    wchar_t path[MAX_PATH] = L""; // stays empty without the variable, and no file has this name
+    ::GetEnvironmentVariableW(L"NEMBRA_REPEATED_STARTS", path, MAX_PATH);
     const HANDLE file = ::CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        return;
+    if (file != INVALID_HANDLE_VALUE) {
+        constexpr char kLine[] = "CreateProcess\n";
+        DWORD written = 0;
+        ::WriteFile(file, kLine, sizeof kLine - 1, &written, nullptr);
+        ::CloseHandle(file);
     }
-    const UniqueHandle owner(file);
-    constexpr char kLine[] = "CreateProcess\n";
-    DWORD written = 0;
-    ::WriteFile(file, kLine, sizeof kLine - 1, &written, nullptr);
 }
 
 } // namespace

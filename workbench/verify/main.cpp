@@ -34,10 +34,10 @@ int Run(const Options& options) {
 
 } // namespace
 
-int main(int count, char** texts) {
+int main() {
     try {
         Options options;
-        const int code = ReadOptions(count, texts, options);
+        const int code = ReadOptions(options);
         return code >= 0 ? code : Run(options);
     } catch (const std::exception& error) {
         Say("VIOLATION: {}", error.what());

@@ -2,6 +2,8 @@
 
 #include "workbench/verify/core/Report.h"
 
+#include "workbench/process/CommandLine.h"
+
 #include <CLI/CLI.hpp>
 
 #include <random>
@@ -37,20 +39,21 @@ void AddEndings(CLI::App& app, EndingOptions& options) {
 
 void AddFaults(CLI::App& app, FaultOptions& options) {
     app.add_option("SCENE", options.scenes, "the actions during which calls fail (default: all scenes)");
-    app.add_option("--kind", options.kind, "one kind of calls; \"allocation+\" also lets all later calls fail");
-    app.add_option("--from", options.from, "begin with call N of the kind")->check(CLI::PositiveNumber);
+    app.option_defaults()->take_last();
+    auto* kind = app.add_option("--kind", options.kind, "one kind; \"allocation+\" also lets all later calls fail");
+    app.add_option("--from", options.from, "begin with call N of the kind")->check(CLI::PositiveNumber)->needs(kind);
     app.add_option("--every", options.every, "one point in N")->check(CLI::PositiveNumber);
     app.add_option("--patience", options.patience, "seconds after which a point counts as hanging");
     app.add_option("--module", options.module, "another module than the built OutlookAddIn.dll");
     app.add_flag("--only", options.only, "only the point that --from names");
     app.add_flag("--list", options.list, "the scenes, the kinds, and the functions that do not fail");
-    app.add_flag("--worker", options.worker)->group("");
-    app.add_option("--first", options.first)->group("");
+    app.add_option("--worker", options.worker)->group("");
+    app.add_option("--behind", options.behind)->group("");
 }
 
 } // namespace
 
-int ReadOptions(int count, char** texts, Options& options) {
+int ReadOptions(Options& options) {
     CLI::App app("The long runs of the add-in. One process plays one mode.", "workbench_verify");
     app.require_subcommand(1);
     app.footer("Exit codes: 0 no violation, 1 violations, 2 wrong command line, 3 no answer; a crash has its own.");
@@ -60,7 +63,7 @@ int ReadOptions(int count, char** texts, Options& options) {
     AddEndings(*app.add_subcommand("endings", "Load cycles, process ends, one log for several."), options.endings);
     AddFaults(*app.add_subcommand("faults", "Each call that can fail fails in turn."), options.faults);
     try {
-        app.parse(count, texts);
+        app.parse(process::ParserArguments());
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kNoViolation : kBadCommandLine;
     }

@@ -44,9 +44,9 @@ struct FaultOptions {
     bool only = false;           // just the point `from`
     std::uint64_t patience = 12; // seconds until a point counts as hanging
     bool list = false;
-    std::string module;  // empty: the built add-in
-    bool worker = false; // a child of the run
-    std::string first;   // the kind that it begins with
+    std::string module; // empty: the built add-in
+    std::string worker; // a child of the run plays this scene; the last of each option counts
+    std::string behind; // the kind behind which it begins
 };
 
 struct Options {
@@ -59,7 +59,7 @@ struct Options {
 
 /// Reads the command line. @return the exit code when there is nothing to run: help was asked for, or the line is
 /// wrong, which both have been told; -1 otherwise.
-int ReadOptions(int count, char** texts, Options& options);
+int ReadOptions(Options& options);
 
 // Each returns the exit code. COM is initialised, except for the endings.
 

@@ -4,15 +4,34 @@
 
 #include "workbench/process/OwnProgram.h"
 
+#include <condition_variable>
 #include <cstdio>
 #include <stdexcept>
 
 namespace verify {
 namespace {
 
+/// Whether an exception's code tells of a fault that no program survives, unlike a C++ exception.
+bool IsCrash(DWORD code) {
+    constexpr DWORD kHeapCorruption = 0xC0000374;
+    constexpr DWORD kFastFail = 0xC0000409; // a stack guard found its mark overwritten, for one
+    switch (code) {
+    case EXCEPTION_ACCESS_VIOLATION:
+    case EXCEPTION_STACK_OVERFLOW:
+    case EXCEPTION_ILLEGAL_INSTRUCTION:
+    case EXCEPTION_PRIV_INSTRUCTION:
+    case EXCEPTION_INT_DIVIDE_BY_ZERO:
+    case kHeapCorruption:
+    case kFastFail:
+        return true;
+    default:
+        return false;
+    }
+}
+
 LONG WINAPI OnException(EXCEPTION_POINTERS* raised) noexcept {
     const EXCEPTION_RECORD& record = *raised->ExceptionRecord;
-    if (!process::IsCrash(record.ExceptionCode)) {
+    if (!IsCrash(record.ExceptionCode)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     char text[100];
@@ -47,31 +66,22 @@ void ReportCrashes() {
 }
 
 Ticker::Ticker(std::chrono::milliseconds between, std::function<void()> tick)
-    : thread_([this, between, tick = std::move(tick)] {
-          std::unique_lock lock(lock_);
-          while (!ended_.wait_for(lock, between, [this] { return stop_; })) {
-              lock.unlock();
+    : thread_([between, tick = std::move(tick)](std::stop_token stop) {
+          std::mutex lock;
+          std::unique_lock hold(lock);
+          std::condition_variable_any ended;
+          while (!ended.wait_for(hold, stop, between, [&stop] { return stop.stop_requested(); })) {
               tick();
-              lock.lock();
           }
       }) {}
-
-Ticker::~Ticker() {
-    {
-        const std::scoped_lock lock(lock_);
-        stop_ = true;
-    }
-    ended_.notify_all();
-    thread_.join();
-}
 
 Watchdog::Watchdog(std::chrono::seconds limit)
     : limit_(limit), ticker_(std::chrono::milliseconds(500), [this] { Look(); }) {}
 
 void Watchdog::Doing(std::string what) {
+    Beat();
     const std::scoped_lock lock(lock_);
     what_ = std::move(what);
-    lastSign_ = std::chrono::steady_clock::now();
 }
 
 void Watchdog::Beat() {

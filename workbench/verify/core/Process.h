@@ -7,7 +7,6 @@
 #include <windows.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -32,15 +31,9 @@ void ReportCrashes();
 class Ticker {
 public:
     Ticker(std::chrono::milliseconds between, std::function<void()> tick);
-    ~Ticker();
-    Ticker(const Ticker&) = delete;
-    Ticker& operator=(const Ticker&) = delete;
 
 private:
-    std::mutex lock_;
-    std::condition_variable ended_;
-    bool stop_ = false;
-    std::thread thread_; // last: it uses the others
+    std::jthread thread_;
 };
 
 /// Ends the process when the main thread has given no sign of life for too long, and tells what it was doing as

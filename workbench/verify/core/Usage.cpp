@@ -184,15 +184,14 @@ std::string Growth(const Usage& before, const Usage& after, const Usage& slack, 
 
 std::vector<std::string> GrowthOf(const Holdings& before, const Holdings& now,
                                   const std::pair<Holdings, Holdings>& usual) {
-    const auto countIn = [](const Holdings& holdings, const std::string& name) {
-        const auto found = holdings.find(name);
-        return found != holdings.end() ? found->second : 0;
-    };
     std::vector<std::string> lines;
     for (const auto& [name, count] : now) {
-        const std::size_t was = countIn(before, name);
-        if (count > was + Increase(countIn(usual.first, name), countIn(usual.second, name))) {
-            lines.push_back(fmt::format("leak: {} {} -> {}", name, was, count));
+        const auto in = [&name](const Holdings& holdings) {
+            const auto found = holdings.find(name);
+            return found != holdings.end() ? found->second : 0;
+        };
+        if (count > in(before) + std::max<std::int64_t>(in(usual.second) - in(usual.first), 0)) {
+            lines.push_back(fmt::format("leak: {} {} -> {}", name, in(before), count));
         }
     }
     return lines;

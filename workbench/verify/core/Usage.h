@@ -38,7 +38,7 @@ Usage ScaledGrowth(const Usage& before, const Usage& after, std::uint64_t cycles
 std::string Growth(const Usage& before, const Usage& after, const Usage& slack, const Usage& known = {});
 
 /// Things that are held and how many of each.
-using Holdings = std::map<std::string, std::size_t>;
+using Holdings = std::map<std::string, std::int64_t>;
 
 /// A line for each thing of which `now` has more than `before` and what `usual`, two holdings one clean run apart, grew
 /// by.

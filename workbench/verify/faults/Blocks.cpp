@@ -4,92 +4,72 @@
 
 #include <windows.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <iterator>
 #include <mutex>
 #include <set>
-#include <string>
-#include <unordered_set>
+#include <utility>
 
 namespace verify {
 namespace {
 
-/// Knows the living blocks of COM's allocator.
+constexpr const char* kNames[] = {"",        "heap blocks", "COM blocks",  "registry keys", "file searches",
+                                  "streams", "GDI+ images", "GDI+ starts", "global blocks", "bitmaps"};
+static_assert(std::size(kNames) == static_cast<std::size_t>(Thing::Count));
+
+std::array<std::atomic<std::int64_t>, std::size(kNames)> g_counts{};
+
+struct Handles {
+    std::mutex lock;
+    std::set<std::pair<Thing, void*>> given;
+};
+// Never destroyed: threads of the module may still allocate when the process ends.
+Handles& TheHandles() {
+    static Handles& handles = *new Handles;
+    return handles;
+}
+
+bool Lives(Thing thing, void* handle) {
+    return thing == Thing::Bitmap ? ::GetObjectType(handle) == OBJ_BITMAP
+                                  : ::GlobalFlags(handle) != GMEM_INVALID_HANDLE;
+}
+
 class ComMemory final : public MallocSpy {
 public:
-    std::size_t Living() const { return living_.size(); }
-
     void* STDMETHODCALLTYPE PostAlloc(void* block) noexcept override {
-        if (block != nullptr) {
-            living_.insert(block);
-        }
+        Account(Thing::ComBlock, block != nullptr ? 1 : 0);
         return block;
     }
-    void* STDMETHODCALLTYPE PreFree(void* block, BOOL) noexcept override {
-        living_.erase(block);
+    void* STDMETHODCALLTYPE PreFree(void* block, BOOL spied) noexcept override {
+        Account(Thing::ComBlock, spied ? -1 : 0);
         return block;
     }
-    SIZE_T STDMETHODCALLTYPE PreRealloc(void* block, SIZE_T size, void** newBlock, BOOL) noexcept override {
-        living_.erase(block);
-        *newBlock = block;
+    SIZE_T STDMETHODCALLTYPE PreRealloc(void* block, SIZE_T size, void** newBlock, BOOL spied) noexcept override {
+        *newBlock = PreFree(block, spied);
         return size;
     }
     void* STDMETHODCALLTYPE PostRealloc(void* block, BOOL) noexcept override { return PostAlloc(block); }
-
-private:
-    std::set<void*> living_;
 };
 
-struct Books {
-    std::mutex lock;
-    std::unordered_set<void*> blocks;
-    std::set<HGLOBAL> globals;
-    std::set<HGDIOBJ> bitmaps;
-    std::map<std::string, std::atomic<std::int64_t>> balances;
-    ComMemory* com = nullptr;
-};
+} // namespace
 
-// Never destroyed: threads of the module may still allocate when the process ends.
-Books& TheBooks() {
-    static Books& books = *new Books;
-    return books;
+void Account(Thing thing, int change) noexcept {
+    g_counts[static_cast<std::size_t>(thing)] += change;
 }
 
-/// Writes something into the books, between a call and its caller's look at the error.
-template <class Write>
-void Book(void* thing, Write&& write) {
-    if (thing != nullptr) {
+void AccountHandle(Thing thing, void* handle) noexcept {
+    if (handle != nullptr) {
         const DWORD error = ::GetLastError();
         const int number = errno;
         {
-            const std::scoped_lock lock(TheBooks().lock);
-            write(TheBooks());
+            const std::scoped_lock lock(TheHandles().lock);
+            TheHandles().given.emplace(thing, handle);
         }
         errno = number;
         ::SetLastError(error);
     }
-}
-
-} // namespace
-
-void BlockGiven(void* block) noexcept {
-    Book(block, [block](Books& books) { books.blocks.insert(block); });
-}
-
-void BlockTaken(void* block) noexcept {
-    Book(block, [block](Books& books) { books.blocks.erase(block); });
-}
-
-void GlobalGiven(void* block) noexcept {
-    Book(block, [block](Books& books) { books.globals.insert(block); });
-}
-
-void BitmapGiven(void* bitmap) noexcept {
-    Book(bitmap, [bitmap](Books& books) { books.bitmaps.insert(bitmap); });
-}
-
-std::atomic<std::int64_t>* BalanceOf(const char* name) {
-    const std::scoped_lock lock(TheBooks().lock);
-    return &TheBooks().balances[name];
 }
 
 void WatchComMemory() {
@@ -100,22 +80,20 @@ void WatchComMemory() {
             reinterpret_cast<NoCache>(reinterpret_cast<void*>(::GetProcAddress(automation, "SetOaNoCache")))) {
         noCache();
     }
-    TheBooks().com = new ComMemory; // COM keeps it
+    new ComMemory; // COM keeps it
 }
 
 Holdings TakeHoldings() {
-    Books& books = TheBooks();
-    const std::scoped_lock lock(books.lock);
-    std::erase_if(books.globals, [](HGLOBAL block) { return ::GlobalFlags(block) == GMEM_INVALID_HANDLE; });
-    std::erase_if(books.bitmaps, [](HGDIOBJ bitmap) { return ::GetObjectType(bitmap) != OBJ_BITMAP; });
-    Holdings holdings{{"heap blocks", books.blocks.size()},
-                      {"global blocks", books.globals.size()},
-                      {"bitmaps", books.bitmaps.size()},
-                      {"COM blocks", books.com != nullptr ? books.com->Living() : 0}};
-    for (const auto& [name, balance] : books.balances) {
-        holdings[name] = static_cast<std::size_t>(balance);
+    Holdings holdings;
+    for (std::size_t i = 1; i < std::size(kNames); ++i) {
+        holdings[kNames[i]] = g_counts[i];
     }
-    std::erase_if(holdings, [](const auto& entry) { return entry.second == 0; });
+    Handles& handles = TheHandles();
+    const std::scoped_lock lock(handles.lock);
+    std::erase_if(handles.given, [](const auto& one) { return !Lives(one.first, one.second); });
+    for (const auto& [thing, handle] : handles.given) {
+        ++holdings[kNames[static_cast<std::size_t>(thing)]];
+    }
     return holdings;
 }
 

@@ -2,26 +2,19 @@
 
 #include "workbench/verify/core/Usage.h"
 
-#include <atomic>
-#include <cstdint>
-
 namespace verify {
 
-// The resources that the module has received and not released. The hooks fill this account, on any thread. None of
-// these touches errno or the last error; null is ignored.
-void BlockGiven(void* block) noexcept;
-void BlockTaken(void* block) noexcept;
-// These two the platform may free on the module's behalf.
-void GlobalGiven(void* block) noexcept; // of GlobalAlloc
-void BitmapGiven(void* bitmap) noexcept;
+/// The resources that the module receives and releases.
+enum class Thing { None, Block, ComBlock, Key, Search, Stream, Image, GdiplusStart, GlobalBlock, Bitmap, Count };
 
-/// A counter of things that are opened and closed; made once for each name and never destroyed.
-std::atomic<std::int64_t>* BalanceOf(const char* name);
+// The hooks fill this account, on any thread. Neither touches errno or the last error.
+void Account(Thing thing, int change) noexcept;
+/// A global block or a bitmap: the platform may free them on the module's behalf, so they are looked at later.
+void AccountHandle(Thing thing, void* handle) noexcept;
 
 /// Starts to watch the memory of COM's allocator, texts included, which others may free as well.
 void WatchComMemory();
 
-/// Zeros are left out.
 Holdings TakeHoldings();
 
 } // namespace verify

@@ -12,9 +12,9 @@ namespace verify {
 /// name another. @return the exit code.
 int RunFaults(const std::vector<Scene>& scenes, FaultOptions options, const std::wstring& module);
 
-/// Plays one scene in this process: all points of the kinds from `first` on, or of one kind. For a scene that wants
-/// fresh processes: without a kind its clean run, with one the point `from`. Tells the events on standard output, a
-/// line each:
+/// Plays one scene in this process: the points that the options name. A scene that wants fresh processes is played
+/// once, with the point `from` of the kind, or cleanly when there is no such kind. Tells the events on standard output,
+/// a line each:
 ///   found ROUND COUNT     calls that a clean run makes
 ///   at ROUND NUMBER       the next point begins
 ///   failed FUNCTION       its call came and failed

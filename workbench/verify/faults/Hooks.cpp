@@ -15,11 +15,8 @@
 #include <cstdio>
 #include <cwchar>
 #include <deque>
-#include <iterator>
 #include <map>
 #include <sstream>
-#include <stdexcept>
-#include <string_view>
 #include <utility>
 
 namespace verify {
@@ -38,8 +35,8 @@ using Body = Word (*)(Hook&, Words&);
 struct Extra {
     bool failsAfterwards = false; ///< it gives something back, also when it reports a failure
     bool hostThreadOnly = false;  ///< the channel's thread asks on every tick; only Outlook's thread counts
-    const char* opens = nullptr;  ///< what a success opens
-    const char* closes = nullptr; ///< what the call closes
+    Thing opens = Thing::None;    ///< what a success opens
+    Thing closes = Thing::None;   ///< what the call closes
     std::size_t clears = 0;       ///< the argument, counted from 1, that a failed call sets to null
     Body body = nullptr;          ///< in place of the plain call of the original
 };
@@ -56,7 +53,6 @@ struct Hook {
     std::string name;
     const Group* group = nullptr;
     void* original = nullptr; // set when it is in place
-    std::atomic<std::int64_t>* balance = nullptr;
 };
 
 /// The channel's thread sleeps 20 ms in each round, and a run waits for a few rounds. Its clock and its sleep are made
@@ -83,34 +79,31 @@ void* Pointer(Word word) {
 
 // The bodies of the hooks that do more than to fail.
 
-Word Allocate(Hook& hook, Words& words) {
-    const Word block = CallOriginal(hook, words);
-    BlockGiven(Pointer(block));
-    return block;
-}
-
 Word Reallocate(Hook& hook, Words& words) {
-    BlockTaken(Pointer(words[0])); // before: another thread may be given the same address
+    const bool had = words[0] != 0;
     const Word block = CallOriginal(hook, words);
-    BlockGiven(Pointer(block == 0 && words[1] != 0 ? words[0] : block));
+    const bool has = block != 0 || (had && words[1] != 0); // a block that could not grow stays
+    Account(Thing::Block, (has ? 1 : 0) - (had ? 1 : 0));
     return block;
 }
 
-Word Free(Hook& hook, Words& words) {
-    BlockTaken(Pointer(words[0]));
-    return CallOriginal(hook, words);
+/// Without a buffer the C library allocates one, which the module frees.
+Word NameFolder(Hook& hook, Words& words) {
+    const Word name = CallOriginal(hook, words);
+    Account(Thing::Block, words[0] == 0 && name != 0 ? 1 : 0);
+    return name;
 }
 
 Word AllocateGlobal(Hook& hook, Words& words) {
     const Word block = CallOriginal(hook, words);
-    GlobalGiven(Pointer(block));
+    AccountHandle(Thing::GlobalBlock, Pointer(block));
     return block;
 }
 
 /// The bitmap goes to a picture, which frees it where no hook sees it.
 Word CreateHbitmap(Hook& hook, Words& words) {
     const Word status = CallOriginal(hook, words);
-    BitmapGiven(static_cast<int>(status) == 0 ? *static_cast<void**>(Pointer(words[1])) : nullptr);
+    AccountHandle(Thing::Bitmap, static_cast<int>(status) == 0 ? *static_cast<void**>(Pointer(words[1])) : nullptr);
     return status;
 }
 
@@ -162,34 +155,17 @@ constexpr KindMask kCom = Mask(Kind::Com);
 constexpr KindMask kConversion = Mask(Kind::Conversion);
 constexpr KindMask kModules = Mask(Kind::Modules);
 
-/// Null, FALSE or 0, with the last error.
-constexpr Failure NoneWith(int error) {
-    return {0, Reason::LastError, error};
-}
-/// WAIT_FAILED, TLS_OUT_OF_INDEXES, INVALID_HANDLE_VALUE and the like.
-constexpr Failure AllOnesWith(int error) {
-    return {-1, Reason::LastError, error};
-}
-constexpr Failure kZero = {0, Reason::Errno};
-constexpr Failure kMinusOne = {-1, Reason::Errno}; // EOF, too
-constexpr Failure kUnformatted = {-1, Reason::Errno, EILSEQ};
-constexpr Failure kNoMemory = {0, Reason::Errno, ENOMEM};
 constexpr int kGdiOutOfMemory = 3;
 constexpr int kGdiGenericError = 1;
-constexpr const char* kKeys = "registry keys";
-constexpr const char* kSearches = "file searches";
-constexpr const char* kStreams = "streams";
-constexpr const char* kImages = "GDI+ images";
-constexpr const char* kStarts = "GDI+ starts";
 
-// Every function that the module may import and that can fail, and the few that are watched.
+// Every function that the module imports and that can fail, and the few that are watched.
 const Group kGroups[] = {
     // memory
-    {"malloc calloc _strdup strdup", kAllocation, kNoMemory, {.body = &Allocate}},
-    {"realloc", kAllocation, kNoMemory, {.body = &Reallocate}},
-    {"free", 0, {}, {.body = &Free}},
-    {"GlobalAlloc", kAllocation, NoneWith(ERROR_NOT_ENOUGH_MEMORY), {.body = &AllocateGlobal}},
-    {"GlobalLock", kAllocation, NoneWith(ERROR_NOT_ENOUGH_MEMORY)},
+    {"malloc calloc _strdup", kAllocation, {0, ENOMEM}, {.opens = Thing::Block}},
+    {"realloc", kAllocation, {0, ENOMEM}, {.body = &Reallocate}},
+    {"free", 0, {}, {.closes = Thing::Block}},
+    {"GlobalAlloc", kAllocation, {0, ERROR_NOT_ENOUGH_MEMORY}, {.body = &AllocateGlobal}},
+    {"GlobalLock", kAllocation, {0, ERROR_NOT_ENOUGH_MEMORY}},
     {"SysAllocString SysAllocStringLen SysAllocStringByteLen", kAllocation},
     // time, launch, end
     {"Sleep", 0, {}, {.body = &SleepLess}},
@@ -197,33 +173,33 @@ const Group kGroups[] = {
     {"ShellExecuteW", kShell, {SE_ERR_NOASSOC}, {.body = &Launch}},
     {"abort exit _amsg_exit _wassert", 0, {}, {.body = &EndProcess}},
     // windows
-    {"RegisterClassExW CreateWindowExW SetPropW", kWindows, NoneWith(ERROR_NOT_ENOUGH_MEMORY)},
-    {"UnregisterClassW", kWindows, NoneWith(ERROR_CLASS_HAS_WINDOWS), {.failsAfterwards = true}},
-    {"DestroyWindow", kWindows, NoneWith(ERROR_ACCESS_DENIED), {.failsAfterwards = true}},
-    {"DialogBoxParamW", kWindows, AllOnesWith(ERROR_NOT_ENOUGH_MEMORY)},
-    {"EndDialog RemovePropW", kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE), {.failsAfterwards = true}},
-    {"FindWindowW FindWindowExW", kWindows, NoneWith(ERROR_NOT_ENOUGH_MEMORY), {.hostThreadOnly = true}},
-    {"IsWindow GetWindowThreadProcessId", kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE), {.hostThreadOnly = true}},
-    {"GetWindowRect GetPropW", kWindows, NoneWith(ERROR_INVALID_WINDOW_HANDLE)},
+    {"RegisterClassExW CreateWindowExW SetPropW", kWindows, {0, ERROR_NOT_ENOUGH_MEMORY}},
+    {"UnregisterClassW", kWindows, {0, ERROR_CLASS_HAS_WINDOWS}, {.failsAfterwards = true}},
+    {"DestroyWindow", kWindows, {0, ERROR_ACCESS_DENIED}, {.failsAfterwards = true}},
+    {"DialogBoxParamW", kWindows, {-1, ERROR_NOT_ENOUGH_MEMORY}},
+    {"EndDialog RemovePropW", kWindows, {0, ERROR_INVALID_WINDOW_HANDLE}, {.failsAfterwards = true}},
+    {"FindWindowW FindWindowExW", kWindows, {0, ERROR_NOT_ENOUGH_MEMORY}, {.hostThreadOnly = true}},
+    {"IsWindow GetWindowThreadProcessId", kWindows, {0, ERROR_INVALID_WINDOW_HANDLE}, {.hostThreadOnly = true}},
+    {"GetWindowRect GetPropW", kWindows, {0, ERROR_INVALID_WINDOW_HANDLE}},
     {"GetSystemMetrics", kWindows},
-    {"SetFocus", kWindows, NoneWith(ERROR_ACCESS_DENIED)},
-    {"GetMessageW", kMessages, AllOnesWith(ERROR_INVALID_WINDOW_HANDLE)},
-    {"PostMessageW", kMessages, NoneWith(ERROR_NOT_ENOUGH_QUOTA)},
-    {"PostThreadMessageW", kMessages, NoneWith(ERROR_INVALID_THREAD_ID)},
-    {"SendMessageTimeoutW", kMessages, NoneWith(ERROR_TIMEOUT)},
+    {"SetFocus", kWindows, {0, ERROR_ACCESS_DENIED}},
+    {"GetMessageW", kMessages, {-1, ERROR_INVALID_WINDOW_HANDLE}},
+    {"PostMessageW", kMessages, {0, ERROR_NOT_ENOUGH_QUOTA}},
+    {"PostThreadMessageW", kMessages, {0, ERROR_INVALID_THREAD_ID}},
+    {"SendMessageTimeoutW", kMessages, {0, ERROR_TIMEOUT}},
     // pictures
     {"DeleteObject", kGdiplus, {0}, {.failsAfterwards = true}},
     {"GdipAlloc", kGdiplus},
-    {"GdipCloneImage", kGdiplus, {kGdiOutOfMemory}, {.opens = kImages}},
-    {"GdipCreateBitmapFromStreamICM GdipCreateBitmapFromStream", kGdiplus, {kGdiOutOfMemory}, {.opens = kImages}},
+    {"GdipCloneImage", kGdiplus, {kGdiOutOfMemory}, {.opens = Thing::Image}},
+    {"GdipCreateBitmapFromStreamICM GdipCreateBitmapFromStream", kGdiplus, {kGdiOutOfMemory}, {.opens = Thing::Image}},
     {"GdipCreateHBITMAPFromBitmap", kGdiplus, {kGdiOutOfMemory}, {.body = &CreateHbitmap}},
-    {"GdipDisposeImage", kGdiplus, {kGdiGenericError}, {.failsAfterwards = true, .closes = kImages}},
-    {"GdiplusStartup", kGdiplus, {kGdiOutOfMemory}, {.opens = kStarts}},
-    {"GdiplusShutdown", 0, {}, {.closes = kStarts}},
+    {"GdipDisposeImage", kGdiplus, {kGdiGenericError}, {.failsAfterwards = true, .closes = Thing::Image}},
+    {"GdiplusStartup", kGdiplus, {kGdiOutOfMemory}, {.opens = Thing::GdiplusStart}},
+    {"GdiplusShutdown", 0, {}, {.closes = Thing::GdiplusStart}},
     // registry, shell, COM
-    {"RegCreateKeyExW", kRegistry, {ERROR_ACCESS_DENIED}, {.opens = kKeys, .clears = 8}},
-    {"RegOpenKeyExW", kRegistry, {ERROR_ACCESS_DENIED}, {.opens = kKeys, .clears = 5}},
-    {"RegCloseKey", kRegistry, {ERROR_INVALID_HANDLE}, {.failsAfterwards = true, .closes = kKeys}},
+    {"RegCreateKeyExW", kRegistry, {ERROR_ACCESS_DENIED}, {.opens = Thing::Key, .clears = 8}},
+    {"RegOpenKeyExW", kRegistry, {ERROR_ACCESS_DENIED}, {.opens = Thing::Key, .clears = 5}},
+    {"RegCloseKey", kRegistry, {ERROR_INVALID_HANDLE}, {.failsAfterwards = true, .closes = Thing::Key}},
     {"RegSetKeyValueW RegDeleteKeyW RegDeleteTreeW", kRegistry, {ERROR_ACCESS_DENIED}},
     {"SHGetSpecialFolderLocation", kShell, {E_FAIL}, {.clears = 3}},
     {"SHGetPathFromIDListW PathAppendW PathCanonicalizeW", kShell},
@@ -236,50 +212,46 @@ const Group kGroups[] = {
     {"OleCreatePictureIndirect", kCom, {E_OUTOFMEMORY}, {.clears = 4}},
     {"VariantClear", kCom, {DISP_E_BADVARTYPE}, {.failsAfterwards = true}},
     // threads
-    {"CreateThread ConvertStringSecurityDescriptorToSecurityDescriptorW TlsSetValue AddVectoredExceptionHandler",
-     kThreads, NoneWith(ERROR_NOT_ENOUGH_MEMORY)},
-    {"CreateEventA CreateEventW CreateMutexExW CreateSemaphoreA DuplicateHandle OpenThread", kThreads,
-     NoneWith(ERROR_NO_SYSTEM_RESOURCES)},
-    {"ReleaseMutex", kThreads, NoneWith(ERROR_NOT_OWNER), {.failsAfterwards = true}},
-    {"ReleaseSemaphore", kThreads, NoneWith(ERROR_TOO_MANY_POSTS)},
-    {"SetEvent ResetEvent CloseHandle", kThreads, NoneWith(ERROR_INVALID_HANDLE), {.failsAfterwards = true}},
-    {"WaitForSingleObject WaitForMultipleObjects", kThreads, AllOnesWith(ERROR_INVALID_HANDLE)},
-    {"GetHandleInformation GetProcessIdOfThread", kThreads, NoneWith(ERROR_INVALID_HANDLE)},
-    {"OpenProcess GetProcessAffinityMask SetProcessAffinityMask GetThreadContext SetThreadContext SetThreadPriority "
-     "TerminateThread",
-     kThreads, NoneWith(ERROR_ACCESS_DENIED)},
-    {"GetThreadPriority", kThreads, {THREAD_PRIORITY_ERROR_RETURN, Reason::LastError, ERROR_INVALID_HANDLE}},
-    {"SuspendThread ResumeThread", kThreads, AllOnesWith(ERROR_ACCESS_DENIED)},
-    {"TlsAlloc", kThreads, AllOnesWith(ERROR_NO_SYSTEM_RESOURCES)},
-    {"InitializeSecurityDescriptor SetSecurityDescriptorDacl", kThreads, NoneWith(ERROR_INVALID_PARAMETER)},
-    {"_beginthreadex", kThreads, {0, Reason::Errno, EAGAIN}},
+    {"CreateThread ConvertStringSecurityDescriptorToSecurityDescriptorW", kThreads, {0, ERROR_NOT_ENOUGH_MEMORY}},
+    {"CreateEventW CreateMutexExW OpenThread", kThreads, {0, ERROR_NO_SYSTEM_RESOURCES}},
+    {"ReleaseMutex", kThreads, {0, ERROR_NOT_OWNER}, {.failsAfterwards = true}},
+    {"SetEvent ResetEvent CloseHandle", kThreads, {0, ERROR_INVALID_HANDLE}, {.failsAfterwards = true}},
+    {"WaitForSingleObject", kThreads, {-1, ERROR_INVALID_HANDLE}},
+    {"GetProcessIdOfThread", kThreads, {0, ERROR_INVALID_HANDLE}},
+    {"TerminateThread", kThreads, {0, ERROR_ACCESS_DENIED}},
+    {"InitializeSecurityDescriptor SetSecurityDescriptorDacl", kThreads, {0, ERROR_INVALID_PARAMETER}},
+    {"_beginthreadex", kThreads, {0, EAGAIN}},
     // resources, modules, texts
-    {"LoadImageW LoadStringW FindResourceW SizeofResource", kResources, NoneWith(ERROR_RESOURCE_NAME_NOT_FOUND)},
-    {"LoadResource LockResource", kResources, NoneWith(ERROR_NOT_ENOUGH_MEMORY)},
-    {"GetModuleHandleExW GetModuleHandleW GetModuleFileNameW LoadLibraryW LoadLibraryExW", kModules,
-     NoneWith(ERROR_MOD_NOT_FOUND)},
-    {"GetProcAddress", kModules, NoneWith(ERROR_PROC_NOT_FOUND)},
-    {"VirtualProtect", kModules, NoneWith(ERROR_ACCESS_DENIED)},
-    {"VirtualQuery", kModules, NoneWith(ERROR_INVALID_PARAMETER)},
-    {"MultiByteToWideChar WideCharToMultiByte", kConversion, NoneWith(ERROR_NO_UNICODE_TRANSLATION)},
-    {"FormatMessageA", kConversion, NoneWith(ERROR_MR_MID_NOT_FOUND)},
-    {"_vsnprintf _vscprintf _vsnwprintf_s", kConversion, kUnformatted},
+    {"LoadImageW LoadStringW FindResourceW SizeofResource", kResources, {0, ERROR_RESOURCE_NAME_NOT_FOUND}},
+    {"LoadResource LockResource", kResources, {0, ERROR_NOT_ENOUGH_MEMORY}},
+    {"GetModuleHandleExW GetModuleHandleW GetModuleFileNameW LoadLibraryW LoadLibraryExW",
+     kModules,
+     {0, ERROR_MOD_NOT_FOUND}},
+    {"GetProcAddress", kModules, {0, ERROR_PROC_NOT_FOUND}},
+    {"VirtualProtect", kModules, {0, ERROR_ACCESS_DENIED}},
+    {"VirtualQuery", kModules, {0, ERROR_INVALID_PARAMETER}},
+    {"MultiByteToWideChar WideCharToMultiByte", kConversion, {0, ERROR_NO_UNICODE_TRANSLATION}},
+    {"FormatMessageA", kConversion, {0, ERROR_MR_MID_NOT_FOUND}},
+    {"_vsnprintf _vscprintf _vsnwprintf_s", kConversion, {-1, EILSEQ}},
     {"setlocale strftime wcsftime", kConversion},
     // files
-    {"CopyFileW DeviceIoControl FindNextFileW", kFileKinds, NoneWith(ERROR_ACCESS_DENIED)},
-    {"FindFirstFileW", kFileKinds, AllOnesWith(ERROR_ACCESS_DENIED), {.opens = kSearches}},
-    {"FindClose", kFileKinds, NoneWith(ERROR_ACCESS_DENIED), {.failsAfterwards = true, .closes = kSearches}},
-    {"fopen _wfopen tmpfile _fdopen", kFileKinds, kZero, {.opens = kStreams}},
-    {"fclose", kFileKinds, kMinusOne, {.failsAfterwards = true, .closes = kStreams}},
-    {"fread fwrite fgets _wgetcwd", kFileKinds, kZero},
-    {"fflush fgetc getc fputc putc fputs ungetc fseek fsetpos setvbuf vfprintf fprintf fwprintf printf", kFileKinds,
-     kMinusOne},
-    {"getwc putwc fputwc ungetwc", kFileKinds, {WEOF, Reason::Errno}},
-    {"fgetpos", kFileKinds, kMinusOne, {.body = &GetPosition}},
+    {"CopyFileW DeviceIoControl FindNextFileW", kFileKinds, {0, ERROR_ACCESS_DENIED}},
+    {"FindFirstFileW", kFileKinds, {-1, ERROR_ACCESS_DENIED}, {.opens = Thing::Search}},
+    {"FindClose", kFileKinds, {0, ERROR_ACCESS_DENIED}, {.failsAfterwards = true, .closes = Thing::Search}},
+    {"fopen _wfopen tmpfile _fdopen", kFileKinds, {0}, {.opens = Thing::Stream}},
+    {"fclose", kFileKinds, {-1}, {.failsAfterwards = true, .closes = Thing::Stream}},
+    {"fread fwrite fgets", kFileKinds, {0}},
+    {"_wgetcwd", kFileKinds, {0}, {.body = &NameFolder}},
+    {"fflush fgetc getc fputc putc fputs ungetc fseek fsetpos setvbuf vfprintf fprintf fwprintf printf",
+     kFileKinds,
+     {-1}},
+    {"getwc putwc fputwc ungetwc", kFileKinds, {WEOF}},
+    {"fgetpos", kFileKinds, {-1}, {.body = &GetPosition}},
     {"_wopen _wcreat _read _write _lseek _lseeki64 _chsize _filelengthi64 _fileno _waccess _wchdir _wmkdir _wrmdir "
      "_wremove _wrename _fstat64 _wstat64",
-     kFileKinds, kMinusOne},
-    {"_close", kFileKinds, kMinusOne, {.failsAfterwards = true}},
+     kFileKinds,
+     {-1}},
+    {"_close", kFileKinds, {-1}, {.failsAfterwards = true}},
 };
 
 /// Something was opened: a pointer that is not the failure's, or a status of 0.
@@ -291,18 +263,20 @@ bool Opened(const Group& group, Word result) {
 Word Run(Hook& hook, Words& words) {
     const Group& group = *hook.group;
     const Extra& extra = group.extra;
-    const bool strikes =
-        group.kinds != 0 && Strikes(hook.name.c_str(), group.kinds, extra.hostThreadOnly, group.failure);
+    const bool strikes = group.kinds != 0 && Strikes(hook.name.c_str(), group.kinds, extra.hostThreadOnly);
     if (strikes && !extra.failsAfterwards) {
+        GiveReason(group.kinds, group.failure);
         if (extra.clears != 0 && words[extra.clears - 1] != 0) {
             *static_cast<void**>(Pointer(words[extra.clears - 1])) = nullptr;
         }
         return group.failure.answer;
     }
-    const bool closes = extra.closes != nullptr && words[0] != 0; // null is allowed, and closes nothing
+    if (extra.closes != Thing::None && words[0] != 0) { // null is allowed, and closes nothing
+        Account(extra.closes, -1);
+    }
     const Word result = extra.body != nullptr ? extra.body(hook, words) : CallOriginal(hook, words);
-    if (closes || (extra.opens != nullptr && Opened(group, result))) {
-        *hook.balance += closes ? -1 : 1;
+    if (extra.opens != Thing::None && Opened(group, result)) {
+        Account(extra.opens, 1);
     }
     if (!strikes) {
         return result;
@@ -345,10 +319,9 @@ const std::map<std::string, int, std::less<>>& HookNumbers() {
     static const std::map<std::string, int, std::less<>> numbers = [] {
         std::map<std::string, int, std::less<>> made;
         for (const Group& group : kGroups) {
-            const char* thing = group.extra.opens != nullptr ? group.extra.opens : group.extra.closes;
             ForEachWord(group.functions, [&](const std::string& name) {
                 made[name] = static_cast<int>(g_hooks.size());
-                g_hooks.push_back({name, &group, nullptr, thing != nullptr ? BalanceOf(thing) : nullptr});
+                g_hooks.push_back({name, &group});
             });
         }
         for (const Exclusion& group : Exclusions()) {

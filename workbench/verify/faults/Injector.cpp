@@ -31,7 +31,7 @@ std::string Order::Round() const {
     return std::string(kNames[static_cast<std::size_t>(kind)]) + (onward ? "+" : "");
 }
 
-std::vector<Order> AllRounds() {
+std::vector<Order> Rounds(const std::string& name) {
     std::vector<Order> rounds;
     for (std::size_t i = 0; i < kKinds; ++i) {
         const auto kind = static_cast<Kind>(i);
@@ -40,14 +40,8 @@ std::vector<Order> AllRounds() {
             rounds.push_back({kind, 0, true});
         }
     }
+    std::erase_if(rounds, [&](const Order& round) { return !name.empty() && round.Round() != name; });
     return rounds;
-}
-
-std::optional<Order> ParseRound(std::string_view name) {
-    const std::vector<Order> rounds = AllRounds();
-    const auto found =
-        std::find_if(rounds.begin(), rounds.end(), [&](const Order& round) { return round.Round() == name; });
-    return found != rounds.end() ? std::make_optional(*found) : std::nullopt;
 }
 
 void Arm(const Order& order) {
@@ -73,7 +67,11 @@ bool IsStruck() {
     return g_armed && g_struck;
 }
 
-bool Strikes(const char* function, KindMask kinds, bool hostThreadOnly, const Failure& failure) noexcept {
+Kind OrderedKind() {
+    return g_order.kind;
+}
+
+bool Strikes(const char* function, KindMask kinds, bool hostThreadOnly) noexcept {
     if (!g_armed || (hostThreadOnly && ::GetCurrentThreadId() != g_hostThread)) {
         return false;
     }
@@ -85,32 +83,36 @@ bool Strikes(const char* function, KindMask kinds, bool hostThreadOnly, const Fa
                                   (number == g_order.number || (g_order.onward && number > g_order.number)));
         }
     }
-    if (strikes) {
-        if (!g_struck.exchange(true)) { // at once: the process may not live to tell it later
-            char text[100];
-            std::snprintf(text, sizeof text, "failed %s\n", function);
-            SayRaw(text);
-        }
-        GiveReason(kinds, failure);
+    if (strikes && !g_struck.exchange(true)) { // at once: the process may not live to tell it later
+        char text[100];
+        std::snprintf(text, sizeof text, "failed %s\n", function);
+        SayRaw(text);
     }
     return strikes;
 }
 
 void GiveReason(KindMask kinds, const Failure& failure) noexcept {
-    int number = failure.code;
-    auto error = static_cast<DWORD>(failure.code);
+    int number = failure.error;
+    auto error = static_cast<DWORD>(failure.error);
     if ((kinds & kFileKinds) != 0) {
         number = g_order.kind == Kind::DiskFull ? ENOSPC : EACCES;
         error = g_order.kind == Kind::DiskFull  ? ERROR_DISK_FULL
                 : g_order.kind == Kind::Sharing ? ERROR_SHARING_VIOLATION
                                                 : ERROR_ACCESS_DENIED;
     }
-    if (failure.reason == Reason::Errno) {
+    if (error != 0) { // the runtime's functions leave the platform's error behind, too
         errno = number;
-    }
-    if (failure.reason != Reason::None) { // the runtime leaves the platform's error behind, too
         ::SetLastError(error);
     }
+}
+
+std::string CutText(std::string text) {
+    std::size_t kept = 0;
+    while (kept < text.size() && !Strikes("text", Mask(Kind::Json))) {
+        ++kept;
+    }
+    text.resize(kept);
+    return text;
 }
 
 } // namespace verify

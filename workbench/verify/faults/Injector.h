@@ -3,15 +3,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace verify {
 
 /// Groups of calls that can fail. One round lets the calls of one kind fail. The three file kinds share their calls and
-/// differ in the reason that is given.
+/// differ in the reason that is given; so do those of the host, which differ in the way of the failure.
 enum class Kind : std::uint8_t {
     Allocation,
     Gdiplus,
@@ -27,7 +25,7 @@ enum class Kind : std::uint8_t {
     Com,
     Conversion,
     Modules,
-    Json,       // no calls: texts that are cut
+    Json,       // texts that are cut, each character as a call
     HostStatus, // calls on Outlook's objects: Invoke, QueryInterface or FindConnectionPoint returns a failure
     HostNull,   // Invoke succeeds without a result
     HostException,
@@ -49,22 +47,15 @@ struct Order {
 
     /// "files-full" or "allocation+", where the plus says "and every later call".
     std::string Round() const;
-    bool FailsHostCalls() const { return kind >= Kind::HostStatus && number != 0; }
 };
 
-/// @return nothing when there is no such round.
-std::optional<Order> ParseRound(std::string_view name);
-/// The rounds of a run in their order.
-std::vector<Order> AllRounds();
+/// The rounds of a run in their order, or the one of that name; none when there is no such round.
+std::vector<Order> Rounds(const std::string& name = {});
 
-/// How a failed call tells why, besides its answer.
-enum class Reason : std::uint8_t { None, LastError, Errno };
-
-/// The failure of a function: its answer, and the last error or errno. The file kinds bring their own.
+/// The failure of a function: its answer and, unless it is 0, the last error and errno. The file kinds bring their own.
 struct Failure {
     std::intptr_t answer = 0;
-    Reason reason = Reason::None;
-    int code = 0;
+    int error = 0;
 };
 
 /// The calls that were seen while armed, per kind.
@@ -78,10 +69,14 @@ Counts Disarm();
 bool HasStruck();
 /// Whether a call has failed in a step that is still going on.
 bool IsStruck();
+/// The kind that the last order names.
+Kind OrderedKind();
 
 /// Counts a call. @return whether it is to fail. The first that fails is told as "failed FUNCTION".
-bool Strikes(const char* function, KindMask kinds, bool hostThreadOnly, const Failure& failure) noexcept;
-/// Sets the failure's reason.
+bool Strikes(const char* function, KindMask kinds, bool hostThreadOnly = false) noexcept;
+/// Tells the caller why a call failed.
 void GiveReason(KindMask kinds, const Failure& failure) noexcept;
+/// The text, or what is left of it before the character at which it is to be cut.
+std::string CutText(std::string text);
 
 } // namespace verify

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "workbench/verify/faults/Injector.h"
 #include "workbench/verify/faults/StagedModule.h"
 
 #include <functional>
@@ -22,28 +21,20 @@ public:
     virtual void Prepare() {}
     /// The examined step. @return whether it had its effect. It always has its effect when no call fails.
     virtual bool Step() = 0;
+    /// Asked behind the first step. @return what was not as it must be after the call that failed.
+    virtual std::vector<std::string> Judge() { return {}; }
     /// Asked at last: whether the module does its usual work.
     virtual bool Works() { return true; }
     /// Whether it then does without something that it was to make once and could not, by design: such as its channel.
     virtual bool Degraded() { return false; }
     /// Ends everything. @return what was not as it must be even after a failure.
     virtual std::vector<std::string> End() { return {}; }
-
-    // The kinds that are no imported functions: texts and calls on Outlook's objects.
-
-    /// Has the next step's text or call fail if the order names such a kind; none for an order without a number.
-    virtual void Spoil(const Order&) {}
-    /// Adds the texts and calls of the last step.
-    virtual void Count(Counts&) const {}
-    /// The text or the call that the last step met and that failed; empty when there was none.
-    virtual std::string Spoilt() const { return {}; }
-    /// Asked behind a step with such a call. @return what was not as it must be after it.
-    virtual std::vector<std::string> Judge() { return {}; }
 };
 
 struct Scene {
     const char* name;
-    /// Something that happens once in a process: each point gets a process of its own.
+    /// Something that happens once in a process: each point gets a process of its own. Calls on Outlook's objects do
+    /// not fail then; a scene that repeats it has them.
     bool fresh;
     /// The module is attached before; otherwise the scene does it.
     bool attached;

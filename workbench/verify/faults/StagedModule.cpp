@@ -2,57 +2,41 @@
 
 #include "workbench/verify/faults/Hooks.h"
 
+#include <fmt/format.h>
+
 #include <cstring>
-#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace verify {
 namespace {
 
-using Entry = BOOL(WINAPI*)(HINSTANCE, DWORD, void*);
-
 // Unused by the loader, and part of the header that it maps: keeps the entry point's place.
 constexpr std::size_t kPlaceOfEntry = offsetof(IMAGE_DOS_HEADER, e_res2);
 
-std::vector<char> ReadFile(const std::wstring& path) {
-    std::ifstream file(std::filesystem::path(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 } // namespace
 
-std::wstring StageModule(const std::wstring& original, const std::wstring& folder) {
-    std::vector<char> image = ReadFile(original);
-    IMAGE_DOS_HEADER dos{};
-    IMAGE_NT_HEADERS headers{};
-    if (image.size() < sizeof dos) {
-        throw std::runtime_error("the module cannot be read");
-    }
-    std::memcpy(&dos, image.data(), sizeof dos);
-    if (dos.e_magic != IMAGE_DOS_SIGNATURE || image.size() < dos.e_lfanew + sizeof headers) {
+std::filesystem::path StageModule(const std::filesystem::path& original, const std::filesystem::path& folder) {
+    std::ifstream source(original, std::ios::binary);
+    std::vector<char> image{std::istreambuf_iterator<char>(source), std::istreambuf_iterator<char>()};
+    const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(image.data());
+    if (image.size() < sizeof *dos || dos->e_magic != IMAGE_DOS_SIGNATURE ||
+        image.size() < dos->e_lfanew + sizeof(IMAGE_NT_HEADERS)) {
         throw std::runtime_error("the module is no library");
     }
-    std::memcpy(&headers, image.data() + dos.e_lfanew, sizeof headers);
-    const DWORD entry = headers.OptionalHeader.AddressOfEntryPoint;
-    headers.OptionalHeader.AddressOfEntryPoint = 0;
-    std::memcpy(image.data() + dos.e_lfanew, &headers, sizeof headers);
+    auto& headers = *reinterpret_cast<IMAGE_NT_HEADERS*>(image.data() + dos->e_lfanew);
+    const DWORD entry = std::exchange(headers.OptionalHeader.AddressOfEntryPoint, 0);
     std::memcpy(image.data() + kPlaceOfEntry, &entry, sizeof entry);
 
-    const std::filesystem::path copy = std::filesystem::path(folder) / std::filesystem::path(original).filename();
-    std::filesystem::create_directories(copy.parent_path());
-    std::ofstream file(copy, std::ios::binary | std::ios::trunc);
-    file.write(image.data(), static_cast<std::streamsize>(image.size()));
-    file.close();
-    if (!file) {
+    const std::filesystem::path copy = folder / original.filename();
+    std::ofstream file(copy, std::ios::binary);
+    if (!file.write(image.data(), static_cast<std::streamsize>(image.size())).flush()) {
         throw std::runtime_error("the module's copy cannot be written");
     }
-    return copy.wstring();
-}
-
-StagedModule::StagedModule(const std::wstring& path) : path_(path) {
-    Load();
+    return copy;
 }
 
 void StagedModule::Reload() {
@@ -65,35 +49,36 @@ void StagedModule::Reload() {
 }
 
 void StagedModule::Load() {
+    tried_ = false;
     module_ = ::LoadLibraryExW(path_.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (module_ == nullptr) {
-        throw std::runtime_error("the module cannot be loaded, error " + std::to_string(::GetLastError()));
+        throw std::runtime_error(fmt::format("the module cannot be loaded, error {}", ::GetLastError()));
     }
-    std::memcpy(&entry_, reinterpret_cast<const char*>(module_) + kPlaceOfEntry, sizeof entry_);
-    std::string unknown;
-    for (const std::string& name : HookImports(module_)) {
-        unknown += " " + name;
-    }
-    if (!unknown.empty()) {
-        throw std::runtime_error("these imports are neither hooked nor excluded with a reason:" + unknown);
+    if (const std::vector<std::string> unknown = HookImports(module_); !unknown.empty()) {
+        throw std::runtime_error(
+            fmt::format("these imports are neither hooked nor excluded with a reason: {}", fmt::join(unknown, ", ")));
     }
 }
 
 bool StagedModule::CallEntry(DWORD reason) {
-    const auto entry = reinterpret_cast<Entry>(reinterpret_cast<BYTE*>(module_) + entry_);
-    return entry(module_, reason, nullptr) != FALSE;
+    using Entry = BOOL(WINAPI*)(HINSTANCE, DWORD, void*);
+    auto* const image = reinterpret_cast<BYTE*>(module_);
+    DWORD entry = 0;
+    std::memcpy(&entry, image + kPlaceOfEntry, sizeof entry);
+    return reinterpret_cast<Entry>(image + entry)(module_, reason, nullptr) != FALSE;
 }
 
 bool StagedModule::Attach() {
-    if (!attached_) {
-        attached_ = CallEntry(DLL_PROCESS_ATTACH);
+    if (tried_) {
+        return true;
     }
+    tried_ = true;
+    attached_ = CallEntry(DLL_PROCESS_ATTACH);
     return attached_;
 }
 
 void StagedModule::Detach() {
-    if (attached_) {
-        attached_ = false;
+    if (std::exchange(attached_, false)) {
         CallEntry(DLL_PROCESS_DETACH);
     }
 }

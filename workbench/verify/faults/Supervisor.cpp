@@ -4,8 +4,12 @@
 #include "workbench/verify/core/Report.h"
 #include "workbench/verify/core/Usage.h"
 #include "workbench/verify/faults/Hooks.h"
+#include "workbench/verify/faults/Injector.h"
+
+#include "workbench/process/CommandLine.h"
 
 #include "support/Text.h"
+#include "tests/support/TempFolder.h"
 
 #include <algorithm>
 #include <array>
@@ -19,72 +23,34 @@ namespace {
 constexpr DWORD kLongestSilence = 30; // s beyond the patience with one point
 
 enum Column : std::size_t { kFound, kFailed, kMissed, kCrashes, kHangs, kLeaks, kOthers, kColumns };
-using Row = std::array<std::uint64_t, kColumns>;
-
 /// The results of the points, by scene or by kind.
-class Table {
-public:
-    explicit Table(const char* what) : what_(what) {}
+using Table = std::map<std::string, std::array<std::uint64_t, kColumns>>;
 
-    void Add(const std::string& name, Column column, std::uint64_t count) {
-        auto found = std::find_if(rows_.begin(), rows_.end(), [&](const auto& row) { return row.first == name; });
-        if (found == rows_.end()) {
-            found = rows_.insert(rows_.end(), {name, Row{}});
+std::string TextOf(const char* what, Table table) {
+    std::vector<std::vector<std::string>> lines{
+        {what, "found", "failed", "missed", "crashes", "hangs", "leaks", "others"}};
+    Table::mapped_type total{};
+    const auto add = [&lines](const std::string& name, const Table::mapped_type& row) {
+        lines.push_back({name});
+        for (const std::uint64_t count : row) {
+            lines.back().push_back(std::to_string(count));
         }
-        found->second[column] += count;
-        total_[column] += count;
-    }
-    std::uint64_t Total(Column column) const { return total_[column]; }
-    const std::vector<std::pair<std::string, Row>>& Rows() const { return rows_; }
-    std::string Text() const {
-        std::vector<std::vector<std::string>> lines{
-            {what_, "found", "failed", "missed", "crashes", "hangs", "leaks", "others"}};
-        auto rows = rows_;
-        rows.emplace_back("total", total_);
-        for (const auto& [name, row] : rows) {
-            lines.push_back({name});
-            for (const std::uint64_t count : row) {
-                lines.back().push_back(std::to_string(count));
-            }
+    };
+    for (const auto& [name, row] : table) {
+        add(name, row);
+        for (std::size_t i = 0; i < kColumns; ++i) {
+            total[i] += row[i];
         }
-        return MarkdownTable(lines);
     }
-
-private:
-    const char* what_;
-    std::vector<std::pair<std::string, Row>> rows_; // in the order of their first point
-    Row total_{};
-};
-
-/// The folder of this run's copy of the module, and the current one while it lives: the module writes its log there
-/// when the shell does not tell the user's folder.
-class Folder {
-public:
-    Folder()
-        : path_(std::filesystem::temp_directory_path() / (L"faults-" + std::to_wstring(::GetCurrentProcessId()))),
-          before_(std::filesystem::current_path()) {
-        std::filesystem::create_directories(path_);
-        std::filesystem::current_path(path_);
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::current_path(before_, ignored);
-        std::filesystem::remove_all(path_, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    std::wstring Path() const { return path_.wstring(); }
-
-private:
-    std::filesystem::path path_;
-    std::filesystem::path before_;
-};
+    add("total", total);
+    return MarkdownTable(lines);
+}
 
 /// Has child processes play the scenes: one each, or one for each point of a scene that happens once in a process. A
 /// child that crashes or hangs is a violation, and another one goes on with the next kind.
 class Supervisor {
 public:
-    explicit Supervisor(const FaultOptions& options) : options_(options) {}
+    Supervisor(const FaultOptions& options, std::wstring module) : options_(options), module_(std::move(module)) {}
 
     void Play(const Scene& scene);
     int Tell();
@@ -100,103 +66,78 @@ private:
         bool ended = false;  // in order
     };
 
-    void PlayFresh(const Scene& scene, const Order& round, std::uint64_t found);
-    void PlayPoint(const Scene& scene, const Order& round, std::uint64_t number);
-    Place Watch(const Scene& scene, const std::string& round, std::uint64_t from, const std::string& first = "");
+    void PlayPoints(const Order& round, std::uint64_t found);
+    /// Has a child play the scene with these options besides those of this run.
+    Place Watch(const std::vector<std::wstring>& more = {});
     void Take(const std::string& line, Place& place);
     void Problem(const Place& place, const std::string& text);
     void Add(const std::string& round, Column column, std::uint64_t count = 1) {
-        byScene_.Add(scene_, column, count);
-        byRound_.Add(round, column, count);
+        byScene_[scene_][column] += count;
+        byRound_[round][column] += count;
     }
 
     const FaultOptions& options_;
+    const std::wstring module_;
     Report report_;
-    Table byScene_{"scene"};
-    Table byRound_{"kind"};
+    Table byScene_;
+    Table byRound_;
     std::string scene_;                          // that is being played
     std::map<std::string, std::uint64_t> found_; // by round, in that scene
     Holdings held_;
+    std::uint64_t failed_ = 0;
     std::uint64_t degraded_ = 0;
 };
 
 void Supervisor::Play(const Scene& scene) {
     scene_ = scene.name;
     found_.clear();
-    held_.clear();
-    const std::vector<Order> rounds = AllRounds();
-    auto next = rounds.begin();
-    Place place;
-    do {
-        place = Watch(scene, scene.fresh ? "" : options_.kind, options_.from, next->Round());
-        next = std::find_if(rounds.begin(), rounds.end(), [&](const Order& one) { return one.Round() == place.round; });
-    } while (!place.ended && next != rounds.end() && ++next != rounds.end() && options_.kind.empty());
-    for (const Order& round : rounds) {
-        if (const std::uint64_t found = found_[round.Round()];
-            found != 0 && (options_.kind.empty() || options_.kind == round.Round())) {
+    Place place = scene.fresh ? Watch({L"--kind", L"clean"}) : Watch();
+    while (!place.ended && options_.kind.empty() && place.round != Place().round) {
+        place = Watch({L"--behind", ToWide(place.round)});
+    }
+    for (const Order& round : Rounds(options_.kind)) {
+        const std::uint64_t found = found_[round.Round()];
+        if (found != 0) {
             Add(round.Round(), kFound, found);
             if (scene.fresh && place.ended) {
-                PlayFresh(scene, round, found);
+                PlayPoints(round, found);
             }
         }
     }
 }
 
-void Supervisor::PlayFresh(const Scene& scene, const Order& round, std::uint64_t found) {
-    const std::uint64_t from = options_.kind.empty() ? 1 : options_.from;
-    const std::uint64_t last = options_.only ? from : found;
-    for (std::uint64_t number = from; number <= last; number += options_.every) {
-        PlayPoint(scene, round, number);
-    }
-}
-
-void Supervisor::PlayPoint(const Scene& scene, const Order& round, std::uint64_t number) {
-    const Holdings clean = std::exchange(held_, {});
-    Place place;
-    // The module's own threads make some of the calls; how many come in time differs from run to run.
-    for (int attempt = 0; attempt < kAttempts && !place.struck; ++attempt) {
-        held_.clear();
-        place = Watch(scene, round.Round(), number);
-        for (const std::string& line : place.ended ? GrowthOf(clean, held_) : std::vector<std::string>()) {
-            Problem(place, line);
+void Supervisor::PlayPoints(const Order& round, std::uint64_t found) {
+    const Holdings clean = held_;
+    const std::uint64_t last = options_.only ? options_.from : found;
+    for (std::uint64_t number = options_.from; number <= last; number += options_.every) {
+        Place place;
+        // A call that comes at another place in time differs from run to run.
+        for (int attempt = 0; attempt < kAttempts && !place.struck; ++attempt) {
+            held_.clear();
+            place = Watch({L"--kind", ToWide(round.Round()), L"--from", std::to_wstring(number)});
+            for (const std::string& line : place.ended ? GrowthOf(clean, held_) : std::vector<std::string>()) {
+                Problem(place, line);
+            }
         }
-    }
-    if (!place.struck) {
-        Add(round.Round(), kMissed);
+        if (!place.struck) {
+            Add(round.Round(), kMissed);
+        }
     }
     held_ = clean;
 }
 
-Supervisor::Place Supervisor::Watch(const Scene& scene, const std::string& round, std::uint64_t from,
-                                    const std::string& first) {
-    std::vector<std::wstring> arguments = {L"faults",
-                                           L"--worker",
-                                           ToWide(scene.name),
-                                           L"--module",
-                                           ToWide(options_.module),
-                                           L"--patience",
-                                           std::to_wstring(options_.patience),
-                                           L"--from",
-                                           std::to_wstring(from),
-                                           L"--every",
-                                           std::to_wstring(options_.every)};
-    if (!round.empty()) {
-        arguments.insert(arguments.end(), {L"--kind", ToWide(round)});
-    }
-    if (!first.empty()) {
-        arguments.insert(arguments.end(), {L"--first", ToWide(first)});
-    }
-    if (options_.only) {
-        arguments.push_back(L"--only");
-    }
+Supervisor::Place Supervisor::Watch(const std::vector<std::wstring>& more) {
+    std::vector<std::wstring> arguments = process::OwnArguments();
+    arguments.insert(arguments.end(), {L"--worker", ToWide(scene_), L"--module", module_});
+    arguments.insert(arguments.end(), more.begin(), more.end());
     Place place;
     process::ChildProcess child = StartChild(arguments, process::Streams::OutputRead);
     // The child's own watch is quicker.
     for (std::string line; child.ReadLine(line, (static_cast<DWORD>(options_.patience) + kLongestSilence) * 1000);) {
         Take(line, place);
         if (report_.ProgressIsDue()) {
-            Say("{:4} s  {} {} {}, {} points failed, {} violations", report_.Seconds(), scene.name, place.round,
-                place.number, byScene_.Total(kFailed), report_.Violations());
+            Say("{:4} s  {} {} {}, {} points failed, {} violations", report_.Seconds(), scene_, place.round,
+                place.number, failed_, report_.Violations());
         }
     }
     if (const DWORD code = child.Wait(); !place.ended && !place.over) {
@@ -217,6 +158,7 @@ void Supervisor::Problem(const Place& place, const std::string& text) {
 void Supervisor::Take(const std::string& line, Place& place) {
     std::istringstream words(line);
     std::string word;
+    std::uint64_t count = 0;
     words >> word;
     const auto rest = [&words] {
         std::string text;
@@ -224,27 +166,24 @@ void Supervisor::Take(const std::string& line, Place& place) {
         return text;
     };
     if (word == "at") {
+        place = {};
         words >> place.round >> place.number;
-        place.function.clear();
-        place.struck = false;
     } else if (word == "failed") {
         place.function = rest();
         place.struck = true;
         Add(place.round, kFailed);
+        ++failed_;
     } else if (word == "problem") {
         Problem(place, rest());
     } else if (word == "crash:" || word == "hang:") {
         Problem(place, line);
         place.over = true;
     } else if (word == "found") {
-        std::string round;
-        std::uint64_t count = 0;
-        words >> round >> count;
-        found_.try_emplace(round, count); // a child that goes on behind a crash counts once more
+        words >> word >> count;
+        found_.try_emplace(word, count); // a child that goes on behind a crash counts once more
     } else if (word == "held") {
-        std::size_t count = 0;
         words >> count;
-        held_[rest()] = count;
+        held_[rest()] = static_cast<std::int64_t>(count);
     } else if (word == "degraded") {
         ++degraded_;
     } else if (word == "missed") {
@@ -256,16 +195,16 @@ void Supervisor::Take(const std::string& line, Place& place) {
 
 int Supervisor::Tell() {
     // A run that let nothing fail says nothing. One that was told to play less is asked for less.
-    if (!options_.only && byScene_.Total(kFailed) == 0) {
+    if (!options_.only && failed_ == 0) {
         report_.Violation("no call was made to fail");
     }
-    for (const auto& [name, row] : byRound_.Rows()) {
+    for (const auto& [name, row] : byRound_) {
         if (options_.kind.empty() && row[kFound] != 0 && row[kFailed] == 0) {
             report_.Violation(name + ": calls were found and none was made to fail");
         }
     }
-    Say("\n{}\n{}", byScene_.Text(), byRound_.Text());
-    report_.Row("points failed", byScene_.Total(kFailed));
+    Say("\n{}\n{}", TextOf("scene", byScene_), TextOf("kind", byRound_));
+    report_.Row("points failed", failed_);
     report_.Row("points after which the module did without its channel, as it is to", degraded_);
     return report_.Tell();
 }
@@ -276,7 +215,7 @@ void List(const std::vector<Scene>& scenes) {
         Say("  {}{}", scene.name, scene.fresh ? " (a process for each point)" : "");
     }
     Say("kinds:");
-    for (const Order& round : AllRounds()) {
+    for (const Order& round : Rounds()) {
         Say("  {}", round.Round());
     }
     Say("not made to fail:");
@@ -292,32 +231,30 @@ int RunFaults(const std::vector<Scene>& scenes, FaultOptions options, const std:
         List(scenes);
         return kNoViolation;
     }
-    if (!options.kind.empty() && !ParseRound(options.kind)) {
-        SayLine("there is no kind " + options.kind);
-        return kBadCommandLine;
-    }
     std::vector<const Scene*> wanted;
     for (const Scene& scene : scenes) {
-        if (options.scenes.empty() ||
-            std::find(options.scenes.begin(), options.scenes.end(), scene.name) != options.scenes.end()) {
+        if (scene.name == options.worker) {
+            return PlayScene(scene, options);
+        }
+        if (options.scenes.empty() || std::count(options.scenes.begin(), options.scenes.end(), scene.name) != 0) {
             wanted.push_back(&scene);
         }
     }
-    if (wanted.empty() || (!options.scenes.empty() && wanted.size() < options.scenes.size())) {
-        SayLine("there is no such scene");
+    if (wanted.empty() || wanted.size() < options.scenes.size() || Rounds(options.kind).empty()) {
+        SayLine("there is no such scene or kind");
         return kBadCommandLine;
     }
-    if (options.worker) {
-        return PlayScene(*wanted.front(), options);
-    }
-    const std::filesystem::path original = options.module.empty() ? module : ToWide(options.module);
-    const std::wstring absolute = std::filesystem::absolute(original).wstring();
-    const Folder folder;
-    options.module = ToUtf8(StageModule(absolute, folder.Path()));
-    Supervisor supervisor(options);
+    const std::filesystem::path original =
+        std::filesystem::absolute(options.module.empty() ? module : ToWide(options.module));
+    const TempFolder folder; // of this run's copy of the module
+    Supervisor supervisor(options, StageModule(original, folder.Path()).wstring());
+    // The module writes its log into the current folder when the shell does not tell the user's.
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
     for (const Scene* scene : wanted) {
         supervisor.Play(*scene);
     }
+    std::filesystem::current_path(before);
     return supervisor.Tell();
 }
 

@@ -2,9 +2,9 @@
 
 #include "workbench/verify/core/Process.h"
 #include "workbench/verify/core/Report.h"
-#include "workbench/verify/core/Usage.h"
 #include "workbench/verify/faults/Blocks.h"
 #include "workbench/verify/faults/Hooks.h"
+#include "workbench/verify/faults/Injector.h"
 
 #include "support/Text.h"
 
@@ -26,9 +26,35 @@ constexpr int kMeasuredRuns = 5; // clean ones too, which tell what the system i
 /// counted one by one, as is its memory.
 constexpr Usage kSlack = {8, kNotJudged, 0, 128, 128, kNotJudged, kNotJudged, kNotJudged};
 
-class Player {
+void Problem(const std::string& text) {
+    Say("problem {}", text);
+}
+
+/// A message that is under way in the channel has its memory.
+void AwaitQuiet() {
+    const std::uint64_t rounds = ChannelRounds();
+    const ULONGLONG end = ::GetTickCount64() + 50;
+    while (ChannelRounds() < rounds + 3 && ::GetTickCount64() < end) {
+        ::Sleep(1);
+    }
+}
+
+bool StepSafely(Act& act) {
+    try {
+        return act.Step();
+    } catch (const _com_error& error) {
+        Problem(fmt::format("an exception left the module, or the host has one: {}", error.Error()));
+    } catch (const std::exception& error) {
+        Problem(std::string("an exception left the module: ") + error.what());
+    } catch (...) {
+        Problem("an exception left the module");
+    }
+    return false;
+}
+
+class Worker {
 public:
-    Player(const Scene& scene, const FaultOptions& options)
+    Worker(const Scene& scene, const FaultOptions& options)
         : scene_(scene),
           options_(options),
           watchdog_(std::chrono::seconds(options.patience)),
@@ -42,17 +68,11 @@ public:
 
 private:
     /// @return whether a call failed.
-    bool Run(const Order& order, bool told = true);
-    bool StepSafely(Act& act);
-    void TellFound() const;
+    bool Run(const Order& order = {});
+    void PlayOnce();
     void PlayRound(Order order);
-    bool PlayPoint(const Order& order);
     void JudgeHoldings();
-    void TellHeld() const;
-    void MeasureCleanRuns();
-    void JudgeUsage() const;
-    static void Problem(const std::string& text) { Say("problem {}", text); }
-    static void AwaitQuiet();
+    void TellFound() const;
 
     const Scene& scene_;
     const FaultOptions& options_;
@@ -62,51 +82,27 @@ private:
     std::pair<Holdings, Holdings> usual_; // after the last two clean runs
     Counts found_{};
     bool degraded_ = false;
-    Usage usageAtFirst_{};
-    Usage usageBefore_{};
     std::uint64_t points_ = 0;
 };
 
-bool Player::StepSafely(Act& act) {
-    try {
-        return act.Step();
-    } catch (const _com_error& error) {
-        Problem(fmt::format("an exception left the module, or the host has one: {}", error.Error()));
-    } catch (const std::exception& error) {
-        Problem(std::string("an exception left the module: ") + error.what());
-    } catch (...) {
-        Problem("an exception left the module");
-    }
-    return false;
-}
-
-bool Player::Run(const Order& order, bool told) {
+bool Worker::Run(const Order& order) {
     watchdog_.Doing(fmt::format("{} {} {}", scene_.name, order.Round(), order.number));
-    if (told) {
-        Say("at {} {}", order.number == 0 ? "clean" : order.Round(), order.number);
-    }
+    Say("at {} {}", order.number == 0 ? "clean" : order.Round(), order.number);
     const std::unique_ptr<Act> act = scene_.make(module_);
     act->Prepare();
-    act->Spoil(order);
     Arm(order);
     const bool worked = StepSafely(*act);
     const Counts counts = Disarm();
-    bool struck = HasStruck();
-    if (const std::string spoilt = act->Spoilt(); !spoilt.empty()) {
-        Say("failed {}", spoilt);
-        struck = true;
-        for (const std::string& problem : act->Judge()) {
-            Problem(problem);
-        }
-    }
+    const bool struck = HasStruck();
     if (order.number == 0) {
         found_ = counts;
-        act->Count(found_);
         if (!worked) {
             Problem("the scene has no effect although nothing failed");
         }
     }
-    act->Spoil({});
+    for (const std::string& problem : act->Judge()) {
+        Problem(problem);
+    }
     act->Prepare();
     if (!StepSafely(*act)) {
         Problem("the unharmed repetition has no effect");
@@ -124,16 +120,7 @@ bool Player::Run(const Order& order, bool told) {
     return struck;
 }
 
-/// A message that is under way in the channel has its memory.
-void Player::AwaitQuiet() {
-    const std::uint64_t rounds = ChannelRounds();
-    const ULONGLONG end = ::GetTickCount64() + 50;
-    while (ChannelRounds() < rounds + 3 && ::GetTickCount64() < end) {
-        ::Sleep(1);
-    }
-}
-
-void Player::JudgeHoldings() {
+void Worker::JudgeHoldings() {
     Holdings now = TakeHoldings();
     for (int look = 0; look < kLooks && !GrowthOf(baseline_, now, usual_).empty(); ++look) {
         AwaitQuiet();
@@ -148,15 +135,32 @@ void Player::JudgeHoldings() {
     }
 }
 
-/// Of several looks the least: the memory that the channel's threads hold for a moment is no leak.
-void Player::TellHeld() const {
+void Worker::TellFound() const {
+    for (const Order& round : Rounds()) {
+        if (!scene_.fresh || round.kind < Kind::HostStatus) {
+            Say("found {} {}", round.Round(), found_[static_cast<std::size_t>(round.kind)]);
+        }
+    }
+}
+
+void Worker::PlayOnce() {
+    Order order;
+    for (const Order& round : Rounds(options_.kind)) { // none: a clean run
+        order = {round.kind, options_.from, round.onward};
+    }
+    Run(order);
+    if (order.number == 0) {
+        TellFound();
+    }
+    if (degraded_) { // commands wait in a channel that does not run
+        return;
+    }
+    // Of several looks the least: the memory that the channel's threads hold for a moment is no leak.
     Holdings least = TakeHoldings();
     for (int look = 0; look < kLooks; ++look) {
         AwaitQuiet();
-        const Holdings now = TakeHoldings();
-        for (auto& [thing, count] : least) {
-            const auto found = now.find(thing);
-            count = std::min(count, found != now.end() ? found->second : 0);
+        for (const auto& [thing, count] : TakeHoldings()) {
+            least[thing] = std::min(least[thing], count);
         }
     }
     for (const auto& [thing, count] : least) {
@@ -164,80 +168,55 @@ void Player::TellHeld() const {
     }
 }
 
-void Player::TellFound() const {
-    for (const Order& round : AllRounds()) {
-        Say("found {} {}", round.Round(), found_[static_cast<std::size_t>(round.kind)]);
-    }
-}
-
-void Player::Play() {
-    const std::optional<Order> only = ParseRound(options_.kind);
+void Worker::Play() {
     if (scene_.fresh) {
-        Run(only ? Order{only->kind, options_.from, only->onward} : Order{});
-        if (!only) {
-            TellFound();
-        }
-        if (!degraded_) { // commands wait in a channel that does not run
-            TellHeld();
-        }
+        PlayOnce();
         return;
     }
     for (int i = 0; i < kCleanRuns; ++i) {
-        Run({});
+        Run();
     }
     TellFound();
-    MeasureCleanRuns();
-    bool reached = false;
-    for (const Order& round : AllRounds()) {
-        reached = reached || round.Round() == options_.first;
-        if (only ? round.Round() == options_.kind : reached) {
+    const Usage usageAtFirst = MeasureUsage();
+    for (int i = 0; i < kMeasuredRuns; ++i) {
+        usual_.first = std::move(usual_.second);
+        Run();
+        AwaitQuiet();
+        usual_.second = TakeHoldings();
+    }
+    baseline_ = usual_.second;
+    const Usage usageBefore = MeasureUsage();
+    bool reached = options_.behind.empty();
+    for (const Order& round : Rounds(options_.kind)) {
+        if (reached) {
             PlayRound(round);
         }
+        reached = reached || round.Round() == options_.behind;
     }
-    JudgeUsage();
+    // Handles and the like after all points. Some systems keep a handle of each run, whoever makes it.
+    Usage known = ScaledGrowth(usageAtFirst, usageBefore, kMeasuredRuns, points_ + kMeasuredRuns);
+    known[kWindows] = 0;
+    if (const std::string grown = Growth(usageBefore, MeasureUsage(), kSlack, known); !grown.empty()) {
+        Problem("leak: over all points: " + grown);
+    }
 }
 
-void Player::PlayRound(Order order) {
+void Worker::PlayRound(Order order) {
     const std::uint64_t found = found_[static_cast<std::size_t>(order.kind)];
-    for (order.number = options_.kind.empty() ? 1 : options_.from;; order.number += options_.every) {
-        bool struck = PlayPoint(order);
-        for (int attempt = 1; attempt < kAttempts && !struck && order.number <= found; ++attempt) {
-            struck = PlayPoint(order); // The module's own threads make some of the calls, not always in time.
-        }
+    for (order.number = options_.from;; order.number += options_.every) {
+        bool struck = false;
+        int attempt = 0;
+        do { // The module's own threads make some of the calls, not always in time.
+            struck = Run(order);
+            ++points_;
+            JudgeHoldings();
+        } while (!struck && order.number <= found && ++attempt < kAttempts);
         if (!struck && order.number <= found) {
             Say("missed");
         }
         if ((!struck && order.number >= found) || options_.only) {
             return;
         }
-    }
-}
-
-bool Player::PlayPoint(const Order& order) {
-    const bool struck = Run(order);
-    ++points_;
-    JudgeHoldings();
-    return struck;
-}
-
-void Player::MeasureCleanRuns() {
-    usageAtFirst_ = MeasureUsage();
-    for (int i = 0; i < kMeasuredRuns; ++i) {
-        usual_.first = std::move(usual_.second);
-        Run({}, false);
-        AwaitQuiet();
-        usual_.second = TakeHoldings();
-    }
-    baseline_ = usual_.second;
-    usageBefore_ = MeasureUsage();
-}
-
-/// Handles and the like after all points. Some systems keep a handle of each run, whoever makes it.
-void Player::JudgeUsage() const {
-    Usage known = ScaledGrowth(usageAtFirst_, usageBefore_, kMeasuredRuns, points_ + kMeasuredRuns);
-    known[kWindows] = 0;
-    if (const std::string grown = Growth(usageBefore_, MeasureUsage(), kSlack, known); !grown.empty()) {
-        Problem("leak: over all points: " + grown);
     }
 }
 
@@ -251,7 +230,7 @@ int PlayScene(const Scene& scene, const FaultOptions& options) {
     try {
         // Never destroyed, nor is the runtime's end run through: the module's threads are still at work, and the end is
         // not examined here.
-        (new Player(scene, options))->Play();
+        (new Worker(scene, options))->Play();
         Say("end");
     } catch (const std::exception& error) {
         Say("problem the scene cannot be played: {}", error.what());

@@ -33,27 +33,12 @@ constexpr workbench::OlInspectorClose kCloseModes[] = {workbench::kCloseSave, wo
                                                        workbench::kClosePrompt};
 // Bytes of a notification's text: whole messages, and ones of two and more segments; the longest still fit a log line.
 constexpr std::size_t kContents[] = {10, 400, 700, 780, 1000, 1700, 1800, 3000, 12'000};
+constexpr const char* kRules[] = {"default", "none", R"(merge {"code":500})", "text no JSON", "default"};
 constexpr std::int64_t kMeetingStart = 1'772'618'400; // 2026-03-04 10:00 UTC
 
 template <class Table>
 auto Pick(const Table& table, std::uint64_t number) {
     return table[number % std::size(table)];
-}
-
-void NewAppointment(Player& player, const Draw& draw) {
-    player.Open(draw.a % 3 == 0, L"Meeting " + ToWide(player.NextId()));
-}
-
-void NewMail(Player& player, const Draw&) {
-    const workbench::ItemPtr item = player.Host().NewMail();
-    item->fields.subject = L"Mail " + ToWide(player.NextId());
-    player.Host().OpenInspector(item);
-}
-
-void OpenItem(Player& player, const Draw& draw) {
-    if (const auto items = player.Host().Appointments(); !items.empty()) {
-        player.Host().OpenInspector(Pick(items, draw.a));
-    }
 }
 
 void EditItem(Player& player, const Draw& draw) {
@@ -73,22 +58,10 @@ void EditItem(Player& player, const Draw& draw) {
     item->Touch();
 }
 
-void SaveItem(Player& player, const Draw& draw) {
-    if (const InspectorPtr inspector = player.PickInspector(draw.a, false)) {
-        inspector->CurrentItem()->Save();
-    }
-}
-
 void SendItem(Player& player, const Draw& draw) {
     if (const InspectorPtr inspector = player.PickInspector(draw.a, false)) {
         player.MoveToUniquePlace(inspector->Window());
         inspector->CurrentItem()->Send();
-    }
-}
-
-void DeleteItem(Player& player, const Draw& draw) {
-    if (const InspectorPtr inspector = player.PickInspector(draw.a, false)) {
-        inspector->CurrentItem()->Delete();
     }
 }
 
@@ -98,36 +71,6 @@ void CloseInspector(Player& player, const Draw& draw) {
         player.MoveToUniquePlace(inspector->Window());
         inspector->Close(Pick(kCloseModes, draw.c));
     }
-}
-
-void SecondWindow(Player& player, const Draw& draw) {
-    if (const InspectorPtr inspector = player.PickInspector(draw.a, true)) {
-        player.Host().MakeInspector(inspector->CurrentItem())->Display();
-    }
-}
-
-void OpenExplorer(Player& player, const Draw& draw) {
-    if (player.Host().Explorers().size() < kMostExplorers) {
-        player.Host().OpenExplorer(Pick(kFolders, draw.a));
-        player.CountExplorer();
-    }
-}
-
-void CloseExplorer(Player& player, const Draw& draw) {
-    if (player.Host().Explorers().size() > 1) {
-        const workbench::ExplorerPtr explorer = Pick(player.Host().Explorers(), draw.a);
-        explorer->Close();
-    }
-}
-
-void SwitchFolder(Player& player, const Draw& draw) {
-    const workbench::ExplorerPtr explorer = Pick(player.Host().Explorers(), draw.a);
-    explorer->SwitchFolder(Pick(kFolders, draw.b));
-    explorer->Activate();
-}
-
-void PressInExplorer(Player& player, const Draw& draw) {
-    player.Press(Surface::Explorer, Pick(kExplorerButtons, draw.a), {});
 }
 
 void PressInAppointment(Player& player, const Draw& draw) {
@@ -230,25 +173,6 @@ std::string RawData(Player&, const Draw& draw) {
     return order;
 }
 
-std::string Bulk(Player&, const Draw& draw) {
-    return fmt::format("bulk {} {}", 5 + draw.a % 25, 40 + draw.b % 900);
-}
-
-/// A message whose end never comes: the add-in keeps the parts.
-std::string TornMessage(Player&, const Draw& draw) {
-    return fmt::format("torn 3000 {}", 1 + draw.a % 2);
-}
-
-/// From now on commands are answered otherwise, or not at all.
-std::string OtherAnswers(Player&, const Draw& draw) {
-    static const char* const kRules[] = {"default", "none", R"(merge {"code":500})", "text no JSON", "default"};
-    return fmt::format("answer {} {}", 4 + draw.a % 3, Pick(kRules, draw.b));
-}
-
-std::string Delay(Player&, const Draw& draw) {
-    return fmt::format("delay {}", draw.a % 3 * 150);
-}
-
 } // namespace
 
 void Player::MoveToUniquePlace(HWND window) {
@@ -286,19 +210,63 @@ workbench::ItemPtr Player::Open(bool saved, const std::wstring& subject, const s
 
 std::span<const Action> HostActions() {
     static constexpr Action kActions[] = {
-        {"new appointment", 10, &NewAppointment},
-        {"new mail", 3, &NewMail},
-        {"open item", 8, &OpenItem},
+        {"new appointment", 10,
+         [](Player& player, const Draw& draw) { player.Open(draw.a % 3 == 0, L"Meeting " + ToWide(player.NextId())); }},
+        {"new mail", 3,
+         [](Player& player, const Draw&) {
+             const workbench::ItemPtr item = player.Host().NewMail();
+             item->fields.subject = L"Mail " + ToWide(player.NextId());
+             player.Host().OpenInspector(item);
+         }},
+        {"open item", 8,
+         [](Player& player, const Draw& draw) {
+             if (const auto items = player.Host().Appointments(); !items.empty()) {
+                 player.Host().OpenInspector(Pick(items, draw.a));
+             }
+         }},
         {"edit item", 10, &EditItem},
-        {"save item", 10, &SaveItem},
+        {"save item", 10,
+         [](Player& player, const Draw& draw) {
+             if (const InspectorPtr inspector = player.PickInspector(draw.a, false)) {
+                 inspector->CurrentItem()->Save();
+             }
+         }},
         {"send item", 5, &SendItem},
-        {"delete item", 4, &DeleteItem},
+        {"delete item", 4,
+         [](Player& player, const Draw& draw) {
+             if (const InspectorPtr inspector = player.PickInspector(draw.a, false)) {
+                 inspector->CurrentItem()->Delete();
+             }
+         }},
         {"close inspector", 12, &CloseInspector},
-        {"second window", 2, &SecondWindow},
-        {"open explorer", 3, &OpenExplorer},
-        {"close explorer", 3, &CloseExplorer},
-        {"switch folder", 3, &SwitchFolder},
-        {"press in explorer", 14, &PressInExplorer},
+        {"second window", 2,
+         [](Player& player, const Draw& draw) {
+             if (const InspectorPtr inspector = player.PickInspector(draw.a, true)) {
+                 player.Host().MakeInspector(inspector->CurrentItem())->Display();
+             }
+         }},
+        {"open explorer", 3,
+         [](Player& player, const Draw& draw) {
+             if (player.Host().Explorers().size() < kMostExplorers) {
+                 player.Host().OpenExplorer(Pick(kFolders, draw.a));
+                 player.CountExplorer();
+             }
+         }},
+        {"close explorer", 3,
+         [](Player& player, const Draw& draw) {
+             if (player.Host().Explorers().size() > 1) {
+                 const workbench::ExplorerPtr explorer = Pick(player.Host().Explorers(), draw.a);
+                 explorer->Close();
+             }
+         }},
+        {"switch folder", 3,
+         [](Player& player, const Draw& draw) {
+             const workbench::ExplorerPtr explorer = Pick(player.Host().Explorers(), draw.a);
+             explorer->SwitchFolder(Pick(kFolders, draw.b));
+             explorer->Activate();
+         }},
+        {"press in explorer", 14,
+         [](Player& player, const Draw& draw) { player.Press(Surface::Explorer, Pick(kExplorerButtons, draw.a)); }},
         {"press in appointment", 22, &PressInAppointment},
         {"press without a window", 2, &PressWithoutWindow},
         {"ask ribbon", 4, &AskRibbon},
@@ -315,10 +283,14 @@ std::span<const ClientOrder> ClientOrders() {
         {"notify unknown type", 4, &UnknownNotification},
         {"send malformed text", 4, &MalformedText},
         {"send raw data", 3, &RawData},
-        {"send bulk", 2, &Bulk},
-        {"tear message", 1, &TornMessage},
-        {"change answers", 2, &OtherAnswers},
-        {"delay answers", 2, &Delay},
+        {"send bulk", 2,
+         [](Player&, const Draw& draw) { return fmt::format("bulk {} {}", 5 + draw.a % 25, 40 + draw.b % 900); }},
+        // A message whose end never comes: the add-in keeps the parts.
+        {"tear message", 1, [](Player&, const Draw& draw) { return fmt::format("torn 3000 {}", 1 + draw.a % 2); }},
+        // From now on commands are answered otherwise, or not at all.
+        {"change answers", 2,
+         [](Player&, const Draw& draw) { return fmt::format("answer {} {}", 4 + draw.a % 3, Pick(kRules, draw.b)); }},
+        {"delay answers", 2, [](Player&, const Draw& draw) { return fmt::format("delay {}", draw.a % 3 * 150); }},
     };
     return kOrders;
 }

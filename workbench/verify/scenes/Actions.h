@@ -26,7 +26,6 @@ public:
 
     workbench::OutlookHost& Host() const { return session_.Host(); }
     workbench::AddInHost& AddIn() const { return session_.AddIn(); }
-    Session& Run() const { return session_; }
 
     /// A text that no other has.
     std::string NextId() { return std::to_string(++nextId_); }

@@ -1,5 +1,6 @@
 #include "workbench/verify/core/LogTail.h"
 #include "workbench/verify/faults/Hooks.h"
+#include "workbench/verify/faults/Injector.h"
 #include "workbench/verify/scenes/Stage.h"
 
 #include "osadapter/include/kosa.h"
@@ -7,7 +8,9 @@
 #include "resources/Connect.h"
 #include "support/UniqueResource.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <initializer_list>
 
 // The scenes without Outlook.
 namespace verify {
@@ -16,8 +19,8 @@ namespace {
 using GetClassObject = HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**);
 using StatusFunction = HRESULT STDAPICALLTYPE();
 
-/// Class factory, object, and everything let go again.
-bool MakeObject(const StagedModule& module) {
+/// Class factory, object, and everything let go again. Writes a line into the log.
+bool MakeObject(StagedModule& module) {
     IClassFactory* factory = nullptr;
     if (FAILED(module.Export<GetClassObject>("DllGetClassObject")(CLSID_NembraMeeting, IID_IClassFactory,
                                                                   reinterpret_cast<void**>(&factory)))) {
@@ -34,82 +37,51 @@ bool MakeObject(const StagedModule& module) {
     return object->Release() == 0 && known;
 }
 
-class ModuleAct : public Act {
-public:
-    explicit ModuleAct(StagedModule& module) : module_(module) {}
-    std::vector<std::string> End() override {
-        const bool left = module_.Attached() && Call("DllCanUnloadNow") != S_OK;
-        return left ? std::vector<std::string>{"leak: an object of the module is left"} : std::vector<std::string>();
-    }
-
-protected:
-    HRESULT Call(const char* name) const { return module_.Export<StatusFunction>(name)(); }
-
-    StagedModule& module_;
+struct ModulePlan {
+    const char* name;
+    bool (*step)(StagedModule&);
+    void (*begin)(StagedModule&) = nullptr; ///< of a scene that loads the module itself
+    void (*prepare)(StagedModule&) = nullptr;
 };
 
-/// DllMain and everything that runs before it, on a module that was mapped but not yet run.
-class LoadAct final : public ModuleAct {
+class ModuleAct : public Act {
 public:
-    explicit LoadAct(StagedModule& module) : ModuleAct(module) { module_.Reload(); }
-    bool Step() override {
-        if (tried_ && !module_.Attached()) {
-            return true; // the loader has thrown the module out; it is not run again
+    ModuleAct(StagedModule& module, const ModulePlan& plan) : module_(module), plan_(plan) {
+        if (plan.begin != nullptr) {
+            module.Reload();
+            plan.begin(module);
         }
-        tried_ = true;
-        return module_.Attach();
     }
+    void Prepare() override {
+        if (plan_.prepare != nullptr) {
+            plan_.prepare(module_);
+        }
+    }
+    bool Step() override { return plan_.step(module_); }
     bool Works() override { return !module_.Attached() || MakeObject(module_); }
     std::vector<std::string> End() override {
-        auto problems = ModuleAct::End();
-        module_.Detach();
+        std::vector<std::string> problems;
+        if (module_.Attached() && module_.Export<StatusFunction>("DllCanUnloadNow")() != S_OK) {
+            problems.push_back("leak: an object of the module is left");
+        }
+        if (plan_.begin != nullptr) {
+            module_.Detach();
+        }
         return problems;
     }
 
 private:
-    bool tried_ = false;
+    StagedModule& module_;
+    const ModulePlan& plan_;
 };
 
-/// The module's end before it was ever connected: afterwards it is pinned.
-class UnloadAct final : public ModuleAct {
-public:
-    explicit UnloadAct(StagedModule& module) : ModuleAct(module) {
-        module_.Reload();
-        module_.Attach();
-        MakeObject(module_);
-    }
-    bool Step() override {
-        module_.Detach();
-        return true;
-    }
-};
-
-template <bool Registered>
-class ObjectAct final : public ModuleAct {
-public:
-    using ModuleAct::ModuleAct;
-    void Prepare() override {
-        if (!Registered) {
-            ::UnRegisterTypeLib(LIBID_NBMOutlookAddin, 1, 0, 0, SYS_WIN64);
-        }
-    }
-    bool Step() override { return MakeObject(module_); }
-};
-
-constexpr const wchar_t* kScratch = L"Software\\workbench_faults";
+constexpr const wchar_t* kScratch = L"Software\\workbench_verify";
 constexpr const wchar_t* kAddIns = L"SOFTWARE\\Microsoft\\Office\\Outlook\\Addins";
 
 UniqueKey MakeKey(HKEY root, const std::wstring& path) {
     HKEY made = nullptr;
     ::RegCreateKeyW(root, path.c_str(), &made);
     return UniqueKey(made);
-}
-
-bool HasKey(const UniqueKey& root, const std::wstring& path) {
-    HKEY opened = nullptr;
-    const bool found = ::RegOpenKeyExW(root.Get(), path.c_str(), 0, KEY_READ, &opened) == ERROR_SUCCESS;
-    const UniqueKey owned(opened);
-    return found;
 }
 
 /// The keys that registration writes below, in place of the machine's own while it lives.
@@ -135,10 +107,15 @@ public:
     bool Hold(bool there) const {
         wchar_t id[40] = {};
         ::StringFromGUID2(CLSID_NembraMeeting, id, 40);
-        return HasKey(classes_, std::wstring(L"CLSID\\") + id) == there &&
-               HasKey(classes_, L"NembraMeeting.OutlookAddin") == there &&
-               HasKey(classes_, L"NembraMeeting.OutlookAddin.1") == there &&
-               HasKey(machine_, std::wstring(kAddIns) + L"\\NembraMeeting.OutlookAddin") == there;
+        const auto has = [there](const UniqueKey& root, const std::wstring& path) {
+            HKEY opened = nullptr;
+            const bool found = ::RegOpenKeyExW(root.Get(), path.c_str(), 0, KEY_READ, &opened) == ERROR_SUCCESS;
+            const UniqueKey owned(opened);
+            return found == there;
+        };
+        return has(classes_, std::wstring(L"CLSID\\") + id) && has(classes_, L"NembraMeeting.OutlookAddin") &&
+               has(classes_, L"NembraMeeting.OutlookAddin.1") &&
+               has(machine_, std::wstring(kAddIns) + L"\\NembraMeeting.OutlookAddin");
     }
 
 private:
@@ -147,12 +124,12 @@ private:
 };
 
 template <bool Registers>
-class RegistrationAct final : public ModuleAct {
+class RegistrationAct final : public Act {
 public:
-    using ModuleAct::ModuleAct;
-    void Prepare() override { Call(Registers ? "DllUnregisterServer" : "DllRegisterServer"); }
+    explicit RegistrationAct(StagedModule& module) : module_(module) {}
+    void Prepare() override { Call(!Registers); }
     bool Step() override {
-        const HRESULT status = Call(Registers ? "DllRegisterServer" : "DllUnregisterServer");
+        const HRESULT status = Call(Registers);
         leaves_ = leaves_ || (Registers && FAILED(status) && !keys_.Hold(false));
         return status == S_OK && keys_.Hold(Registers);
     }
@@ -162,6 +139,11 @@ public:
     }
 
 private:
+    HRESULT Call(bool registers) const {
+        return module_.Export<StatusFunction>(registers ? "DllRegisterServer" : "DllUnregisterServer")();
+    }
+
+    StagedModule& module_;
     ScratchKeys keys_;
     bool leaves_ = false;
 };
@@ -172,132 +154,133 @@ std::uintmax_t LogSize() {
     return missing ? 0 : size;
 }
 
+void RemoveLogCopies(StagedModule&) {
+    std::error_code ignored;
+    for (const int copy : {1, 2}) {
+        std::filesystem::remove(AddinLogFile(copy), ignored);
+    }
+}
+
 /// One line of the log; with `Full`, one that finds the log at its limit.
 template <bool Full>
-class LogAct final : public ModuleAct {
-public:
-    explicit LogAct(StagedModule& module) : ModuleAct(module) {
-        module_.Reload(); // a log that went silent stays so
-        module_.Attach();
+bool WriteLine(StagedModule& module) {
+    if (Full) {
+        PretendLogIsFull();
     }
-    void Prepare() override {
-        std::error_code ignored;
-        for (int copy = 1; Full && copy <= 2; ++copy) {
-            std::filesystem::remove(AddinLogFile(copy), ignored);
-        }
+    const std::uintmax_t before = LogSize();
+    if (!MakeObject(module)) {
+        return false;
     }
-    bool Step() override {
-        if (Full) {
-            PretendLogIsFull();
-        }
-        const std::uintmax_t before = LogSize();
-        if (!MakeObject(module_)) { // writes a line
-            return false;
-        }
-        if (HasStruck()) {
-            return true; // a log that could not be opened stays silent, by design, and fails nobody
-        }
-        return Full ? std::filesystem::exists(AddinLogFile(1)) && LogSize() != 0 : LogSize() > before;
+    if (HasStruck()) {
+        return true; // a log that could not be opened stays silent, by design, and fails nobody
     }
-};
+    return Full ? std::filesystem::exists(AddinLogFile(1)) && LogSize() != 0 : LogSize() > before;
+}
 
-/// The exported C functions that allocate or touch files.
-class ExportsAct final : public ModuleAct {
-public:
-    using ModuleAct::ModuleAct;
-    void Prepare() override {
-        End();
-        std::filesystem::create_directories(folder_);
-    }
-    bool Step() override {
-        const bool texts = Texts();
-        const bool conversions = Conversions();
-        const bool files = Files();
-        return texts && conversions && files;
-    }
-    std::vector<std::string> End() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
-        return {};
-    }
+void Attach(StagedModule& module) {
+    module.Attach();
+}
 
-private:
+// The exported C functions that allocate or touch files.
+
+std::filesystem::path ExportsFolder() {
+    return std::filesystem::temp_directory_path() / L"faults-exports";
+}
+
+void MakeExportsFolder(StagedModule&) {
+    std::filesystem::remove_all(ExportsFolder());
+    std::filesystem::create_directories(ExportsFolder());
+}
+
 // The module's function of that name.
-#define EXPORTED(function) module_.Export<decltype(function)>(#function)
+#define EXPORTED(function) module.Export<decltype(function)>(#function)
 
-    std::string At(const char* name) const {
-        return (folder_ / name).string();
-    }
+/// In their order, all of them.
+bool All(std::initializer_list<bool> results) {
+    return std::all_of(results.begin(), results.end(), [](bool result) { return result; });
+}
 
-    bool Texts() const {
-        bool all = true;
-        for (void* made : {static_cast<void*>(EXPORTED(KOSA_StrDup)("text")),
-                           static_cast<void*>(EXPORTED(KOSA_StrConcat)("a", "b", nullptr)),
-                           EXPORTED(KOSA_MemMallocS)(64, 0, __LINE__, "faults"),
-                           EXPORTED(KOSA_MemMallocD)(64, __LINE__, "faults")}) {
-            all = made != nullptr && all;
-            EXPORTED(KOSA_MemFreeD)(made, __LINE__, "faults");
-        }
-        return all;
-    }
+bool Texts(const StagedModule& module) {
+    const auto made = [&module](void* block) {
+        EXPORTED(KOSA_MemFreeD)(block, __LINE__, "faults");
+        return block != nullptr;
+    };
+    return All({made(EXPORTED(KOSA_StrDup)("text")), made(EXPORTED(KOSA_StrConcat)("a", "b", nullptr)),
+                made(EXPORTED(KOSA_MemMallocS)(64, 0, __LINE__, "faults")),
+                made(EXPORTED(KOSA_MemMallocD)(64, __LINE__, "faults"))});
+}
 
-    bool Conversions() const {
-        bool all = true;
-        for (void* made : {static_cast<void*>(EXPORTED(ZEP_Utf8ToUnicodeW)("text")),
-                           static_cast<void*>(EXPORTED(ZEP_Utf8ToUnicodeA)("text")),
-                           static_cast<void*>(EXPORTED(ZEP_UnicodeToUtf8)(L"text")),
-                           static_cast<void*>(EXPORTED(ZEP_UnicodeToLocale)(L"text")),
-                           static_cast<void*>(EXPORTED(ZEP_LocaleToUnicodeW)("text")),
-                           static_cast<void*>(EXPORTED(ZEP_LocaleToUtf8)("text")),
-                           static_cast<void*>(EXPORTED(ZEP_Utf8ToLocale)("text"))}) {
-            all = made != nullptr && *static_cast<char*>(made) != 0 && all;
-            EXPORTED(ZEP_StrMemFree)(made);
-        }
-        return all;
-    }
+bool Conversions(const StagedModule& module) {
+    const auto made = [&module](void* text) {
+        const bool filled = text != nullptr && *static_cast<char*>(text) != 0;
+        EXPORTED(ZEP_StrMemFree)(text);
+        return filled;
+    };
+    return All({made(EXPORTED(ZEP_Utf8ToUnicodeW)("text")), made(EXPORTED(ZEP_Utf8ToUnicodeA)("text")),
+                made(EXPORTED(ZEP_UnicodeToUtf8)(L"text")), made(EXPORTED(ZEP_UnicodeToLocale)(L"text")),
+                made(EXPORTED(ZEP_LocaleToUnicodeW)("text")), made(EXPORTED(ZEP_LocaleToUtf8)("text")),
+                made(EXPORTED(ZEP_Utf8ToLocale)("text"))});
+}
 
-    bool Files() const {
-        bool all = EXPORTED(KOSA_MkDir_P)(At("deep/er").c_str(), 0755) == 0;
-        all = Write("one.txt") && all;
-        all = EXPORTED(KOSA_CopyFile)(At("one.txt").c_str(), At("two.txt").c_str()) == 0 && all;
-        all = EXPORTED(KOSA_Rename)(At("two.txt").c_str(), At("three.txt").c_str()) == 0 && all;
-        all = EXPORTED(KOSA_Access)(At("three.txt").c_str(), 0) == 0 && all;
-        all = List() >= 3 && all;
-        all = EXPORTED(KOSA_Remove)(At("one.txt").c_str()) == 0 && all;
-        return EXPORTED(KOSA_RmDir)(At("deep/er").c_str()) == 0 && all;
-    }
+bool Write(const StagedModule& module, const std::string& path) {
+    FILE* const file = EXPORTED(KOSA_Fopen)(path.c_str(), "wb");
+    return file != nullptr &&
+           All({EXPORTED(KOSA_Fwrite)("text", 1, 4, file) == 4, EXPORTED(KOSA_Fprintf)(file, "%d", 7) == 1,
+                EXPORTED(KOSA_Fflush)(file) == 0, EXPORTED(KOSA_Fclose)(file) == 0});
+}
 
-    bool Write(const char* name) const {
-        FILE* file = EXPORTED(KOSA_Fopen)(At(name).c_str(), "wb");
-        if (file == nullptr) {
-            return false;
-        }
-        bool all = EXPORTED(KOSA_Fwrite)("text", 1, 4, file) == 4;
-        all = EXPORTED(KOSA_Fprintf)(file, "%d", 7) == 1 && all;
-        all = EXPORTED(KOSA_Fflush)(file) == 0 && all;
-        return EXPORTED(KOSA_Fclose)(file) == 0 && all;
+/// Both ways of listing a folder find the same. @return the number of entries.
+int List(const StagedModule& module, const std::string& folder) {
+    KosaDir* directory = EXPORTED(KOSA_OpenDir)(folder.c_str());
+    if (directory == nullptr) {
+        return 0;
     }
+    int entries = 0;
+    while (EXPORTED(KOSA_ReadDir)(directory) != nullptr) {
+        ++entries;
+    }
+    EXPORTED(KOSA_CloseDir)(directory);
+    KosaDirEntry** names = nullptr;
+    const int found = EXPORTED(KOSA_ScanDir)(folder.c_str(), &names, nullptr, nullptr);
+    if (found > 0) {
+        EXPORTED(KOSA_DestoryNameList)(names, found);
+    }
+    return found == entries ? entries : 0;
+}
 
-    int List() const {
-        KosaDir* directory = EXPORTED(KOSA_OpenDir)(folder_.string().c_str());
-        if (directory == nullptr) {
-            return 0;
-        }
-        int entries = 0;
-        while (EXPORTED(KOSA_ReadDir)(directory) != nullptr) {
-            ++entries;
-        }
-        EXPORTED(KOSA_CloseDir)(directory);
-        KosaDirEntry** names = nullptr;
-        const int found = EXPORTED(KOSA_ScanDir)(folder_.string().c_str(), &names, nullptr, nullptr);
-        if (found > 0) {
-            EXPORTED(KOSA_DestoryNameList)(names, found);
-        }
-        return found == entries ? entries : 0;
-    }
+bool Files(const StagedModule& module) {
+    const auto at = [](const char* name) { return (ExportsFolder() / name).string(); };
+    return All({EXPORTED(KOSA_MkDir_P)(at("deep/er").c_str(), 0755) == 0, Write(module, at("one.txt")),
+                EXPORTED(KOSA_CopyFile)(at("one.txt").c_str(), at("two.txt").c_str()) == 0,
+                EXPORTED(KOSA_Rename)(at("two.txt").c_str(), at("three.txt").c_str()) == 0,
+                EXPORTED(KOSA_Access)(at("three.txt").c_str(), 0) == 0, List(module, ExportsFolder().string()) >= 3,
+                EXPORTED(KOSA_Remove)(at("one.txt").c_str()) == 0, EXPORTED(KOSA_RmDir)(at("deep/er").c_str()) == 0});
+}
 #undef EXPORTED
 
-    const std::filesystem::path folder_ = std::filesystem::temp_directory_path() / L"faults-exports";
+bool UseExports(StagedModule& module) {
+    return All({Texts(module), Conversions(module), Files(module)});
+}
+
+const ModulePlan kPlans[] = {
+    // DllMain and everything that runs before it, on a module that was mapped but not yet run.
+    {"load", [](StagedModule& module) { return module.Attach(); }, [](StagedModule&) {}},
+    // The module's end before it was ever connected: afterwards it is pinned.
+    {"unload",
+     [](StagedModule& module) {
+         module.Detach();
+         return true;
+     },
+     [](StagedModule& module) {
+         module.Attach();
+         MakeObject(module);
+     }},
+    {"object", &MakeObject},
+    {"object-unregistered", &MakeObject, nullptr,
+     [](StagedModule&) { ::UnRegisterTypeLib(LIBID_NBMOutlookAddin, 1, 0, 0, SYS_WIN64); }},
+    {"log-line", &WriteLine<false>, &Attach}, // afresh: a log that went silent stays so
+    {"log-rotation", &WriteLine<true>, &Attach, &RemoveLogCopies},
+    {"exports", &UseExports, nullptr, &MakeExportsFolder},
 };
 
 template <class Type>
@@ -308,17 +291,15 @@ std::unique_ptr<Act> Make(StagedModule& module) {
 } // namespace
 
 std::vector<Scene> ModuleScenes() {
-    return {
-        {"load", false, false, &Make<LoadAct>},
-        {"unload", false, false, &Make<UnloadAct>},
-        {"object", false, true, &Make<ObjectAct<true>>},
-        {"object-unregistered", false, true, &Make<ObjectAct<false>>},
+    std::vector<Scene> scenes = {
         {"register", false, true, &Make<RegistrationAct<true>>},
         {"unregister", false, true, &Make<RegistrationAct<false>>},
-        {"log-line", false, false, &Make<LogAct<false>>},
-        {"log-rotation", false, false, &Make<LogAct<true>>},
-        {"exports", false, true, &Make<ExportsAct>},
     };
+    for (const ModulePlan& plan : kPlans) {
+        scenes.push_back({plan.name, false, plan.begin == nullptr,
+                          [&plan](StagedModule& module) { return std::make_unique<ModuleAct>(module, plan); }});
+    }
+    return scenes;
 }
 
 } // namespace verify

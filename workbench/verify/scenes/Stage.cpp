@@ -1,14 +1,17 @@
 #include "workbench/verify/scenes/Stage.h"
 
 #include "workbench/verify/faults/Hooks.h"
+#include "workbench/verify/faults/Injector.h"
 
 #include "support/Text.h"
 #include "workbench/host/Pump.h"
+#include "workbench/wire/Envelope.h"
+#include "workbench/wire/Window.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstring>
+#include <mutex>
 
 namespace verify {
 namespace {
@@ -49,29 +52,72 @@ constexpr Consequence kConsequences[] = {
     {"event-close-saved", L"AppointmentItem.GetInspector", false, nullptr, 6},
 };
 
+std::wstring NameOf(const CallRecord& call) {
+    return call.object + L"." + call.member;
+}
+
 bool IsQuery(const CallRecord& call) {
     return call.member == L"QueryInterface" || call.member == L"FindConnectionPoint";
+}
+
+// The meeting client's end of the channel: its hidden window, here on a thread of this process. Once there it stays.
+const wire::WindowThread* g_client = nullptr;
+std::mutex g_lock;
+std::string g_commands;
+std::uint32_t g_number = 100; // of the last message
+
+void StartClient() {
+    if (g_client == nullptr) {
+        g_client = new wire::WindowThread(wire::kClientWindow, [](HWND, const COPYDATASTRUCT& data) -> LRESULT {
+            const std::scoped_lock lock(g_lock);
+            g_commands.append(static_cast<const char*>(data.lpData), data.cbData);
+            return TRUE;
+        });
+    }
+}
+
+void ForgetCommands() {
+    const std::scoped_lock lock(g_lock);
+    g_commands.clear();
+}
+
+/// Whether that command came since then, or any for `kNoCommand`; segments are looked at one by one.
+bool CommandCame(int command) {
+    const std::scoped_lock lock(g_lock);
+    return g_commands.find(command == kNoCommand ? "cmd" : fmt::format("\"cmd\" : {}", command)) != std::string::npos;
+}
+
+/// Lets everything that is under way arrive: channel rounds and posted messages.
+void Settle() {
+    workbench::PumpFor(0);
+    const std::uint64_t rounds = ChannelRounds();
+    const ULONGLONG end = ::GetTickCount64() + (rounds == 0 ? kStartLimit : kRoundsLimit);
+    while (ChannelRounds() < rounds + kRounds && ::GetTickCount64() < end) {
+        workbench::PumpFor(1);
+    }
+    workbench::PumpFor(0);
 }
 
 } // namespace
 
 Stage::Stage(StagedModule& module, const Plan& plan) : plan_(plan), session_(module.Path()) {
     if ((plan.flags & kNoClient) == 0) {
-        client::Start();
+        StartClient();
     }
     Begin();
-    Spoil({});
 }
 
 void Stage::Begin() {
     session_.AnswerDialogs([this] { return plan_.dialogAnswer; });
     workbench::HostOptions options;
     options.habits.ribbonByHand = true;
+    options.habits.countQueryInterface = true;
     if ((plan_.flags & kUnconnected) != 0) {
         session_.Begin(options);
     } else {
         session_.Connect(options);
     }
+    Host().FailWhen([this](const CallRecord& call) { return Fail(call); });
     Explorer();
     Appointment();
     Settle();
@@ -84,6 +130,8 @@ std::vector<std::string> Stage::End() {
 }
 
 void Stage::Prepare() {
+    static std::uint64_t number = 0;
+    subject = fmt::format("unique-{}", ++number);
     if (!session_.Running()) {
         Begin();
     }
@@ -91,9 +139,32 @@ void Stage::Prepare() {
         plan_.prepare(*this);
     }
     Settle();
-    client::ForgetCommands();
+    ForgetCommands();
+    Host().ResetCalls();
     launchesBefore_ = Launches();
     dialogsBefore_ = session_.Dialogs();
+    log_.emplace();
+}
+
+bool Stage::Step() {
+    text = CutText(plan_.text != nullptr ? plan_.text : "");
+    const bool done = plan_.step(*this);
+    Settle();
+    // While nothing fails it is waited for: the channel's threads may be late on a busy machine.
+    return done &&
+           (HadItsEffect() || (!IsStruck() && workbench::PumpUntil([this] { return HadItsEffect(); }, kArrivalLimit)));
+}
+
+bool Stage::HadItsEffect() const {
+    const auto wants = [this](PlanFlag flag) { return (plan_.flags & flag) != 0; };
+    if ((plan_.command >= 0 && !CommandCame(plan_.command)) || (wants(kLaunches) && Launches() <= launchesBefore_) ||
+        (wants(kAsks) && session_.Dialogs() <= dialogsBefore_)) {
+        return false;
+    }
+    const auto items = wants(kNamesItem) ? Host().Appointments() : std::vector<workbench::ItemPtr>();
+    return !wants(kNamesItem) || std::any_of(items.begin(), items.end(), [this](const workbench::ItemPtr& one) {
+        return (!item || one == item) && ToUtf8(one->Subject()) == subject;
+    });
 }
 
 bool Stage::Works() {
@@ -104,10 +175,10 @@ bool Stage::Works() {
         return false;
     }
     const bool labels = Explorer().AskLabel(L"StartMeetingMail").status == S_OK;
-    if (!client::IsThere()) {
+    if (g_client == nullptr) {
         return labels;
     }
-    client::ForgetCommands();
+    ForgetCommands();
     constexpr int kStartAudio = 3;
     const bool pressed = Explorer().Press(L"StartAudioMeetingMail") == S_OK;
     Settle();
@@ -118,90 +189,30 @@ bool Stage::Works() {
 /// The first connection of a process starts the channel. The channel works without the parts that it could not create
 /// then.
 bool Stage::Degraded() {
-    return !client::HasServer() || ChannelRounds() == 0;
+    return wire::Find(wire::kAddinWindow) == nullptr || ChannelRounds() == 0;
 }
 
-void Stage::Spoil(const Order& order) {
-    spoils_ = order;
-    if (plan_.text != nullptr) {
-        const bool cut = Cuts() && order.kind == Kind::Json && order.number != 0;
-        text = std::string(plan_.text).substr(0, cut ? order.number - 1 : std::string::npos);
+std::optional<workbench::Failure> Stage::Fail(const CallRecord& call) {
+    const KindMask kinds =
+        Mask(Kind::HostStatus) | (IsQuery(call) ? 0 : Mask(Kind::HostNull) | Mask(Kind::HostException));
+    if (!Strikes(ToUtf8(NameOf(call)).c_str(), kinds)) {
+        return std::nullopt;
     }
-    if (!session_.Running()) {
-        return;
-    }
-    Host().ClearFailures();
-    Host().ResetCalls();
-    const bool counts = order.number == 0 || order.kind == Kind::HostStatus; // a failed query is a status in any case
-    Host().habits().countQueryInterface = counts;
-    if (order.FailsHostCalls()) {
-        Host().FailCall(static_cast<std::size_t>(order.number),
-                        order.kind == Kind::HostStatus ? FailKind::Status
-                        : order.kind == Kind::HostNull ? FailKind::NullResult
-                                                       : FailKind::Exception,
-                        kForced);
-        log_.emplace();
-    }
-}
-
-void Stage::Count(Counts& counts) const {
-    if (Cuts()) {
-        counts[static_cast<std::size_t>(Kind::Json)] = std::strlen(plan_.text);
-    }
-    if (!session_.Running() || (plan_.flags & kOncePerProcess) != 0) {
-        return;
-    }
-    const std::vector<CallRecord> calls = Host().Calls();
-    const auto queries = static_cast<std::size_t>(std::count_if(calls.begin(), calls.end(), &IsQuery));
-    counts[static_cast<std::size_t>(Kind::HostStatus)] = calls.size();
-    counts[static_cast<std::size_t>(Kind::HostNull)] = calls.size() - queries;
-    counts[static_cast<std::size_t>(Kind::HostException)] = calls.size() - queries;
-}
-
-std::optional<CallRecord> Stage::FailedCall() const {
-    const std::vector<CallRecord> calls = session_.Running() ? Host().Calls() : std::vector<CallRecord>();
-    const auto found = std::find_if(calls.begin(), calls.end(), [](const CallRecord& call) { return call.forced; });
-    return found != calls.end() ? std::make_optional(*found) : std::nullopt;
-}
-
-std::string Stage::Spoilt() const {
-    if (Cuts() && spoils_.kind == Kind::Json && spoils_.number != 0 && spoils_.number <= std::strlen(plan_.text)) {
-        return "text";
-    }
-    const auto call = FailedCall();
-    return call ? ToUtf8(call->object + L"." + call->member) : "";
+    failed_ = call;
+    return workbench::Failure{OrderedKind() == Kind::HostStatus ? FailKind::Status
+                              : OrderedKind() == Kind::HostNull ? FailKind::NullResult
+                                                                : FailKind::Exception,
+                              kForced};
 }
 
 std::vector<std::string> Stage::Judge() {
     std::vector<std::string> problems;
-    const auto call = FailedCall();
-    if (!call) {
+    if (!failed_ || !session_.Running()) {
         return problems;
     }
-    Host().ClearFailures();
     Settle();
-    std::vector<std::string> lines;
-    for (const AddinLogLine& line : log_->Read()) {
-        lines.push_back(fmt::format("{} {} {}", line.level, line.function, line.text));
-    }
-    const std::wstring name = call->object + L"." + call->member;
-    const std::vector<CallRecord> calls = Host().Calls();
-    const bool isFirst = std::none_of(calls.begin(), calls.end(), [&](const CallRecord& one) {
-        return one.number < call->number && one.object == call->object && one.member == call->member;
-    });
-    for (const Consequence& due : kConsequences) {
-        const std::string_view scene = plan_.name;
-        const bool applies = due.scene.ends_with('-') ? scene.starts_with(due.scene) : scene == due.scene;
-        if (!applies || name != due.call || (due.firstOnly && !isFirst) ||
-            spoils_.kind == Kind::HostNull) { // that one is a success without a value
-            continue;
-        }
-        if (due.line != nullptr && std::find(lines.begin(), lines.end(), due.line) == lines.end()) {
-            problems.push_back(std::string("no line in the log: ") + due.line);
-        }
-        if (due.command >= 0 && (due.command == kNoCommand ? client::Has("cmd") : !CommandCame(due.command))) {
-            problems.push_back(fmt::format("not the command {}", due.command));
-        }
+    if (OrderedKind() != Kind::HostNull) { // that one is a success without a value
+        JudgeConsequences(problems);
     }
     if ((plan_.flags & kUnconnected) != 0) { // either all of it works or nothing does
         const bool connected = ::FindWindowW(L"NBM_OUTLOOK_ADDIN_MSGWND", nullptr) != nullptr;
@@ -209,7 +220,7 @@ std::vector<std::string> Stage::Judge() {
             problems.push_back("the add-in is half connected");
         }
     }
-    if ((plan_.flags & kSinksRest) != 0 && !IsQuery(*call)) { // a failed query may leave a sink until the end
+    if ((plan_.flags & kSinksRest) != 0 && !IsQuery(*failed_)) { // a failed query may leave a sink until the end
         for (const workbench::InspectorPtr& inspector : Host().Inspectors()) {
             inspector->CurrentItem()->fields.comment.clear();
         }
@@ -221,49 +232,49 @@ std::vector<std::string> Stage::Judge() {
     return problems;
 }
 
+void Stage::JudgeConsequences(std::vector<std::string>& problems) {
+    std::vector<std::string> lines;
+    for (const AddinLogLine& line : log_->Read()) {
+        lines.push_back(fmt::format("{} {} {}", line.level, line.function, line.text));
+    }
+    const std::vector<CallRecord> calls = Host().Calls();
+    const bool isFirst = std::none_of(calls.begin(), calls.end(), [this](const CallRecord& one) {
+        return one.number < failed_->number && NameOf(one) == NameOf(*failed_);
+    });
+    for (const Consequence& due : kConsequences) {
+        const std::string_view scene = plan_.name;
+        const bool applies = due.scene.ends_with('-') ? scene.starts_with(due.scene) : scene == due.scene;
+        if (!applies || NameOf(*failed_) != due.call || (due.firstOnly && !isFirst)) {
+            continue;
+        }
+        if (due.line != nullptr && std::find(lines.begin(), lines.end(), due.line) == lines.end()) {
+            problems.push_back(std::string("no line in the log: ") + due.line);
+        }
+        if (due.command >= 0 && CommandCame(due.command) != (due.command != kNoCommand)) {
+            problems.push_back(fmt::format("not the command {}", due.command));
+        }
+    }
+}
+
 workbench::ItemPtr Stage::Open(bool saved, const wchar_t* comment) {
     return player_.Open(saved, L"Planning \x4f1a\x8bae", comment);
 }
 
-void Stage::Settle() {
-    workbench::PumpFor(0);
-    const std::uint64_t rounds = ChannelRounds();
-    const ULONGLONG end = ::GetTickCount64() + (rounds == 0 ? kStartLimit : kRoundsLimit);
-    while (ChannelRounds() < rounds + kRounds && ::GetTickCount64() < end) {
-        workbench::PumpFor(1);
-    }
-    workbench::PumpFor(0);
-}
-
-HRESULT Stage::Press(const wchar_t* control) {
+bool Stage::Press(const wchar_t* control) {
     const bool appointment = (plan_.flags & kInAppointment) != 0;
-    const HRESULT status =
-        player_.Press(appointment ? workbench::Surface::Appointment : workbench::Surface::Explorer, control);
-    Settle();
-    return status;
+    return player_.Press(appointment ? workbench::Surface::Appointment : workbench::Surface::Explorer, control) == S_OK;
 }
 
 bool Stage::Notify(std::string_view json) {
-    const bool sent = client::Notify(json);
-    Settle();
-    return sent;
+    const HWND server = wire::Find(wire::kAddinWindow);
+    return server != nullptr && wire::Send(server, nullptr, json, ++g_number);
 }
 
-bool Stage::CommandCame(int command) {
-    return client::Has("\"cmd\" : " + std::to_string(command));
-}
-
-bool Stage::Arrives(const std::function<bool()>& holds) const {
-    return holds() || (!IsStruck() && Spoilt().empty() && workbench::PumpUntil(holds, kArrivalLimit));
-}
-
-bool Stage::Launched() const {
-    return Launches() > launchesBefore_;
-}
-
-std::string Stage::Unique() {
-    static std::uint64_t number = 0;
-    return "unique-" + std::to_string(++number);
+void Stage::EndSegments() {
+    if (const HWND server = wire::Find(wire::kAddinWindow)) {
+        const std::string end = fmt::format("{} {}", wire::kPrefix, wire::kEndMark);
+        wire::SendBytes(server, nullptr, g_number, end.c_str(), end.size() + 1);
+    }
 }
 
 } // namespace verify

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <new>
 
+#define EXPORTED extern "C" __declspec(dllexport)
+
 // One fault each, in the way a failed allocation or key is handled.
 namespace {
 
@@ -15,79 +17,69 @@ void* Allocate() {
     return g_seen;
 }
 
+bool OneBlock(void (*onFailure)()) {
+    void* block = Allocate();
+    if (block == nullptr) {
+        onFailure();
+    }
+    std::free(block);
+    return block != nullptr;
+}
+
 /// Two allocations, of which the first is given back in any case.
 bool TwoBlocks(bool freesFirst) {
     void* first = Allocate();
     if (first == nullptr) {
         return false;
     }
-    void* second = Allocate();
-    const bool all = second != nullptr;
-    std::free(second);
+    const bool all = OneBlock([] {});
     if (all || freesFirst) {
         std::free(first);
     }
     return all;
 }
 
+void Crash() {
+    volatile int* nowhere = nullptr;
+    *nowhere = 1;
+}
+
 } // namespace
 
-extern "C" {
-
-__declspec(dllexport) bool Sound() {
+EXPORTED bool Sound() {
     return TwoBlocks(true);
 }
 
-__declspec(dllexport) bool Leaks() {
+EXPORTED bool Leaks() {
     return TwoBlocks(false);
 }
 
-__declspec(dllexport) bool Crashes() {
-    auto* first = static_cast<volatile int*>(Allocate());
-    *first = 1;
-    std::free(const_cast<int*>(first));
-    return TwoBlocks(true);
+EXPORTED bool Crashes() {
+    return OneBlock(&Crash) && TwoBlocks(true);
 }
 
-__declspec(dllexport) bool Hangs() {
-    void* block = Allocate();
-    while (block == nullptr) {
-        ::Sleep(10);
-    }
-    std::free(block);
-    return TwoBlocks(true);
+EXPORTED bool Hangs() {
+    return OneBlock([] { ::Sleep(INFINITE); });
 }
 
-__declspec(dllexport) bool Throws() {
-    void* block = Allocate();
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    std::free(block);
-    return true;
+EXPORTED bool Throws() {
+    return OneBlock([] { throw std::bad_alloc(); });
 }
 
-__declspec(dllexport) bool Aborts() {
-    void* block = Allocate();
-    if (block == nullptr) {
-        std::abort();
-    }
-    std::free(block);
-    return true;
+EXPORTED bool Aborts() {
+    return OneBlock(&std::abort);
 }
 
-__declspec(dllexport) bool StaysBroken() {
+EXPORTED bool StaysBroken() {
     g_broken = g_broken || !TwoBlocks(true);
     return !g_broken;
 }
 
-__declspec(dllexport) bool KeepsKey() {
+EXPORTED bool KeepsKey() {
     HKEY outer = nullptr;
     HKEY inner = nullptr;
-    if (::RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, &outer) != ERROR_SUCCESS) {
-        return false;
-    }
-    if (::RegOpenKeyExW(outer, nullptr, 0, KEY_READ, &inner) != ERROR_SUCCESS) {
+    if (::RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, &outer) != ERROR_SUCCESS ||
+        ::RegOpenKeyExW(outer, nullptr, 0, KEY_READ, &inner) != ERROR_SUCCESS) {
         return false; // without closing the outer one
     }
     ::RegCloseKey(inner);
@@ -95,13 +87,11 @@ __declspec(dllexport) bool KeepsKey() {
     return true;
 }
 
-__declspec(dllexport) bool ReadsText(const char* text) {
-    volatile int* nowhere = nullptr;
-    if (text[0] == '[' && text[1] == '\0') {
-        *nowhere = 1; // one cut that it does not stand
+EXPORTED bool ReadsText(const char* text) {
+    if (text[0] == '[' && text[1] == '\0') { // one cut that it does not stand
+        Crash();
     }
     return true;
-}
 }
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*) {

@@ -1,62 +1,32 @@
 #include "workbench/verify/faults/Faults.h"
+#include "workbench/verify/faults/Injector.h"
 #include "workbench/process/OwnProgram.h"
 
 #include <filesystem>
 
 namespace {
 
-using verify::Act;
+using verify::Scene;
 using verify::StagedModule;
 
-using Fault = bool();
-
-class FaultAct final : public Act {
+class FaultAct final : public verify::Act {
 public:
-    FaultAct(StagedModule& module, const char* function) : fault_(module.Export<Fault>(function)) {}
-    bool Step() override { return fault_(); }
+    explicit FaultAct(std::function<bool()> step) : step_(std::move(step)) {}
+    bool Step() override { return step_(); }
 
 private:
-    Fault* fault_;
+    std::function<bool()> step_;
 };
 
-class LoadAct final : public Act {
-public:
-    explicit LoadAct(StagedModule& module) : module_(module) {}
-    bool Step() override { return module_.Attach(); }
-
-private:
-    StagedModule& module_;
-};
-
-class TextAct final : public Act {
-public:
-    explicit TextAct(StagedModule& module) : read_(module.Export<bool(const char*)>("ReadsText")) {}
-    bool Step() override { return read_(text_.c_str()); }
-    void Count(verify::Counts& counts) const override {
-        counts[static_cast<std::size_t>(verify::Kind::Json)] = kWhole.size();
-    }
-    void Spoil(const verify::Order& order) override {
-        cut_ = order.kind == verify::Kind::Json ? order.number : 0;
-        text_ = cut_ == 0 ? kWhole : kWhole.substr(0, cut_ - 1);
-    }
-    std::string Spoilt() const override { return cut_ != 0 && cut_ <= kWhole.size() ? "text" : ""; }
-
-private:
-    const std::string kWhole = "[1]";
-    bool (*read_)(const char*);
-    std::string text_ = kWhole;
-    std::uint64_t cut_ = 0;
-};
-
-verify::Scene FaultScene(const char* name, const char* function) {
+Scene FaultScene(const char* name, const char* function) {
     return {name, false, true,
-            [function](StagedModule& module) { return std::make_unique<FaultAct>(module, function); }};
+            [function](StagedModule& module) { return std::make_unique<FaultAct>(module.Export<bool()>(function)); }};
 }
 
 } // namespace
 
-int main(int count, char** texts) {
-    const std::vector<verify::Scene> scenes = {
+int main() {
+    const std::vector<Scene> scenes = {
         FaultScene("sound", "Sound"),
         FaultScene("leaks", "Leaks"),
         FaultScene("crashes", "Crashes"),
@@ -65,11 +35,16 @@ int main(int count, char** texts) {
         FaultScene("aborts", "Aborts"),
         FaultScene("stays-broken", "StaysBroken"),
         FaultScene("keeps-key", "KeepsKey"),
-        {"text", false, true, [](StagedModule& module) { return std::make_unique<TextAct>(module); }},
-        {"load", true, false, [](StagedModule& module) { return std::make_unique<LoadAct>(module); }},
+        {"text", false, true,
+         [](StagedModule& module) {
+             return std::make_unique<FaultAct>(
+                 [&module] { return module.Export<bool(const char*)>("ReadsText")(verify::CutText("[1]").c_str()); });
+         }},
+        {"load", true, false,
+         [](StagedModule& module) { return std::make_unique<FaultAct>([&module] { return module.Attach(); }); }},
     };
-    const std::filesystem::path folder = std::filesystem::path(process::ProgramPath()).parent_path();
     verify::Options options;
-    const int code = verify::ReadOptions(count, texts, options);
-    return code >= 0 ? code : verify::RunFaults(scenes, options.faults, (folder / L"faulty_module.dll").wstring());
+    const int code = verify::ReadOptions(options);
+    const auto module = std::filesystem::path(process::ProgramPath()).replace_filename(L"faulty_module.dll");
+    return code >= 0 ? code : verify::RunFaults(scenes, options.faults, module.wstring());
 }
