@@ -69,11 +69,9 @@ int main() {
     fieldtest::Options options;
     options.journal = LocalFolder() / L"NembraFieldTest" / L"journal.txt";
     std::string output = ToUtf8(folder.wstring());
-    std::string client = ToUtf8((folder / L"meeting_client.exe").wstring());
     bool restoreOnly = false;
     CLI::App app("Guided test of the add-in in a running Outlook. It ends with field-report.zip.", "FieldTest");
     app.add_option("--output", output, "folder of the report (default: that of this program)");
-    app.add_option("--client", client, "the stand-in client (default: meeting_client.exe beside this program)");
     app.add_option("--person-seconds", options.personSeconds, "how long a step waits for you")->capture_default_str();
     app.add_option("--machine-seconds", options.machineSeconds, "how long it waits for Outlook")->capture_default_str();
     app.add_flag("--restore", restoreOnly, "only undo what an interrupted test has left");
@@ -83,7 +81,12 @@ int main() {
         return app.exit(error);
     }
     options.output = ToWide(output);
-    options.client = ToWide(client);
+    options.client = folder / L"meeting_client.exe";
+    if (!std::filesystem::is_regular_file(options.client)) {
+        std::fprintf(stderr, "FieldTest: %s is not there. Unpack the whole archive.\n",
+                     ToUtf8(options.client.wstring()).c_str());
+        return kSomethingFailed;
+    }
     int code = kSomethingFailed;
     try {
         g_done = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
