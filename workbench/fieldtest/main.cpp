@@ -20,9 +20,11 @@ enum ExitCode : int { kAllObserved = 0, kSomethingFailed = 1, kStopped = 3, kNot
 HANDLE g_done = nullptr;
 constexpr DWORD kRestoreLimit = 60'000; // ms; the system itself may allow less when it closes the window
 
-BOOL WINAPI OnSignal(DWORD) noexcept {
+BOOL WINAPI OnSignal(DWORD event) noexcept {
     fieldtest::Console::RequestStop();
-    ::WaitForSingleObject(g_done, kRestoreLimit); // the process ends when this function returns
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
+        ::WaitForSingleObject(g_done, kRestoreLimit); // the process ends when this function returns
+    }
     return TRUE;
 }
 
@@ -33,7 +35,7 @@ std::filesystem::path LocalFolder() {
 }
 
 int Run(fieldtest::Options options, bool restoreOnly) {
-    const fieldtest::BoundedCalls bounded;
+    fieldtest::BoundCalls();
     fieldtest::Field field(std::move(options));
     if (restoreOnly || !field.journal.Empty()) { // an earlier run was killed
         field.Restore();
@@ -46,7 +48,6 @@ int Run(fieldtest::Options options, bool restoreOnly) {
         field.console.Say("This test takes about fifteen minutes. It uses your Outlook, sends nothing, and removes\n"
                           "its appointments at the end. Enter skips a step; q and Enter ends the test.");
         try {
-            field.InstallScheme();
             fieldtest::RunSteps(field);
             code = field.report.Failed() ? kSomethingFailed : kAllObserved;
         } catch (const fieldtest::Stopped&) {
