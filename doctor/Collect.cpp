@@ -100,10 +100,8 @@ private:
 
 } // namespace
 
-std::vector<CollectedFile> Collect(const Machine& machine, std::string_view textReport, std::string_view jsonReport) {
-    std::vector<CollectedFile> files = {{"report.txt", std::string(textReport)},
-                                        {"report.json", std::string(jsonReport)},
-                                        {"registry.txt", RegistryText(machine)}};
+std::vector<CollectedFile> Collect(const Machine& machine, std::vector<CollectedFile> files) {
+    files.push_back({"registry.txt", RegistryText(machine)});
     for (const char* name : {"outlookaddin.txt", "outlookaddin_1.txt", "outlookaddin_2.txt"}) {
         const Answer<std::string> log = machine.Tail(machine.Folder(Place::Log) + L"\\" + ToWide(name), kLogBytes);
         if (log) {

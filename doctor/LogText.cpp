@@ -144,4 +144,21 @@ Event ParseEvent(std::wstring_view xml) {
     return event;
 }
 
+// The labels have the language of Outlook, but "ProgID:" stays, and only numbers with a unit follow "):".
+std::vector<std::pair<std::wstring, unsigned long>> BootTimes(std::wstring_view event) {
+    constexpr std::wstring_view kMark = L"ProgID: ";
+    std::vector<std::pair<std::wstring, unsigned long>> times;
+    for (std::size_t at = event.find(kMark); at != std::wstring_view::npos;) {
+        at += kMark.size();
+        const std::size_t next = event.find(kMark, at);
+        const std::wstring part(event.substr(at, next == std::wstring_view::npos ? next : next - at));
+        const std::size_t unit = part.rfind(L"):");
+        if (unit != std::wstring::npos) {
+            times.emplace_back(part.substr(0, part.find(L' ')), std::wcstoul(part.c_str() + unit + 2, nullptr, 10));
+        }
+        at = next;
+    }
+    return times;
+}
+
 } // namespace doctor

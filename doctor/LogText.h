@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace doctor {
@@ -32,5 +33,8 @@ std::string BlackOut(std::string_view text, const std::vector<std::string>& word
 
 /// Number and strings of an event in its XML form. The strings stand one after the other, without the marks.
 Event ParseEvent(std::wstring_view xml);
+
+/// Start-up times in an event of Outlook that lists its add-ins: ProgID and milliseconds.
+std::vector<std::pair<std::wstring, unsigned long>> BootTimes(std::wstring_view event);
 
 } // namespace doctor

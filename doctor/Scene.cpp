@@ -22,6 +22,8 @@ std::wstring FindOutlook(const Scene& scene) {
     return path;
 }
 
+} // namespace
+
 std::wstring FindLoadedModule(const std::vector<Process>& processes) {
     for (const Process& process : processes) {
         for (const std::wstring& module : process.modules.value_or(std::vector<std::wstring>())) {
@@ -32,8 +34,6 @@ std::wstring FindLoadedModule(const std::vector<Process>& processes) {
     }
     return {};
 }
-
-} // namespace
 
 std::optional<std::wstring> RegistryValue::Text() const {
     if (type != REG_SZ && type != REG_EXPAND_SZ) {

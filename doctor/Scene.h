@@ -40,6 +40,9 @@ struct Scene {
     bool FileExists(const std::wstring& path) const;
 };
 
+/// Path of the add-in's module in one of these processes; empty without one.
+std::wstring FindLoadedModule(const std::vector<Process>& processes);
+
 /// Full key below HKEY_LOCAL_MACHINE of an entry of the product's table.
 std::wstring MachineKey(const registry::Value& entry);
 

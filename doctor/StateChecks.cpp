@@ -1,14 +1,14 @@
 #include "doctor/Checks.h"
+#include "doctor/LogText.h"
 #include "doctor/Texts.h"
 
 #include <algorithm>
-#include <cwctype>
 #include <iterator>
 
 namespace doctor {
 namespace {
 
-constexpr std::uint32_t kSlowLoad = 500;  // ms
+constexpr unsigned long kSlowLoad = 500;  // ms
 constexpr std::size_t kQuotedEvent = 400; // characters
 
 std::wstring OutlookKey(const wchar_t* root, const wchar_t* version) {
@@ -107,35 +107,19 @@ void LoadTimes(const Scene& scene, Finding& found) {
     found.Add(Verdict::Ok, times ? texts::kTimes : texts::kNoTimes, {raw});
 }
 
-/// The load time in ms that event 45 gives for the add-in, 0 without one. Other languages of Outlook than English are
-/// not understood.
-std::uint32_t LoadTime(const std::wstring& text) {
-    constexpr std::wstring_view kLabel = L"Boot Time (Milliseconds): ";
-    const std::size_t addIn = text.find(registry::kProgId);
-    const std::size_t at = addIn == std::wstring::npos ? addIn : text.find(kLabel, addIn);
-    if (at == std::wstring::npos) {
-        return 0;
-    }
-    std::uint32_t time = 0;
-    for (std::size_t digit = at + kLabel.size(); digit < text.size() && std::iswdigit(text[digit]) && time < 1'000'000;
-         ++digit) {
-        time = time * 10 + static_cast<std::uint32_t>(text[digit] - L'0');
-    }
-    return time;
-}
-
 void OutlookEvents(const Scene& scene, Finding& found) {
     bool slow = false;
     for (const Event& event : EventsOf(scene, L"Application", L"Outlook", {45, 59}, found)) {
-        const std::uint32_t time = event.id == 45 ? LoadTime(event.text) : 0;
         if (event.id == 59 && Contains(event.text, registry::kProgId)) {
             found.Add(Verdict::Fail, texts::kDisableEvent, {event.text.substr(0, kQuotedEvent)});
             found.Advise(texts::kMakeManaged);
             return;
         }
-        if (time > kSlowLoad && !slow) {
-            found.Add(Verdict::Warn, texts::kSlow, {std::to_wstring(time)}).Advise(texts::kMakeManaged);
-            slow = true;
+        for (const auto& [progId, time] : BootTimes(event.id == 45 ? event.text : L"")) {
+            if (time > kSlowLoad && !slow && SameText(progId, registry::kProgId)) {
+                found.Add(Verdict::Warn, texts::kSlow, {std::to_wstring(time)}).Advise(texts::kMakeManaged);
+                slow = true;
+            }
         }
     }
 }

@@ -31,17 +31,6 @@ HKEY RootOf(Hive hive) {
     return hive == Hive::Machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
 }
 
-std::string LocalTime(const FILETIME& time) {
-    SYSTEMTIME universal{};
-    SYSTEMTIME local{};
-    ::FileTimeToSystemTime(&time, &universal);
-    ::SystemTimeToTzSpecificLocalTime(nullptr, &universal, &local);
-    char text[64] = "";
-    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u.%03u", local.wYear, local.wMonth, local.wDay,
-                  local.wHour, local.wMinute, local.wSecond, local.wMilliseconds);
-    return text;
-}
-
 std::optional<std::wstring> CommandLineOf(HANDLE process) {
     constexpr ULONG kCommandLine = 60; // ProcessCommandLineInformation, from Windows 8.1 on
     using Query = NTSTATUS(NTAPI*)(HANDLE, ULONG, void*, ULONG, ULONG*);
@@ -105,6 +94,17 @@ std::optional<Event> Render(EVT_HANDLE event) {
 }
 
 } // namespace
+
+std::string LocalTime(const FILETIME& time) {
+    SYSTEMTIME universal{};
+    SYSTEMTIME local{};
+    ::FileTimeToSystemTime(&time, &universal);
+    ::SystemTimeToTzSpecificLocalTime(nullptr, &universal, &local);
+    char text[64] = "";
+    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u.%03u", local.wYear, local.wMonth, local.wDay,
+                  local.wHour, local.wMinute, local.wSecond, local.wMilliseconds);
+    return text;
+}
 
 Answer<RegistryValues> WindowsMachine::ReadValues(Hive hive, const std::wstring& path) const {
     HKEY opened = nullptr;

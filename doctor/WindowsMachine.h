@@ -28,6 +28,9 @@ protected:
     Answer<RegistryValues> ReadValues(Hive hive, const std::wstring& key) const override;
 };
 
+/// Local time in the form of the log's lines.
+std::string LocalTime(const FILETIME& time);
+
 /// The body of the child process that `Probe` starts. @return 0, an error of Windows, or a status of COM.
 DWORD ProbeModule(const wchar_t* module);
 

@@ -87,7 +87,7 @@ int Report(const WindowsMachine& machine, const Options& options, Language langu
     const std::wstring text = doctor::TextReport(findings, loaded, language);
     Print(options.json ? ToWide(json) : text);
     if (!options.collect.empty()) {
-        const auto files = doctor::Collect(machine, ToUtf8(text), json);
+        const auto files = doctor::Collect(machine, {{"report.txt", ToUtf8(text)}, {"report.json", json}});
         doctor::WriteZip(ToWide(options.collect), files);
         std::wstring list = L"\n" + ToWide(options.collect) + L"\n";
         for (const doctor::CollectedFile& file : files) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env -S python3 -B
 """usage: assemble.py BUILD OUTPUT
 
-Makes the files of a release in the new folder OUTPUT from the release build in the folder BUILD: installer, archive,
+Makes the files of a release in the new folder OUTPUT from the release build in the folder BUILD: installer, archives,
 symbols, list of components and notices. SOURCE_DATE_EPOCH gives every time in them."""
 import hashlib
 import json
@@ -33,11 +33,12 @@ def make_zip(path, members):
             archive.writestr(entry, Path(file).read_bytes())
 
 
-def installed_files(build):
-    """The list of packaging/files.txt: name to file, and whether it was built."""
-    rows = [line.split() for line in (ROOT / "packaging/files.txt").read_text().splitlines()
+def listed_files(build, listing):
+    """The files of a list in packaging/ and those of them that were built: name to file."""
+    rows = [line.split() for line in (ROOT / "packaging" / listing).read_text().splitlines()
             if line and not line.startswith("#")]
-    return {row[0]: (build if len(row) > 1 else ROOT) / row[0] for row in rows}, [row[0] for row in rows if len(row) > 1]
+    built = {Path(row[0]).name: build / row[0] for row in rows if len(row) > 1}
+    return {**built, **{row[0]: ROOT / row[0] for row in rows if len(row) == 1}}, built
 
 
 def registry_rows(folder):
@@ -56,7 +57,9 @@ def main(build, output):
     build, output = Path(build), Path(output)
     version = re.search(r"^CMAKE_PROJECT_VERSION:\w+=(.*)$", (build / "CMakeCache.txt").read_text(), re.MULTILINE)[1]
     name = f"NembraOutlookAddIn-{version}"
-    files, built = installed_files(build)
+    files, built = listed_files(build, "files.txt")
+    field_test, built_for_it = listed_files(build, "fieldtest.txt")
+    built |= built_for_it
     output.mkdir(parents=True)
     with tempfile.TemporaryDirectory() as work:
         for target, file in files.items():
@@ -65,10 +68,13 @@ def main(build, output):
         msi.make(output / f"{name}-x64.msi", version, EPOCH, work, list(files), registry_rows(work))
     headers = {f"include/{file.name}": file for file in (ROOT / "osadapter/include").glob("*.h")}
     make_zip(output / f"{name}-x64.zip", {**files, **headers, "lib/libOutlookAddIn.dll.a": build / "libOutlookAddIn.dll.a"})
-    make_zip(output / f"{name}-x64-symbols.zip", {f"{file}.debug": build / f"{file}.debug" for file in built})
+    make_zip(output / f"{name}-x64-fieldtest.zip", field_test)
+    make_zip(output / f"{name}-x64-symbols.zip",
+             {f"{program}.debug": file.with_name(f"{program}.debug") for program, file in built.items()})
     shutil.copyfile(ROOT / "THIRD-PARTY-NOTICES.md", output / "THIRD-PARTY-NOTICES.md")
-    parts = sbom.document("NembraOutlookAddIn", version, EPOCH, [build / f"{file}.map" for file in built], ROOT / "build/deps",
-                          {file: sha256(build / file) for file in built})
+    maps = [file.with_name(f"{file.name}.map") for file in built.values()]
+    parts = sbom.document("NembraOutlookAddIn", version, EPOCH, maps, ROOT / "build/deps",
+                          {program: sha256(file) for program, file in built.items()})
     (output / f"{name}.cdx.json").write_text(json.dumps(parts, indent=2) + "\n")
 
 

@@ -10,6 +10,7 @@ from pathlib import Path
 # which is a Debian package or a file in the folder of the target's libraries. The first match counts.
 COMPONENTS = [
     (r"/lib/libjsoncpp\.a$", "jsoncpp", "Public domain or MIT", "lib/pkgconfig/jsoncpp.pc"),
+    (r"/lib/libfmt\.a$", "fmt", "MIT with fmt's exception", "lib/pkgconfig/fmt.pc"),
     (r"/lib/libminizip\.a$", "minizip", "Zlib", "include/minizip/zip.h"),
     (r"/lib/libz\.a$", "zlib", "Zlib", "libz-mingw-w64-dev"),
     (r"^/usr/lib/gcc/x86_64-w64-mingw32/", "libstdc++, libgcc, libgcc_eh", "GPL-3.0-or-later WITH GCC-exception-3.1",

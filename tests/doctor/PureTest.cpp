@@ -69,6 +69,14 @@ TEST(EventText, IsTakenFromTheStringsAlone) {
     }
 }
 
+TEST(EventText, HasTheStartUpTimes) {
+    EXPECT_THAT(doctor::BootTimes(L"Name: One Description: A 7 ProgID: One.AddIn GUID: {1} Load Behavior: 3 HKLM: 1 "
+                                  L"Location: c:\\one 2.dll Boot Time (Milliseconds): 1203 Name: Two 9 ProgID: "
+                                  L"Two.AddIn GUID: {2} Startzeit (Millisekunden): 16 "),
+                ElementsAre(std::pair(L"One.AddIn", 1203UL), std::pair(L"Two.AddIn", 16UL)));
+    EXPECT_TRUE(doctor::BootTimes(L"ProgID: ").empty());
+}
+
 TEST(LogText, LosesTheContentsOfMessages) {
     const std::string log =
         "[2026-01-02 10:00:01.000][P:1/T:2][Inf][Meeting:92 Meeting::OnAction]Data: {\n"

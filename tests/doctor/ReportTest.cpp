@@ -145,7 +145,7 @@ TEST(Collection, HoldsReportsLogsAndRegistryWithoutNames) {
     machine.Put(Hive::User, L"SOFTWARE\\Microsoft\\Office\\16.0\\Outlook\\Resiliency\\DisabledItems", L"1",
                 L"of ann@mail.example");
     const std::string text = Text(machine, Language::English);
-    const auto files = doctor::Collect(machine, text + "C:\\Users\\Ann", "{}");
+    const auto files = doctor::Collect(machine, {{"report.txt", text + "C:\\Users\\Ann"}, {"report.json", "{}"}});
     ASSERT_EQ(files.size(), 4U);
     EXPECT_EQ(files[3].name, "outlookaddin.txt");
     for (const doctor::CollectedFile& file : files) {

@@ -1,7 +1,8 @@
 #!/usr/bin/env -S python3 -B
-"""usage: contents_test.py RELEASES
+"""usage: contents_test.py RELEASES PREFIX
 
-Checks the files of the releases in RELEASES/new, which is signed, and RELEASES/old."""
+Checks the files of the releases in RELEASES/new, which is signed, and RELEASES/old. The field test runs in the Wine prefix
+PREFIX."""
 import hashlib
 import json
 import re
@@ -17,6 +18,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "packaging"))
 import sbom  # noqa: E402
+from wine import Prefix, windows_path  # noqa: E402
 
 TOOL = "x86_64-w64-mingw32-"
 
@@ -40,7 +42,7 @@ class Contents(unittest.TestCase):
         files = {file.name: hashlib.sha256(file.read_bytes()).hexdigest() for file in self.new.iterdir()
                  if file.name != "SHA256SUMS"}
         self.assertEqual(sums, files)
-        self.assertEqual(len(files), 5)
+        self.assertEqual(len(files), 6)
 
     def test_a_crash_address_becomes_a_source_line(self):
         symbols = self.work / "OutlookAddIn.dll.debug"
@@ -69,20 +71,38 @@ class Contents(unittest.TestCase):
         self.assertGreaterEqual(names, {"jsoncpp", "libstdc++, libgcc, libgcc_eh", "mingw-w64 runtime"})
         notices = (self.new / "THIRD-PARTY-NOTICES.md").read_text()
         self.assertEqual([name for name in names if name not in notices], [])
-        self.assertEqual(parts["metadata"]["component"]["components"][0]["hashes"][0]["content"],
-                         hashlib.sha256(self.dll.read_bytes()).hexdigest())
+        hashes = {each["name"]: each["hashes"][0]["content"] for each in parts["metadata"]["component"]["components"]}
+        self.assertEqual(hashes, {file.name: hashlib.sha256(file.read_bytes()).hexdigest()
+                                  for file in (self.dll, *self.work.glob("*.exe"))})
         (self.work / "a.map").write_text("/usr/lib/libunknown.a(x.o)\n\nMemory Configuration\n")
         with self.assertRaises(SystemExit):
             sbom.components([self.work / "a.map"], self.work)
 
-    def test_dll_and_installer_are_signed(self):
+    def test_the_field_test_needs_its_archive_alone(self):
+        folder = self.work / "alone"
+        zipfile.ZipFile(next(self.new.glob("*-fieldtest.zip"))).extractall(folder)
+        wine = Prefix(PREFIX)
+        self.addCleanup(wine.end)
+
+        def run():
+            return wine.run(windows_path(folder / "FieldTest.exe"), "--person-seconds", "1", "--machine-seconds", "1")
+        code, output = run()
+        self.assertEqual((code, output.count("FAIL")), (1, 1), output)  # there is no Outlook
+        self.assertIn("report.txt", zipfile.ZipFile(folder / "field-report.zip").namelist())
+        (folder / "meeting_client.exe").unlink()
+        code, output = run()
+        self.assertEqual(code, 1)
+        self.assertRegex(output, r"meeting_client\.exe is not there.*Unpack the whole archive")
+
+    def test_programs_and_installer_are_signed(self):
         def verify(file):
             return subprocess.run(["osslsigncode", "verify", "-CAfile", RELEASES / "certificate.pem", "-in", file],
                                   capture_output=True).returncode
-        self.assertEqual([verify(self.dll), verify(next(self.new.glob("*.msi")))], [0, 0])
+        files = [*self.work.glob("*.exe"), self.dll, next(self.new.glob("*.msi"))]
+        self.assertEqual([verify(file) for file in files], [0] * 5)
         self.assertNotEqual(verify(next(self.old.glob("*.msi"))), 0)
 
 
 if __name__ == "__main__":
-    RELEASES = Path(sys.argv[1])
+    RELEASES, PREFIX = map(Path, sys.argv[1:3])
     unittest.main(argv=sys.argv[:1], verbosity=2)

@@ -32,7 +32,7 @@ std::wstring RegisteredCommand() {
 
 ClientLaunch::ClientLaunch(Stage& stage) : stage_(stage), transcript_(NewFile()) {
     stage_.story.Act(L"The client's installation registers its launch URI", kProgramLimit + 1000);
-    const auto code = RunToEnd(stage_.ClientProgram(),
+    const auto code = RunToEnd(meeting_client::ClientProcess::FindProgram(),
                                {L"--register-uri", L"--transcript", transcript_, L"--login-after", L"2500",
                                 L"--max-seconds", L"180", L"--parent", std::to_wstring(::GetCurrentProcessId())});
     const std::wstring command = RegisteredCommand();
@@ -44,7 +44,7 @@ ClientLaunch::ClientLaunch(Stage& stage) : stage_(stage), transcript_(NewFile())
 }
 
 ClientLaunch::~ClientLaunch() {
-    RunToEnd(stage_.ClientProgram(), {L"--unregister-uri"});
+    RunToEnd(meeting_client::ClientProcess::FindProgram(), {L"--unregister-uri"});
     ::DeleteFileW(transcript_.c_str());
 }
 

@@ -94,16 +94,11 @@ std::wstring Stage::LabelOf(const wchar_t* controlId) {
 
 // --- The client's process ---
 
-std::wstring Stage::ClientProgram() const {
-    return process::FindBuilt(L"workbench\\client\\meeting_client.exe");
-}
-
 void Stage::StartClient() {
     if (HasClient()) {
         return;
     }
     meeting_client::ClientSettings settings;
-    settings.program = ClientProgram();
     settings.arguments = {L"--max-seconds", L"180"};
     settings.whileWaiting = [] { workbench::PumpFor(1); };
     story.Act(L"The meeting client is started as a process of its own", 25'000);

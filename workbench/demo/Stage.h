@@ -93,7 +93,6 @@ public:
     void AttachClient(DWORD process, const std::wstring& transcript);
     void EndClient();
     void Order(const std::string& order);
-    std::wstring ClientProgram() const;
     /// Sets the input of the user in the client's own form, which follows a press without an appointment. It holds as
     /// long as that client runs.
     void FillForm();

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "workbench/process/InputLines.h"
+
 #include <functional>
-#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -13,27 +14,23 @@ public:
     Stopped() : std::runtime_error("stopped") {}
 };
 
-enum class Waited { Held, Skipped, TimedOut };
+enum class Waited { Held, Entered, TimedOut };
 
 /// Dialogue with the person. One thread, which handles its messages during each wait.
 class Console {
 public:
-    Console();
-
     void Say(const std::string& text) const;
-    /// Waits until the condition holds. Enter skips the wait, "q" and Enter stops the test. Shows that it waits.
+    /// Waits until the condition holds or the person has entered a line. "q" stops the test. Shows that it waits.
     /// @throws Stopped.
-    /// @param line gets what the person entered, where it is not null.
-    Waited Await(const std::function<bool()>& holds, unsigned seconds, std::string* line = nullptr);
-    /// @return the next line that the person enters; empty when none comes in time. @throws Stopped.
-    std::string Ask(unsigned seconds);
+    Waited Await(const std::function<bool()>& holds, unsigned seconds);
+
+    std::string entered; ///< the last line of the person
 
     /// Makes the current or next wait throw `Stopped`. Any thread.
     static void RequestStop() noexcept;
 
 private:
-    struct Input;
-    std::shared_ptr<Input> input_;
+    process::InputLines input_;
 };
 
 } // namespace fieldtest

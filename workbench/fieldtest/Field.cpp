@@ -2,10 +2,14 @@
 
 #include "workbench/client/Meetings.h"
 
+#include "Outlook/AddIns/RegistryTable.h"
 #include "doctor/Collect.h"
+#include "doctor/Scene.h"
 #include "support/Text.h"
 
 #include <windows.h>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <utility>
@@ -39,27 +43,23 @@ bool Field::FindOutlook() {
 
 bool Field::AddInConnected() const {
     try {
-        const IDispatchPtr addIn = ObjectOf(Call(Child(application, L"COMAddIns"), L"Item", {_variant_t(kProgId)}));
+        const IDispatchPtr addIn =
+            ObjectOf(Call(Child(application, L"COMAddIns"), L"Item", {_variant_t(registry::kProgId)}));
         return addIn && static_cast<bool>(Get(addIn, L"Connect"));
     } catch (const HostError&) {
         return false; // Outlook does not know the add-in
     }
 }
 
-std::optional<std::wstring> Field::ModulePath() const {
-    for (const std::wstring& module : machine.ProcessOf(outlook).modules.value_or(std::vector<std::wstring>())) {
-        if (::_wcsicmp(std::filesystem::path(module).filename().c_str(), kModule) == 0) {
-            return module;
-        }
-    }
-    return std::nullopt;
+std::wstring Field::ModulePath() const {
+    return doctor::FindLoadedModule({machine.ProcessOf(outlook)});
 }
 
 OpenItem Field::FindOpen(const std::string& id) const {
     for (const OpenItem& open : OpenItems(application)) {
         // Other items than appointments may have no form description.
         try {
-            const auto marker = meeting_client::ParseObject(Text(Child(open.item, L"FormDescription"), L"Comment"));
+            const auto marker = meeting_client::ParseObject(Comment(open.item));
             if (marker && (*marker)["conf_id"] == id) {
                 return open;
             }
@@ -69,25 +69,18 @@ OpenItem Field::FindOpen(const std::string& id) const {
     return {};
 }
 
-IDispatchPtr Field::Stored() const {
-    try {
-        return ObjectOf(Call(Child(application, L"Session"), L"GetItemFromID", {_variant_t(ToWide(entryId).c_str())}));
-    } catch (const HostError&) {
-        return nullptr;
-    }
-}
-
-std::optional<workbench::DialogSeen> Field::FindDialog(const wchar_t* english, const wchar_t* chinese) const {
+bool Field::FindDialog(const PerLanguage<const wchar_t*>& text) {
     workbench::DialogFilter filter;
     filter.process = outlook;
-    for (const workbench::DialogSeen& seen : workbench::FindDialogs(filter)) {
-        for (const std::wstring& text : seen.texts) {
-            if (text.find(english) != std::wstring::npos || text.find(chinese) != std::wstring::npos) {
-                return seen;
+    for (workbench::DialogSeen& seen : workbench::FindDialogs(filter)) {
+        for (const std::wstring& shown : seen.texts) {
+            if (doctor::Contains(shown, text[Language::English]) || doctor::Contains(shown, text[Language::Chinese])) {
+                dialog = std::move(seen);
+                return true;
             }
         }
     }
-    return std::nullopt;
+    return false;
 }
 
 std::vector<doctor::LogEntry> Field::Log() const {
@@ -110,12 +103,6 @@ std::size_t Field::Logged(std::string_view method, std::string_view text) const 
     return static_cast<std::size_t>(std::count_if(entries.begin(), entries.end(), [&](const doctor::LogEntry& entry) {
         return entry.source.ends_with(method) && (entry.text + "\n").find(text) != std::string::npos;
     }));
-}
-
-void Field::InstallScheme() {
-    journal.NewFile(transcript);
-    journal.InstallScheme({L"--transcript", transcript.wstring(), L"--login-after", L"1500", L"--max-seconds",
-                           std::to_wstring(kClientSeconds), L"--parent", std::to_wstring(::GetCurrentProcessId())});
 }
 
 void Field::Order(const std::string& order) {
@@ -147,29 +134,16 @@ void Field::Tell() {
     }
 }
 
-std::string Field::Ask() {
-    Tell();
-    return console.Ask(options.personSeconds);
-}
-
 void Field::Await(const std::function<bool()>& holds, const std::string& what, unsigned seconds) {
     Tell();
     switch (console.Await(holds, seconds)) {
     case Waited::Held:
         return;
-    case Waited::Skipped:
+    case Waited::Entered:
         throw StepEnd{{Verdict::NotObserved, "skipped; awaited: " + what}};
     case Waited::TimedOut:
         throw StepEnd{{Verdict::Fail, "not seen within " + std::to_string(seconds) + " s: " + what}};
     }
-}
-
-void Field::AwaitPerson(const std::function<bool()>& holds, const std::string& what) {
-    Await(holds, what, options.personSeconds);
-}
-
-void Field::AwaitMachine(const std::function<bool()>& holds, const std::string& what) {
-    Await(holds, what, options.machineSeconds);
 }
 
 void Field::Restore() {
@@ -186,14 +160,17 @@ void Field::Restore() {
 }
 
 void RunSteps(Field& field) {
+    field.journal.OwnFile(field.transcript);
+    field.journal.InstallScheme({L"--transcript", field.transcript.wstring(), L"--login-after", L"1500",
+                                 L"--max-seconds", std::to_wstring(kClientSeconds), L"--parent",
+                                 std::to_wstring(::GetCurrentProcessId())});
     std::size_t number = 0;
     for (const Step& step : AllSteps()) {
-        field.prompt = "\nStep " + std::to_string(++number) + " of " + std::to_string(AllSteps().size()) + " [" +
-                       step.id + "]" + (*step.points ? std::string(" open points ") + step.points : "") + "\n    " +
-                       step.told;
+        field.prompt = fmt::format("\nStep {} of {} [{}]{}{}\n    {}", ++number, AllSteps().size(), step.id,
+                                   *step.points ? " open points " : "", step.points, step.told);
         Outcome outcome;
         try {
-            outcome = step.run(field);
+            outcome.text = step.run(field);
         } catch (const StepEnd& end) {
             outcome = end.outcome;
         } catch (const Stopped&) {
@@ -212,9 +189,8 @@ void RunSteps(Field& field) {
 
 void WriteReport(Field& field) {
     const std::filesystem::path path = field.options.output / L"field-report.zip";
-    auto files = doctor::Collect(field.machine, field.report.Text(), field.report.Json());
-    files.push_back({"host-facts-table.md", field.report.Table()});
-    doctor::WriteZip(path.wstring(), files);
+    doctor::WriteZip(path.wstring(), doctor::Collect(field.machine, {{"report.txt", field.report.Text()},
+                                                                     {"host-facts-table.md", field.report.Table()}}));
     field.console.Say("\nTable for docs/host-facts.md:\n\n" + field.report.Table());
     field.console.Say("The report is in " + ToUtf8(path.wstring()) + ". Look through it before you send it.");
 }

@@ -5,6 +5,7 @@
 #include "workbench/fieldtest/Journal.h"
 #include "workbench/fieldtest/Report.h"
 
+#include "Outlook/AddIns/Language.h"
 #include "doctor/LogText.h"
 #include "doctor/WindowsMachine.h"
 #include "workbench/client/ClientProcess.h"
@@ -15,16 +16,11 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace fieldtest {
-
-inline constexpr wchar_t kProgId[] = L"NembraMeeting.OutlookAddin";
-inline constexpr wchar_t kModule[] = L"OutlookAddIn.dll";
-inline constexpr wchar_t kAddinWindow[] = L"NbmProxyOutlookServerWnd";
 
 struct Options {
     std::filesystem::path output;  ///< folder of the report
@@ -57,12 +53,12 @@ public:
     DWORD outlook = 0;        ///< process id
     bool FindOutlook();
     bool AddInConnected() const;
-    std::optional<std::wstring> ModulePath() const;
+    std::wstring ModulePath() const; ///< empty when it is not loaded
     /// The open window of the appointment whose marker has this conference id.
     OpenItem FindOpen(const std::string& confId) const;
-    IDispatchPtr Stored() const; ///< the appointment with `entryId`; null when there is none
-    /// The add-in's dialog with one of these texts.
-    std::optional<workbench::DialogSeen> FindDialog(const wchar_t* english, const wchar_t* chinese) const;
+    /// Looks for the add-in's dialog with that text, in English or Chinese. It is then in `dialog`.
+    bool FindDialog(const PerLanguage<const wchar_t*>& text);
+    workbench::DialogSeen dialog;
 
     // --- The add-in's log, since this Outlook has loaded it ---
     std::vector<doctor::LogEntry> Log() const;
@@ -76,7 +72,7 @@ public:
     std::string confId;  ///< of the appointment that is stored
     std::string entryId; ///< of the same
     std::string draftId; ///< conference id of the appointment that is never stored
-    void InstallScheme();
+    std::string probeId; ///< of an appointment that the test itself has stored
     void Order(const std::string& order);
     /// The next command. @throws StepEnd when none comes or when it is another one.
     Json::Value AwaitCommand(int number, unsigned seconds);
@@ -85,11 +81,14 @@ public:
     /// Shows what the step tells the person, once. Each wait does so first: only now the step is ready to see it.
     void Tell();
     std::string prompt; ///< of this step; empty once it has been shown
-    std::string Ask();
 
     // --- Waits. @throws StepEnd when nothing comes or the person skips the step ---
-    void AwaitPerson(const std::function<bool()>& holds, const std::string& what);
-    void AwaitMachine(const std::function<bool()>& holds, const std::string& what);
+    void AwaitPerson(const std::function<bool()>& holds, const std::string& what) {
+        Await(holds, what, options.personSeconds);
+    }
+    void AwaitMachine(const std::function<bool()>& holds, const std::string& what) {
+        Await(holds, what, options.machineSeconds);
+    }
 
     /// Takes everything back. Told to the person.
     void Restore();
@@ -100,13 +99,13 @@ private:
 
 struct Step {
     const char* id;
-    const char* told;   ///< to the person
-    const char* points; ///< numbers of the open points that it may answer
-    Outcome (*run)(Field& field);
+    const char* told;                 ///< to the person
+    const char* points;               ///< numbers of the open points that it may answer
+    std::string (*run)(Field& field); ///< @return what was seen. @throws StepEnd, or an error that fails the step.
 };
 const std::vector<Step>& AllSteps();
 
-/// Runs all steps. @throws Stopped.
+/// Installs the client and runs all steps. @throws Stopped.
 void RunSteps(Field& field);
 /// Writes field-report.zip and shows the table.
 void WriteReport(Field& field);

@@ -5,22 +5,17 @@
 
 #include <objidl.h>
 
-#include <cstdio>
+#include <fmt/format.h>
+
+#include <algorithm>
 
 namespace fieldtest {
 namespace {
 
-constexpr wchar_t kWindowClass[] = L"rctrl_renwnd32";
 constexpr CLSID kOutlookClass = {0x0006F03A, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 constexpr DWORD kBusyLimit = 10'000;   // ms in which a busy Outlook may refuse calls
 constexpr DWORD kAnswerLimit = 30'000; // ms in which a call must be answered
 constexpr DWORD kAgain = 200;          // ms until a refused call is repeated
-
-std::string Describe(const wchar_t* member, HRESULT status) {
-    char code[16] = "";
-    std::snprintf(code, sizeof code, "0x%08lX", static_cast<unsigned long>(status));
-    return ToUtf8(member) + " failed with " + code;
-}
 
 class Filter final : public IMessageFilter {
 public:
@@ -45,37 +40,33 @@ public:
 };
 Filter g_filter;
 
-_variant_t Checked(const wchar_t* name, HRESULT status, VARIANT& result) {
+_variant_t Checked(const wchar_t* name, HRESULT status, const VARIANT& result = {}) {
     if (FAILED(status)) {
-        throw HostError(name, status);
+        throw HostError(fmt::format("{} failed with 0x{:08X}", ToUtf8(name), static_cast<unsigned>(status)));
     }
-    return _variant_t(result, false);
+    return _variant_t(const_cast<VARIANT&>(result), false);
 }
 
 } // namespace
-
-HostError::HostError(const wchar_t* member, HRESULT failure)
-    : std::runtime_error(Describe(member, failure)), status(failure) {}
 
 // The names are looked up at each call: here one name serves several interfaces.
 _variant_t Get(IDispatch* object, const wchar_t* name, std::initializer_list<VARIANT> arguments) {
     Outlook::Member member(name);
     VARIANT result{};
-    return Checked(name, Outlook::GetProperty(object, member, result, arguments), result);
+    const HRESULT status = Outlook::GetProperty(object, member, result, arguments);
+    return Checked(name, status, result);
 }
 
 _variant_t Call(IDispatch* object, const wchar_t* name, std::initializer_list<VARIANT> arguments) {
     Outlook::Member member(name);
     VARIANT result{};
-    return Checked(name, Outlook::CallMethod(object, member, result, arguments), result);
+    const HRESULT status = Outlook::CallMethod(object, member, result, arguments);
+    return Checked(name, status, result);
 }
 
 void Put(IDispatch* object, const wchar_t* name, const VARIANT& value) {
     Outlook::Member member(name);
-    const HRESULT status = Outlook::PutProperty(object, member, value);
-    if (FAILED(status)) {
-        throw HostError(name, status);
-    }
+    Checked(name, Outlook::PutProperty(object, member, value));
 }
 
 IDispatchPtr ObjectOf(const _variant_t& value) {
@@ -95,6 +86,22 @@ bool SameObject(IDispatch* one, IDispatch* other) {
     return IUnknownPtr(one).GetInterfacePtr() == IUnknownPtr(other).GetInterfacePtr();
 }
 
+std::string Comment(IDispatch* item) {
+    return Text(Child(item, L"FormDescription"), L"Comment");
+}
+
+void PutComment(IDispatch* item, const wchar_t* text) {
+    Put(Child(item, L"FormDescription"), L"Comment", _variant_t(text));
+}
+
+IDispatchPtr StoredItem(IDispatch* application, const std::string& entryId) {
+    try {
+        return ObjectOf(Call(Child(application, L"Session"), L"GetItemFromID", {_variant_t(ToWide(entryId).c_str())}));
+    } catch (const HostError&) {
+        return nullptr;
+    }
+}
+
 std::vector<OpenItem> OpenItems(IDispatch* application) {
     std::vector<OpenItem> found;
     const IDispatchPtr inspectors = Child(application, L"Inspectors");
@@ -112,22 +119,19 @@ std::vector<OpenItem> OpenItems(IDispatch* application) {
     return found;
 }
 
+std::wstring ClassOf(HWND window) {
+    wchar_t name[64] = L"";
+    ::GetClassNameW(window, name, 64);
+    return name;
+}
+
 std::vector<HWND> OutlookWindows() {
-    std::vector<HWND> windows;
-    ::EnumWindows(
-        [](HWND window, LPARAM found) noexcept -> BOOL {
-            wchar_t name[64] = L"";
-            ::GetClassNameW(window, name, 64);
-            try {
-                if (::IsWindowVisible(window) && std::wstring(name) == kWindowClass) {
-                    reinterpret_cast<std::vector<HWND>*>(found)->push_back(window);
-                }
-            } catch (...) {
-                return FALSE;
-            }
-            return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&windows));
+    std::vector<HWND> windows; // the order of the windows may change meanwhile
+    for (HWND window = nullptr; (window = ::FindWindowExW(nullptr, window, kOutlookWindow, nullptr)) != nullptr &&
+                                std::find(windows.begin(), windows.end(), window) == windows.end();) {
+        windows.push_back(window);
+    }
+    std::erase_if(windows, [](HWND window) { return !::IsWindowVisible(window); });
     return windows;
 }
 
@@ -139,13 +143,9 @@ IDispatchPtr RunningOutlook() {
     return application;
 }
 
-BoundedCalls::BoundedCalls() : timer_(::SetTimer(nullptr, 0, 1000, nullptr)) { // a wait ends at a message only
+void BoundCalls() {
+    ::SetTimer(nullptr, 0, 1000, nullptr); // a call's wait looks at the time at a message only
     ::CoRegisterMessageFilter(&g_filter, nullptr);
-}
-
-BoundedCalls::~BoundedCalls() {
-    ::CoRegisterMessageFilter(nullptr, nullptr);
-    ::KillTimer(nullptr, timer_);
 }
 
 } // namespace fieldtest

@@ -12,8 +12,7 @@ namespace fieldtest {
 /// A call to Outlook has failed.
 class HostError : public std::runtime_error {
 public:
-    HostError(const wchar_t* member, HRESULT status);
-    const HRESULT status;
+    using std::runtime_error::runtime_error;
 };
 
 // Members of Outlook's objects by name. @throws HostError, _com_error for a null object.
@@ -25,6 +24,11 @@ IDispatchPtr ObjectOf(const _variant_t& value);
 IDispatchPtr Child(IDispatch* object, const wchar_t* name);
 std::string Text(IDispatch* object, const wchar_t* name); // UTF-8
 bool SameObject(IDispatch* one, IDispatch* other);
+/// The text in which the add-in keeps its marker.
+std::string Comment(IDispatch* item);
+void PutComment(IDispatch* item, const wchar_t* text);
+/// A stored item; null when there is none.
+IDispatchPtr StoredItem(IDispatch* application, const std::string& entryId);
 
 /// An open window of an item.
 struct OpenItem {
@@ -35,21 +39,15 @@ struct OpenItem {
 /// A window that closes meanwhile is left out.
 std::vector<OpenItem> OpenItems(IDispatch* application);
 
+std::wstring ClassOf(HWND window);
 /// The visible main and item windows of Outlook.
 std::vector<HWND> OutlookWindows();
+inline constexpr wchar_t kOutlookWindow[] = L"rctrl_renwnd32"; // their class
 /// The application of the Outlook that runs on this desktop; null when there is none. Starts none.
 IDispatchPtr RunningOutlook();
 
-/// While it lives, calls to Outlook are repeated for a while when it is busy, and given up when it does not answer.
-class BoundedCalls {
-public:
-    BoundedCalls();
-    ~BoundedCalls();
-    BoundedCalls(const BoundedCalls&) = delete;
-    BoundedCalls& operator=(const BoundedCalls&) = delete;
-
-private:
-    UINT_PTR timer_ = 0;
-};
+/// From now on calls of this thread are repeated for a while when Outlook is busy, and given up when it does not
+/// answer.
+void BoundCalls();
 
 } // namespace fieldtest

@@ -3,25 +3,27 @@
 #include "workbench/fieldtest/Host.h"
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace fieldtest {
 
-/// The changes that the test has made on this machine and not undone yet. Each change stands in a file before it is
+/// The changes that the test makes on this machine and that are to be undone. Each one stands in a file before it is
 /// made, so that the next start can undo it after a kill.
 class Journal {
 public:
-    /// @param file continued when it is there.
+    /// @param file continued when it is there. @param client the program of the stand-in client.
     Journal(std::filesystem::path file, std::filesystem::path client);
 
     bool Empty() const { return entries_.empty(); }
 
-    // Each makes a change that `Undo` takes back. @throws std::runtime_error when it could not be made.
-    void InstallScheme(const std::vector<std::wstring>& clientArguments);
-    std::filesystem::path NewFile(const std::filesystem::path& file); ///< it will be deleted; the caller makes it
-    void SetNumber(const std::wstring& key, const std::wstring& name, std::optional<DWORD> number); ///< of the user
+    /// The user's key gets back what it has now, also when it has nothing. @throws std::runtime_error.
+    void Keep(const std::wstring& key);
+    /// Registers the client's launch URI. @throws std::runtime_error.
+    void InstallScheme(std::vector<std::wstring> clientArguments);
+
+    // What will be made, after this call.
+    void OwnFile(const std::filesystem::path& file) { Write({L"file", file.wstring()}); }
     void OwnSubject(const std::string& subject); ///< open items with it in their subject are the test's
     void OwnItem(const std::string& entryId);    ///< a stored item of the test
 
@@ -34,6 +36,7 @@ private:
     void Write(Entry entry);
     void Save() const;
     void UndoOne(const Entry& entry, IDispatch* application) const;
+    void RunClient(const std::vector<std::wstring>& arguments) const;
 
     std::filesystem::path file_;
     std::filesystem::path client_;

@@ -1,15 +1,13 @@
 #include "workbench/fieldtest/Report.h"
 
 #include <fmt/format.h>
-#include <json/writer.h>
 
 #include <algorithm>
-#include <cwchar>
 
 namespace fieldtest {
 namespace {
 
-constexpr const char* kQuestions[kPoints] = {
+constexpr const char* kQuestions[] = {
     "Does the ribbon take premultiplied colours from a picture with alpha?",
     "Which window classes lead from an appointment's window to its body editor?",
     "Is a window or an item the same COM object at every hand-out?",
@@ -32,7 +30,7 @@ const char* NameOf(Verdict verdict) {
     return verdict == Verdict::Pass ? "pass" : verdict == Verdict::Fail ? "FAIL" : "not observed";
 }
 
-void Report::Answer(int point, const std::string& answer, const std::string& how) {
+void Report::Answer(std::size_t point, const std::string& answer, const std::string& how) {
     auto& [text, source] = answers_[point];
     text += (text.empty() ? "" : "; ") + answer;
     if (source.find(how) == std::string::npos) {
@@ -57,49 +55,16 @@ std::string Report::Text() const {
     return text + "\n" + Table();
 }
 
-std::string Report::Json() const {
-    Json::Value root(Json::objectValue);
-    for (const auto& [name, value] : versions_) {
-        root["versions"][name] = value;
-    }
-    for (const auto& [id, outcome] : steps_) {
-        root["steps"][id]["verdict"] = NameOf(outcome.verdict);
-        root["steps"][id]["seen"] = outcome.text;
-    }
-    for (const auto& [point, answer] : answers_) {
-        root["points"][std::to_string(point)]["answer"] = answer.first;
-        root["points"][std::to_string(point)]["how"] = answer.second;
-    }
-    return Json::writeString(Json::StreamWriterBuilder(), root);
-}
-
 std::string Report::Table() const {
     std::string table = "| # | question | state | answer | seen in |\n|---|---|---|---|---|\n";
-    for (int point = 1; point <= kPoints; ++point) {
+    for (std::size_t point = 1; point <= std::size(kQuestions); ++point) {
         const auto found = answers_.find(point);
         const bool observed = found != answers_.end();
-        table +=
-            fmt::format("| {} | {} | {} | {} | {} |\n", point, kQuestions[point - 1], observed ? "observed" : "open",
-                        observed ? found->second.first : "not observed", observed ? found->second.second : "");
+        const auto& [answer, how] = observed ? found->second : std::pair<std::string, std::string>("not observed", "");
+        table += fmt::format("| {} | {} | {} | {} | {} |\n", point, kQuestions[point - 1],
+                             observed ? "observed" : "open", answer, how);
     }
     return table;
-}
-
-// The labels have the language of Outlook, but "ProgID:" stays, and only numbers with a unit follow "):".
-std::vector<std::pair<std::wstring, unsigned long>> BootTimes(std::wstring_view event) {
-    constexpr std::wstring_view kMark = L"ProgID: ";
-    std::vector<std::pair<std::wstring, unsigned long>> times;
-    for (std::size_t at = event.find(kMark); at != std::wstring_view::npos;) {
-        at += kMark.size();
-        const std::size_t next = event.find(kMark, at);
-        const std::wstring part(event.substr(at, next == std::wstring_view::npos ? next : next - at));
-        const std::size_t unit = part.rfind(L"):");
-        if (unit != std::wstring::npos) {
-            times.emplace_back(part.substr(0, part.find(L' ')), std::wcstoul(part.c_str() + unit + 2, nullptr, 10));
-        }
-        at = next;
-    }
-    return times;
 }
 
 } // namespace fieldtest

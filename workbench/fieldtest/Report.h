@@ -2,7 +2,6 @@
 
 #include <map>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,7 +14,7 @@ struct Outcome {
     std::string text; ///< what was seen
 };
 
-inline constexpr int kPoints = 14; ///< open points of docs/host-facts.md, numbered from 1
+const char* NameOf(Verdict verdict);
 
 /// The findings of the test. Texts are UTF-8.
 class Report {
@@ -23,24 +22,18 @@ public:
     void Version(const std::string& name, const std::string& value) { versions_.emplace_back(name, value); }
     void Step(const std::string& id, Outcome outcome) { steps_.emplace_back(id, std::move(outcome)); }
     /// A later answer to the same point is added to the earlier ones.
-    /// @param how where the answer could be seen.
-    void Answer(int point, const std::string& answer, const std::string& how);
+    /// @param point of docs/host-facts.md, numbered from 1. @param how where the answer could be seen.
+    void Answer(std::size_t point, const std::string& answer, const std::string& how);
     bool Failed() const;
 
     std::string Text() const;
-    std::string Json() const;
     /// The table of the open points for docs/host-facts.md.
     std::string Table() const;
 
 private:
     std::vector<std::pair<std::string, std::string>> versions_;
     std::vector<std::pair<std::string, Outcome>> steps_;
-    std::map<int, std::pair<std::string, std::string>> answers_;
+    std::map<std::size_t, std::pair<std::string, std::string>> answers_;
 };
-
-const char* NameOf(Verdict verdict);
-
-/// Start-up times in an event of Outlook that lists its add-ins: ProgID and milliseconds.
-std::vector<std::pair<std::wstring, unsigned long>> BootTimes(std::wstring_view event);
 
 } // namespace fieldtest

@@ -1,12 +1,23 @@
 #include "workbench/fieldtest/Field.h"
 
 #include "workbench/client/Meetings.h"
+#include "workbench/wire/Window.h"
 
+#include "Outlook/AddIns/RegistryTable.h"
+#include "Outlook/ObjectModel/Interfaces.h"
+#include "doctor/Finding.h"
+#include "doctor/Scene.h"
 #include "support/Text.h"
 #include "support/UniqueResource.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <cmath>
-#include <cstdio>
+#include <map>
+
+_COM_SMARTPTR_TYPEDEF(IConnectionPoint, __uuidof(IConnectionPoint));
+_COM_SMARTPTR_TYPEDEF(IConnectionPointContainer, __uuidof(IConnectionPointContainer));
 
 namespace fieldtest {
 namespace {
@@ -15,19 +26,14 @@ using meeting_client::Compact;
 using meeting_client::ParseObject;
 
 enum Command : int { kSchedule = 4, kCancel = 5, kModify = 6 };
-constexpr long kMeeting = 1;                                                         // olMeeting
-constexpr long kLanguageOfUi = 2;                                                    // msoLanguageIDUI
-constexpr GUID kExplorerEvents = {0x0006304F, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}}; // the first generation
-constexpr wchar_t kAddInKey[] = L"Software\\Microsoft\\Office\\Outlook\\Addins\\NembraMeeting.OutlookAddin";
+constexpr char kComment[] = "kept";
+constexpr long kAppointment = 1;  // olAppointmentItem
+constexpr long kMeeting = 1;      // olMeeting
+constexpr long kLanguageOfUi = 2; // msoLanguageIDUI
 constexpr wchar_t kManaged[] = L"Software\\Microsoft\\Office\\16.0\\Outlook\\Resiliency\\AddinList";
 constexpr wchar_t kTypeLib[] = L"Software\\Classes\\TypeLib\\{712AA455-0C84-4E6F-B754-C84B08BB0681}\\1.0";
-constexpr wchar_t kOverlay[] = L"SOFTWARE\\Microsoft\\Office\\ClickToRun\\REGISTRY\\MACHINE\\";
 constexpr const char* kInLog = "the add-in's log";
 constexpr const char* kInModel = "the object model";
-
-Outcome Pass(std::string text) {
-    return {Verdict::Pass, std::move(text)};
-}
 
 void Expect(bool holds, const char* what) {
     if (!holds) {
@@ -46,7 +52,7 @@ std::string YesNo(bool yes) {
 }
 
 Json::Value MarkerOf(IDispatch* item) {
-    return ParseObject(Text(Child(item, L"FormDescription"), L"Comment")).value_or(Json::objectValue);
+    return ParseObject(Comment(item)).value_or(Json::objectValue);
 }
 
 /// Describes which members of the appointment differ from the notification; empty when none does.
@@ -103,36 +109,31 @@ std::string AwaitFilled(Field& field) {
     return confId;
 }
 
-Outcome JudgeDialog(Field& field, const workbench::DialogSeen& seen) {
-    wchar_t owner[64] = L"";
-    ::GetClassNameW(seen.owner, owner, 64);
-    Expect(std::wstring(owner) == L"rctrl_renwnd32", "the dialog's owner is a window of Outlook");
-    Expect(seen.ownerDisabled, "the owner waits for the dialog");
+std::string JudgeDialog(const Field& field) {
     DWORD process = 0;
-    ::GetWindowThreadProcessId(seen.owner, &process);
-    Expect(process == field.outlook, "the owner belongs to Outlook's process");
-    return Pass("the dialog is there, above a window of Outlook that waits for it");
+    ::GetWindowThreadProcessId(field.dialog.owner, &process);
+    Expect(ClassOf(field.dialog.owner) == kOutlookWindow && process == field.outlook,
+           "the dialog's owner is a window of Outlook");
+    Expect(field.dialog.ownerDisabled, "the owner waits for the dialog");
+    return "the dialog is there, above a window of Outlook that waits for it";
 }
 
 // --- Start ---
 
-Outcome Start(Field& field) {
+std::string Start(Field& field) {
     field.AwaitPerson([&] { return field.FindOutlook(); },
                       "a running Outlook that answers (start neither of the two programs as administrator)");
     field.AwaitMachine([&] { return field.AddInConnected(); }, "the add-in among Outlook's connected COM add-ins");
-    const IDispatchPtr language = Child(field.application, L"LanguageSettings");
-    const long ui = Get(language, L"LanguageID", {_variant_t(kLanguageOfUi)});
-    field.report.Version("Outlook", Text(field.application, L"Version"));
-    field.report.Version("language", std::to_string(ui));
-    const auto module = field.ModulePath();
-    Expect(module.has_value(), "the module is loaded in Outlook's process");
-    const auto version = field.machine.Version(*module);
-    const auto& part = version.value.part;
-    field.report.Version("add-in", version ? std::to_string(part[0]) + "." + std::to_string(part[1]) + "." +
-                                                 std::to_string(part[2]) + "." + std::to_string(part[3])
-                                           : "unknown");
-    return Pass("Outlook " + Text(field.application, L"Version") + ", language " + std::to_string(ui) +
-                ", the add-in is connected and its module loaded");
+    const std::string version = Text(field.application, L"Version");
+    const long language =
+        Get(Child(field.application, L"LanguageSettings"), L"LanguageID", {_variant_t(kLanguageOfUi)});
+    field.report.Version("Outlook", version);
+    field.report.Version("language", std::to_string(language));
+    const std::wstring module = field.ModulePath();
+    Expect(!module.empty(), "the module is loaded in Outlook's process");
+    const auto moduleVersion = field.machine.Version(module);
+    field.report.Version("add-in", moduleVersion ? ToUtf8(doctor::VersionText(moduleVersion.value)) : "unknown");
+    return fmt::format("Outlook {}, language {}, the add-in is connected and its module loaded", version, language);
 }
 
 void ProbeModel(Field& field) {
@@ -161,14 +162,10 @@ void ProbeModel(Field& field) {
                             "ActiveInspector without an open item");
     }
 
-    IConnectionPointContainer* container = nullptr;
-    if (SUCCEEDED(explorer->QueryInterface(IID_IConnectionPointContainer, reinterpret_cast<void**>(&container)))) {
-        IConnectionPoint* point = nullptr;
-        const HRESULT status = container->FindConnectionPoint(kExplorerEvents, &point);
-        if (point) {
-            point->Release();
-        }
-        container->Release();
+    IConnectionPointContainerPtr container;
+    if (SUCCEEDED(explorer->QueryInterface(&container))) {
+        IConnectionPointPtr point;
+        const HRESULT status = container->FindConnectionPoint(__uuidof(Outlook::ExplorerEvents), &point);
         if (status == S_OK || status == CONNECT_E_NOCONNECTION) { // other failures are those of the way out
             field.report.Answer(10, "main window: " + YesNo(status == S_OK), "FindConnectionPoint");
         }
@@ -181,47 +178,44 @@ void ProbeRegistry(Field& field) {
     };
     const bool clickToRun = has(L"SOFTWARE\\Microsoft\\Office\\ClickToRun\\Configuration");
     field.report.Version("Click-to-Run", YesNo(clickToRun));
-    const std::string overlay = has(std::wstring(kOverlay) + kTypeLib) ? "in Office's own view" : "";
+    const char* library = has(kTypeLib) ? "in the machine's view"
+                          : has(std::wstring(doctor::kStreamedKey) + (kTypeLib + std::size("Software")))
+                              ? "in Office's own view"
+                              : "in no view";
     field.report.Answer(8,
-                        "Click-to-Run: " + YesNo(clickToRun) +
-                            ", machine key there and add-in connected: " + YesNo(has(kAddInKey)) + ", type library: " +
-                            (has(kTypeLib)     ? "in the machine's view"
-                             : overlay.empty() ? "in no view"
-                                               : overlay),
+                        fmt::format("Click-to-Run: {}, machine key there and add-in connected: {}, type library: {}",
+                                    YesNo(clickToRun), YesNo(has(registry::kAddInKey)), library),
                         "the registry, read from outside Office");
 }
 
 void ProbeStartUp(Field& field) {
-    const auto events = field.machine.Events(L"Application", L"Outlook", {45});
-    for (const doctor::Event& event : events.value) { // the newest first
-        std::size_t slow = 0;
-        for (const auto& [progId, time] : BootTimes(event.text)) {
-            slow += time > 1000 ? 1U : 0U; // ms
-            if (progId == kProgId) {
-                field.report.Answer(13, "this add-in started in " + std::to_string(time) + " ms", "event 45");
+    unsigned long slowest = 0; // ms, of the add-ins that Outlook has kept
+    for (const doctor::Event& event : field.machine.Events(L"Application", L"Outlook", {45}).value) {
+        for (const auto& [progId, time] : doctor::BootTimes(event.text)) {
+            slowest = std::max(slowest, time);
+            if (progId == registry::kProgId) {
+                field.report.Answer(13, fmt::format("this add-in started in {} ms", time), "event 45");
             }
         }
-        field.report.Answer(13, std::to_string(slow) + " add-ins above 1000 ms", "event 45");
-        return;
+    }
+    const std::size_t disabled = field.machine.Events(L"Application", L"Outlook", {59})->size();
+    if (slowest != 0 || disabled != 0) {
+        field.report.Answer(13, fmt::format("slowest start in 30 days: {} ms; add-ins disabled: {}", slowest, disabled),
+                            "events 45 and 59");
     }
 }
 
 /// The add-in makes its window's thread inside OnConnection and logs GetCustomUI, so their times tell the order.
 void ProbeOrder(Field& field) {
-    const HWND window = ::FindWindowExW(HWND_MESSAGE, nullptr, kAddinWindow, kAddinWindow);
+    const HWND window = ::FindWindowExW(HWND_MESSAGE, nullptr, wire::kAddinWindow, wire::kAddinWindow);
     const UniqueHandle thread(
         ::OpenThread(THREAD_QUERY_LIMITED_INFORMATION, FALSE, ::GetWindowThreadProcessId(window, nullptr)));
     FILETIME made{};
     FILETIME ignored{};
-    SYSTEMTIME utc{};
-    SYSTEMTIME local{};
-    if (!thread || !::GetThreadTimes(thread.Get(), &made, &ignored, &ignored, &ignored) ||
-        !::FileTimeToSystemTime(&made, &utc) || !::SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local)) {
+    if (!thread || !::GetThreadTimes(thread.Get(), &made, &ignored, &ignored, &ignored)) {
         return;
     }
-    char connected[32] = "";
-    std::snprintf(connected, sizeof connected, "%04u-%02u-%02u %02u:%02u:%02u.%03u", local.wYear, local.wMonth,
-                  local.wDay, local.wHour, local.wMinute, local.wSecond, local.wMilliseconds);
+    const std::string connected = doctor::LocalTime(made);
     for (const doctor::LogEntry& entry : field.Log()) {
         if (entry.source.ends_with("AddIn::GetCustomUI")) {
             field.report.Answer(12,
@@ -234,42 +228,40 @@ void ProbeOrder(Field& field) {
     }
 }
 
-Outcome Probe(Field& field) {
+std::string Probe(Field& field) {
     Need(field.application != nullptr);
     ProbeModel(field);
     ProbeRegistry(field);
     ProbeStartUp(field);
     ProbeOrder(field);
-    return Pass("the answers are in the table of the open points");
+    return "the answers are in the table of the open points";
 }
 
-Outcome Icons(Field& field) {
-    const std::string answer = field.Ask();
-    if (answer != "1" && answer != "2" && answer != "3") {
-        return {Verdict::NotObserved, "no answer"};
+std::string Icons(Field& field) {
+    static const std::map<std::string, const char*> answers = {
+        {"1", "yes, the edges are clean"},
+        {"2", "no, the edges are dark: straight colours are expected"},
+        {"3", "unclear, the edges are bright"}};
+    field.Tell();
+    const Waited waited = field.console.Await([] { return false; }, field.options.personSeconds);
+    const auto answer = answers.find(field.console.entered);
+    if (waited != Waited::Entered || answer == answers.end()) {
+        throw StepEnd{{Verdict::NotObserved, "no answer"}};
     }
-    field.report.Answer(1,
-                        answer == "1"   ? "yes, the edges are clean"
-                        : answer == "2" ? "no, the edges are dark: straight colours are expected"
-                                        : "unclear, the edges are bright",
-                        "the person");
-    return Pass("the person has answered " + answer);
+    field.report.Answer(1, answer->second, "the person");
+    return "the person has answered " + answer->first;
 }
 
 // --- A client that is not there ---
 
-constexpr wchar_t kLogin[] = L"Log in to the client";
-constexpr wchar_t kLoginChinese[] = L"请登录客户端";
-constexpr wchar_t kUpdated[] = L"Email invitation updated";
-constexpr wchar_t kUpdatedChinese[] = L"邮件邀请已更新";
-constexpr wchar_t kSync[] = L"Synchronizing the update";
-constexpr wchar_t kSyncChinese[] = L"同步更新";
+using DialogText = PerLanguage<const wchar_t*>;
+constexpr DialogText kLogin = {L"请登录客户端", L"Log in to the client"};
+constexpr DialogText kUpdated = {L"邮件邀请已更新", L"Email invitation updated"};
+constexpr DialogText kSync = {L"同步更新", L"Synchronizing the update"};
 
-Outcome Launch(Field& field) {
+std::string Launch(Field& field) {
     Need(field.application != nullptr);
-    std::optional<workbench::DialogSeen> dialog;
-    field.AwaitPerson([&] { return (dialog = field.FindDialog(kLogin, kLoginChinese)).has_value(); },
-                      "the add-in's dialog that asks to log in");
+    field.AwaitPerson([&] { return field.FindDialog(kLogin); }, "the add-in's dialog that asks to log in");
     field.AwaitMachine([&] { return meeting_client::ClientProcess::FindRunning() != 0; },
                        "the client, started by its URI");
     meeting_client::ClientSettings settings;
@@ -283,35 +275,35 @@ Outcome Launch(Field& field) {
     form["contents"] = "This appointment belongs to a test and will be deleted.";
     field.Order("answer 4 merge " + Compact(form));
     Expect(field.client->Messages().empty(), "the press that started the client sends no command");
-    return JudgeDialog(field, *dialog);
+    return JudgeDialog(field);
 }
 
 // --- An appointment of the client ---
 
+constexpr wchar_t kEditor[] = L"_WwG";
+
 void ProbeEditor(Field& field, HWND window) {
-    std::string chain;
     HWND inner = nullptr;
     ::EnumChildWindows(
         window,
         [](HWND child, LPARAM found) noexcept -> BOOL {
             wchar_t name[64] = L"";
             ::GetClassNameW(child, name, 64);
-            const bool editor = ::lstrcmpW(name, L"_WwG") == 0;
+            const bool editor = ::lstrcmpW(name, kEditor) == 0;
             if (editor) {
                 *reinterpret_cast<HWND*>(found) = child;
             }
             return !editor;
         },
         reinterpret_cast<LPARAM>(&inner));
+    std::string chain;
     for (HWND step = inner; step && step != window; step = ::GetAncestor(step, GA_PARENT)) {
-        wchar_t name[64] = L"";
-        ::GetClassNameW(step, name, 64);
-        chain = ToUtf8(name) + (chain.empty() ? "" : " > ") + chain;
+        chain = ToUtf8(ClassOf(step)) + (chain.empty() ? "" : " > ") + chain;
     }
     field.report.Answer(2, inner ? chain : "the window has no _WwG", "the windows of the appointment");
 }
 
-Outcome Schedule(Field& field) {
+std::string Schedule(Field& field) {
     Need(field.client != nullptr);
     field.journal.OwnSubject(field.subject);
     field.AwaitCommand(kSchedule, field.options.personSeconds);
@@ -327,12 +319,11 @@ Outcome Schedule(Field& field) {
     }
     const std::size_t ribbons = field.Logged("AddIn::GetCustomUI", "RibbonID");
     const std::size_t loads = field.Logged("AddIn::GetIDsOfNames", "rgszName: OnLoad\n");
-    field.report.Answer(11, std::to_string(ribbons) + " ribbons, onLoad looked up " + std::to_string(loads) + " times",
-                        kInLog);
-    return Pass("command 4, notification 101, all fields, the marker and the status of the appointment");
+    field.report.Answer(11, fmt::format("{} ribbons, onLoad looked up {} times", ribbons, loads), kInLog);
+    return "command 4, notification 101, all fields, the marker and the status of the appointment";
 }
 
-Outcome Save(Field& field) {
+std::string Save(Field& field) {
     Need(!field.confId.empty());
     IDispatchPtr item = field.FindOpen(field.confId).item;
     Need(item != nullptr);
@@ -350,123 +341,133 @@ Outcome Save(Field& field) {
     const Json::Value command = field.AwaitCommand(kModify, field.options.machineSeconds);
     Expect(command["confId"] == field.confId && command["confOutlookId"] == field.entryId,
            "the ids in the modify command");
-    const IDispatchPtr stored = field.Stored();
+    const IDispatchPtr stored = StoredItem(field.application, field.entryId);
     Expect(stored != nullptr, "the appointment is in the store");
-    const IDispatchPtr form = Child(stored, L"FormDescription");
     const Json::Value marker = MarkerOf(stored);
     const bool kept = marker["conf_id"] == field.confId;
+    const bool oneOff = Get(Child(stored, L"FormDescription"), L"OneOff");
     field.report.Answer(
         7,
-        "kept after save and close: " + YesNo(kept) +
-            ", is_new_item, written at close and not saved: " + (marker["is_new_item"] == false ? "false" : "true") +
-            ", one-off: " + YesNo(static_cast<bool>(Get(form, L"OneOff"))) +
-            "; a restart of Outlook and the synchronisation through Exchange were not observed",
+        fmt::format("kept after save and close: {}, is_new_item, written at close and not saved: {}, one-off: {}",
+                    YesNo(kept), marker["is_new_item"] == false ? "false" : "true", YesNo(oneOff)),
         "the item, read again by its id");
     Expect(kept, "the marker in the store");
-    return Pass("the appointment is stored with its marker, command 6 has its ids");
+    return "the appointment is stored with its marker, command 6 has its ids";
 }
 
-Outcome Change(Field& field) {
+std::string Change(Field& field) {
     Need(field.client && !field.entryId.empty());
     const std::size_t misses = field.Logged("AddIn::GetAppointItemFromEntryId", "not found");
     Json::Value change(Json::objectValue);
     change["subject"] = field.subject + " moved";
     field.Order("change " + field.confId + " " + Compact(change));
     const Json::Value notification = LastNotification(field, 200);
-    std::optional<workbench::DialogSeen> dialog;
     bool missed = false;
     field.AwaitMachine(
         [&] {
             missed = field.Logged("AddIn::GetAppointItemFromEntryId", "not found") > misses;
-            return missed || (dialog = field.FindDialog(kUpdated, kUpdatedChinese)).has_value();
+            return missed || field.FindDialog(kUpdated);
         },
         "the add-in's dialog that tells of the update");
     field.report.Answer(5, std::string("the add-in's own search ") + (missed ? "fails" : "succeeds"), kInLog);
     Expect(!missed, "the add-in finds the appointment by its id");
-    Expect(Differences(field.Stored(), notification).empty(), "the fields after notification 200");
-    return JudgeDialog(field, *dialog);
+    Expect(Differences(StoredItem(field.application, field.entryId), notification).empty(),
+           "the fields after notification 200");
+    return JudgeDialog(field);
 }
 
-Outcome InWindow(Field& field) {
+std::string InWindow(Field& field) {
     Need(field.client != nullptr);
     const Json::Value command = field.AwaitCommand(kSchedule, field.options.personSeconds);
     field.draftId = AwaitFilled(field);
     Expect(!command["subject"].asString().empty() && command["startTime"].asInt64() != 0,
            "the command has subject and time of the appointment");
-    return Pass("command 4 with the appointment's subject and times, and the same window is filled");
+    return "command 4 with the appointment's subject and times, and the same window is filled";
 }
 
-Outcome Discard(Field& field) {
+std::string Discard(Field& field) {
     Need(!field.draftId.empty());
     const Json::Value command = field.AwaitCommand(kCancel, field.options.personSeconds);
     Expect(command["confId"] == field.draftId, "the id in the cancel command");
-    return Pass("command 5 with the id of the appointment that was not saved");
+    return "command 5 with the id of the appointment that was not saved";
 }
 
 // --- The client is gone again ---
 
-Outcome Question(Field& field) {
+std::string Question(Field& field) {
     Need(field.client && !field.entryId.empty());
     Expect(field.client->Quit(), "the client ends when it is asked to");
     field.client.reset();
     field.commandsSeen = 0;
-    std::optional<workbench::DialogSeen> dialog;
-    field.AwaitPerson([&] { return (dialog = field.FindDialog(kSync, kSyncChinese)).has_value(); },
-                      "the add-in's question whether to synchronise");
-    return JudgeDialog(field, *dialog);
+    field.AwaitPerson([&] { return field.FindDialog(kSync); }, "the add-in's question whether to synchronise");
+    return JudgeDialog(field);
 }
 
-Outcome Later(Field& field) {
-    Need(field.FindDialog(kSync, kSyncChinese).has_value());
-    field.AwaitPerson([&] { return !field.FindDialog(kSync, kSyncChinese); }, "the end of the question");
+std::string Later(Field& field) {
+    Need(field.FindDialog(kSync));
+    field.AwaitPerson([&] { return !field.FindDialog(kSync); }, "the end of the question");
     const OpenItem open = field.FindOpen(field.confId);
     Expect(static_cast<bool>(open), "the appointment's window is still open");
     field.AwaitMachine([&] { return static_cast<bool>(Get(open.item, L"Saved")); }, "a saved appointment");
     Expect(meeting_client::ClientProcess::FindRunning() == 0, "no client was started");
-    return Pass("the appointment is saved, no client was started");
+    return "the appointment is saved, no client was started";
 }
 
-Outcome Cancel(Field& field) {
+std::string Cancel(Field& field) {
     Need(!field.entryId.empty() && field.FindOpen(field.confId));
     field.AwaitPerson([&] { return !field.FindOpen(field.confId); }, "the end of the appointment's window");
     Expect(field.Logged("ItemEventsSink::Invoke", "DispId: 64117") != 0, "the BeforeDelete event in the log");
     field.report.Answer(6, "BeforeDelete still comes at the end", kInLog);
-    return Pass("the appointment is deleted; it may lie among the deleted items, where it can be removed by hand");
+    return "the appointment is deleted; it may lie among the deleted items, where it can be removed by hand";
 }
 
 // --- The end ---
 
-Outcome SwitchOff(Field& field) {
-    Need(field.application != nullptr);
-    DWORD number = 0;
-    DWORD size = sizeof number;
-    const bool chosen = ::RegGetValueW(HKEY_CURRENT_USER, kAddInKey, L"LoadBehavior", RRF_RT_REG_DWORD, nullptr,
-                                       &number, &size) == ERROR_SUCCESS;
-    // Unchanged now, but Outlook will write the person's choice there.
-    field.journal.SetNumber(kAddInKey, L"LoadBehavior", chosen ? std::optional(number) : std::nullopt);
-    field.AwaitPerson([&] { return !field.AddInConnected(); }, "an add-in that is not connected any more");
-    Expect(field.ModulePath().has_value(), "the module stays loaded, because its threads stay");
-    return Pass("Connect is false; the module is still loaded");
+/// An appointment that has a comment as the add-in's ones have, for the look after a restart.
+void StoreProbe(Field& field) {
+    const IDispatchPtr probe = ObjectOf(Call(field.application, L"CreateItem", {_variant_t(kAppointment)}));
+    Put(probe, L"Subject", _variant_t(ToWide(field.subject).c_str()));
+    PutComment(probe, ToWide(kComment).c_str());
+    Call(probe, L"Save");
+    field.probeId = Text(probe, L"EntryID");
+    field.journal.OwnItem(field.probeId);
 }
 
-Outcome Exit(Field& field) {
+std::string SwitchOff(Field& field) {
+    Need(field.application != nullptr);
+    field.journal.Keep(registry::kAddInKey); // Outlook will write the person's choice there
+    field.AwaitPerson([&] { return !field.AddInConnected(); }, "an add-in that is not connected any more");
+    Expect(!field.ModulePath().empty(), "the module stays loaded, because its threads stay");
+    StoreProbe(field);
+    return "Connect is false; the module is still loaded";
+}
+
+std::string Exit(Field& field) {
     Need(field.outlook != 0);
     field.application = nullptr;
     const UniqueHandle process(::OpenProcess(SYNCHRONIZE, FALSE, field.outlook));
     field.AwaitPerson([&] { return !process || ::WaitForSingleObject(process.Get(), 0) == WAIT_OBJECT_0; },
                       "the end of Outlook's process");
-    Expect(field.machine.WindowOwners(kAddinWindow).empty(), "no window of the add-in is left");
-    return Pass("Outlook's process has ended and left no window of the add-in");
+    Expect(field.machine.WindowOwners(wire::kAddinWindow).empty(), "no window of the add-in is left");
+    return "Outlook's process has ended and left no window of the add-in";
 }
 
-Outcome Again(Field& field) {
+std::string Again(Field& field) {
     Need(!field.application && field.outlook != 0);
-    field.journal.SetNumber(kManaged, kProgId, 1); // always on
+    field.journal.Keep(kManaged);
+    doctor::Apply({doctor::Repair::Kind::SetNumber, kManaged, registry::kProgId, 1}); // always on
     field.AwaitPerson([&] { return field.FindOutlook(); }, "a running Outlook that answers");
     const Waited waited = field.console.Await([&] { return field.AddInConnected(); }, field.options.machineSeconds);
     field.report.Answer(14, waited == Waited::Held ? "yes, the add-in is on although it was switched off" : "no",
                         "a value of the user outside Policies, and Connect after a restart");
-    return Pass("Outlook has started again");
+    if (!field.probeId.empty()) {
+        const IDispatchPtr probe = StoredItem(field.application, field.probeId);
+        field.report.Answer(7,
+                            std::string("kept over a restart of Outlook: ") +
+                                (!probe ? "no item" : YesNo(Comment(probe) == kComment)),
+                            "an item of the test");
+    }
+    return "Outlook has started again";
 }
 
 } // namespace
@@ -504,7 +505,7 @@ const std::vector<Step>& AllSteps() {
          "Switch the add-in off: File, Options, Add-ins, Manage COM Add-ins, Go, clear NembraMeetingOutlookAddin, OK.",
          "", &SwitchOff},
         {"exit", "Exit Outlook.", "", &Exit},
-        {"again", "Start Outlook again. The test waits a little whether the add-in comes.", "14", &Again},
+        {"again", "Start Outlook again. The test waits a little whether the add-in comes.", "7 14", &Again},
     };
     return steps;
 }

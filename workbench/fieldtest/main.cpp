@@ -20,9 +20,11 @@ enum ExitCode : int { kAllObserved = 0, kSomethingFailed = 1, kStopped = 3, kNot
 HANDLE g_done = nullptr;
 constexpr DWORD kRestoreLimit = 60'000; // ms; the system itself may allow less when it closes the window
 
-BOOL WINAPI OnSignal(DWORD) noexcept {
+BOOL WINAPI OnSignal(DWORD event) noexcept {
     fieldtest::Console::RequestStop();
-    ::WaitForSingleObject(g_done, kRestoreLimit); // the process ends when this function returns
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
+        ::WaitForSingleObject(g_done, kRestoreLimit); // the process ends when this function returns
+    }
     return TRUE;
 }
 
@@ -33,7 +35,7 @@ std::filesystem::path LocalFolder() {
 }
 
 int Run(fieldtest::Options options, bool restoreOnly) {
-    const fieldtest::BoundedCalls bounded;
+    fieldtest::BoundCalls();
     fieldtest::Field field(std::move(options));
     if (restoreOnly || !field.journal.Empty()) { // an earlier run was killed
         field.Restore();
@@ -46,7 +48,6 @@ int Run(fieldtest::Options options, bool restoreOnly) {
         field.console.Say("This test takes about fifteen minutes. It uses your Outlook, sends nothing, and removes\n"
                           "its appointments at the end. Enter skips a step; q and Enter ends the test.");
         try {
-            field.InstallScheme();
             fieldtest::RunSteps(field);
             code = field.report.Failed() ? kSomethingFailed : kAllObserved;
         } catch (const fieldtest::Stopped&) {
@@ -69,11 +70,9 @@ int main() {
     fieldtest::Options options;
     options.journal = LocalFolder() / L"NembraFieldTest" / L"journal.txt";
     std::string output = ToUtf8(folder.wstring());
-    std::string client = ToUtf8((folder / L"meeting_client.exe").wstring());
     bool restoreOnly = false;
     CLI::App app("Guided test of the add-in in a running Outlook. It ends with field-report.zip.", "FieldTest");
     app.add_option("--output", output, "folder of the report (default: that of this program)");
-    app.add_option("--client", client, "the stand-in client (default: meeting_client.exe beside this program)");
     app.add_option("--person-seconds", options.personSeconds, "how long a step waits for you")->capture_default_str();
     app.add_option("--machine-seconds", options.machineSeconds, "how long it waits for Outlook")->capture_default_str();
     app.add_flag("--restore", restoreOnly, "only undo what an interrupted test has left");
@@ -83,7 +82,12 @@ int main() {
         return app.exit(error);
     }
     options.output = ToWide(output);
-    options.client = ToWide(client);
+    options.client = folder / L"meeting_client.exe";
+    if (!std::filesystem::is_regular_file(options.client)) {
+        std::fprintf(stderr, "FieldTest: %s is not there. Unpack the whole archive.\n",
+                     ToUtf8(options.client.wstring()).c_str());
+        return kSomethingFailed;
+    }
     int code = kSomethingFailed;
     try {
         g_done = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);

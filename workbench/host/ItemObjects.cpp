@@ -65,6 +65,7 @@ constexpr Member kAppointmentMembers[] = {
     {0xF03E, L"GetInspector", kGet, 0, 0, &GetInspector},
     {0xF0A3, L"Saved", kGet, 0, 0, [](Call& call) { return call.Give(ItemObject::Of(call).Saved()); }},
     {0x0037, L"Subject", kGetPut, 0, 0, &TextField<&ItemFields::subject>},
+    {0xF048, L"Save", kMethod, 0, 0, [](Call& call) { return ItemObject::Of(call).Save() ? S_OK : E_ABORT; }},
     {0xF04A, L"Delete", kMethod, 0, 0, &DeleteItem},
     {0xF0A6, L"Display", kMethod, 0, 1, &DisplayItem},
     {0x8208, L"Location", kGetPut, 0, 0, &TextField<&ItemFields::location>},

@@ -30,6 +30,17 @@ UniqueHandle MakeKillingJob() {
     return job;
 }
 
+/// A pipe of which the child inherits one end. @return that end.
+UniqueHandle MakePipe(UniqueHandle& own, bool childReads) {
+    SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    HANDLE readEnd = nullptr;
+    HANDLE writeEnd = nullptr;
+    Require(::CreatePipe(&readEnd, &writeEnd, &inheritable, 0), "no pipe for a child process");
+    own.Reset(childReads ? writeEnd : readEnd);
+    ::SetHandleInformation(own.Get(), HANDLE_FLAG_INHERIT, 0);
+    return UniqueHandle(childReads ? readEnd : writeEnd);
+}
+
 } // namespace
 
 ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::wstring>& arguments, Streams streams)
@@ -42,14 +53,15 @@ ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::w
         startup.hStdOutput = ::GetStdHandle(STD_OUTPUT_HANDLE);
         startup.hStdError = ::GetStdHandle(STD_ERROR_HANDLE);
     }
-    UniqueHandle childEnd;
-    if (streams == Streams::OutputRead) {
-        SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-        HANDLE readEnd = nullptr;
-        Require(::CreatePipe(&readEnd, &startup.hStdOutput, &inheritable, 0), "no pipe for a child process");
-        output_.Reset(readEnd);
-        childEnd.Reset(startup.hStdOutput);
-        ::SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
+    UniqueHandle childOutput;
+    UniqueHandle childInput;
+    if (streams == Streams::OutputRead || streams == Streams::Dialogue) {
+        childOutput = MakePipe(output_, false);
+        startup.hStdOutput = childOutput.Get();
+    }
+    if (streams == Streams::Dialogue) {
+        childInput = MakePipe(input_, true);
+        startup.hStdInput = childInput.Get();
     }
     const std::wstring line = JoinCommandLine(program, arguments);
     PROCESS_INFORMATION made{};
@@ -57,7 +69,8 @@ ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::w
     const auto start = [&] {
         std::wstring changeable = line;
         return ::CreateProcessW(program.c_str(), changeable.data(), nullptr, nullptr, streams != Streams::Own,
-                                CREATE_SUSPENDED, nullptr, nullptr, &startup, &made) != FALSE;
+                                CREATE_SUSPENDED | (streams == Streams::Dialogue ? CREATE_NO_WINDOW : 0), nullptr,
+                                nullptr, &startup, &made) != FALSE;
     };
     Require(StartRepeatedly(start), "a child process cannot be started");
     process_.Reset(made.hProcess);
@@ -107,6 +120,11 @@ bool ChildProcess::ReadLine(std::string& line, DWORD milliseconds) {
         line.pop_back();
     }
     return true;
+}
+
+void ChildProcess::Write(std::string_view text) const noexcept {
+    DWORD written = 0;
+    ::WriteFile(input_.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
 }
 
 bool ChildProcess::Read(DWORD milliseconds) {

@@ -6,15 +6,17 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace process {
 
 /// The standard streams of a child process.
 enum class Streams {
-    Own,       ///< the system's choice; it inherits no handle
-    Shared,    ///< those of this process
-    OutputRead ///< its output is read here, line by line; the others are shared
+    Own,        ///< the system's choice; it inherits no handle
+    Shared,     ///< those of this process
+    OutputRead, ///< its output is read here, line by line; the others are shared
+    Dialogue    ///< so is its output, and its input is written here; it has a console of its own, which nobody sees
 };
 
 /// Another process. It does not outlive this object, nor this process.
@@ -38,6 +40,8 @@ public:
     /// Waits for the next line of an output that is read here. @return false at the end of the output.
     /// @param milliseconds how long the process may be silent; one that is longer so is ended.
     bool ReadLine(std::string& line, DWORD milliseconds = INFINITE);
+    /// Writes to an input that is written here. A process that has ended takes nothing.
+    void Write(std::string_view text) const noexcept;
     /// Waits for its end, which must come soon after that of its output. @return its exit code, never 0 when it had to
     /// be ended.
     DWORD Wait();
@@ -49,6 +53,7 @@ private:
     UniqueHandle process_;
     UniqueHandle thread_;
     UniqueHandle output_;
+    UniqueHandle input_;
     DWORD id_ = 0;
     std::string pending_;
 };

@@ -4,18 +4,16 @@
 #include "workbench/host/ApplicationClass.h"
 #include "workbench/host/DialogResponder.h"
 #include "workbench/host/OutlookHost.h"
+#include "workbench/process/InputLines.h"
 
 #include "resources/Connect.h"
 #include "support/Text.h"
 
 #include <algorithm>
-#include <deque>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -27,13 +25,8 @@ constexpr wchar_t kManaged[] = L"Software\\Microsoft\\Office\\16.0\\Outlook\\Res
 constexpr DWORD kOff = 2;
 constexpr UINT kLook = 20; // ms
 
-/// Shared with a thread that may outlive `main`.
-struct Orders {
-    std::mutex lock;
-    std::deque<std::string> lines;
-};
-auto g_orders = std::make_shared<Orders>();
 OutlookHost* g_host = nullptr;
+process::InputLines* g_orders = nullptr;
 
 DWORD Number(const wchar_t* key, const wchar_t* name) {
     DWORD number = 0;
@@ -96,32 +89,12 @@ void Do(const std::string& verb, const std::wstring& rest) {
 
 /// A timer runs inside the add-in's dialogs, too.
 void CALLBACK Look(HWND, UINT, UINT_PTR, DWORD) noexcept {
-    std::string line;
-    {
-        const std::scoped_lock hold(g_orders->lock);
-        if (g_orders->lines.empty()) {
-            return;
-        }
-        line = g_orders->lines.front();
-        g_orders->lines.pop_front();
+    const auto line = g_orders->Take();
+    if (!line) {
+        return;
     }
-    const std::size_t blank = std::min(line.find(' '), line.size());
-    Do(line.substr(0, blank), ToWide(line.substr(std::min(blank + 1, line.size()))));
-}
-
-void ReadOrders(std::shared_ptr<Orders> orders) noexcept {
-    std::string line;
-    char letter = 0;
-    DWORD size = 0;
-    while (::ReadFile(::GetStdHandle(STD_INPUT_HANDLE), &letter, 1, &size, nullptr) && size == 1) {
-        if (letter == '\n') {
-            const std::scoped_lock hold(orders->lock);
-            orders->lines.push_back(std::move(line));
-            line.clear();
-        } else {
-            line += letter;
-        }
-    }
+    const std::size_t blank = std::min(line->find(' '), line->size());
+    Do(line->substr(0, blank), ToWide(line->substr(std::min(blank + 1, line->size()))));
 }
 
 /// Each argument turns one habit to its other answer.
@@ -158,7 +131,8 @@ int main(int count, char** arguments) {
             addIn.Connect();
         }
         const ApplicationClass application(host);
-        std::thread([orders = g_orders] { ReadOrders(orders); }).detach();
+        process::InputLines orders;
+        g_orders = &orders;
         ::SetTimer(nullptr, 0, kLook, &Look);
         MSG message;
         while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
