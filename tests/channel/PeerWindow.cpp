@@ -19,7 +19,7 @@ bool WaitFor(Condition&& condition) {
 } // namespace
 
 void PeerWindow::Take(HWND sender, const COPYDATASTRUCT& data) {
-    wire_.Add({sender, data.dwData, data.cbData});
+    wire_.Add({sender, data.dwData});
     wire::Joiner::Result joined = joiner_.Take(data.dwData, static_cast<const char*>(data.lpData), data.cbData);
     for (const std::string& fault : joined.faults) {
         ADD_FAILURE() << "the add-in's side sends against the wire format: " << fault;
