@@ -99,10 +99,12 @@ TEST_F(Logger, RotatesThroughItsCopies) {
     Open("log.txt", 1);
     folder_.Write("log_1.old", "first copy");
     folder_.Write("log_2.txt", "second copy");
+    folder_.Write("log_2.bak", "second copy");
+    folder_.Write("log_9.txt", "beyond the last");
     folder_.Write("log_x.txt", "not a copy");
     Write(std::string(1100, 'a'));
     Write("b"); // finds the file above 1 KiB
-    EXPECT_THAT(Names(), ElementsAre("log.txt", "log_1.txt", "log_2.txt", "log_x.txt"));
+    EXPECT_THAT(Names(), ElementsAre("log.txt", "log_1.txt", "log_2.txt", "log_9.txt", "log_x.txt"));
     EXPECT_EQ(folder_.Read("log_2.txt"), "first copy");
     EXPECT_THAT(Lines("log_1.txt"), SizeIs(1));
     EXPECT_TRUE(Matches(folder_.Read("log.txt"), std::string(kHeader) + kLogStamp + R"(\[Inf\].*\]b\r\n)"));
