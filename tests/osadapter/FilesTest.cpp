@@ -23,8 +23,9 @@ TEST(AdapterFiles, AreWrittenRenamedCopiedAndRemovedUnderUtf8Names) {
                            9, intmax_t{10}, ptrdiff_t{11}, 1.5, 1, 0.25),
               57);
     EXPECT_EQ(KOSA_Fprintf(file, "%s", longText.c_str()), 5000);
+    EXPECT_EQ(KOSA_Fprintf(file, "%s%d", longText.c_str(), 7), 5001);
     EXPECT_EQ(KOSA_Fclose(file), 0);
-    const std::string content = "7 ab|18446744073709551615|8 9 +10 00011 1.500000 2.5E-01|" + longText;
+    const std::string content = "7 ab|18446744073709551615|8 9 +10 00011 1.500000 2.5E-01|" + longText + longText + "7";
     EXPECT_EQ(folder.Read(L"\u7eaa\u8981.txt"), content);
 
     EXPECT_EQ(KOSA_Rename(first.c_str(), second.c_str()), 0);

@@ -7,9 +7,9 @@
 
 namespace {
 
-// In three bytes the last part would fit, but not the one before it.
+// In four bytes the last part would fit, but not the one before it.
 TEST(BoundedText, FitsWithItsTerminatorOrNotAtAll) {
-    for (const size_t size : {0, 3, 6, 7, 20}) {
+    for (const size_t size : {0, 4, 6, 7, 20}) {
         SCOPED_TRACE(size);
         char text[32];
         std::memset(text, '?', sizeof(text));
