@@ -219,6 +219,7 @@ TEST_F(Logger, DisabledOrWithoutTheFileBitWritesNothing) {
     LogOneImpl log(folder_.Utf8("log.txt").c_str());
     log.Disable();
     log.Write("", "f", "s", 1, 0, "a");
+    EXPECT_THAT(Names(), IsEmpty());
     log.Enable();
     log.SetOutputMode(2);
     log.Write("", "f", "s", 1, 0, "b");
