@@ -3,15 +3,31 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 namespace {
 
-// The fuzz target compares splitting and joining with a model. MessageTask logs the envelopes.
+// The fuzz target splits messages of every length. MessageTask logs the envelopes.
 TEST(SegmentSplitting, NumbersSkipZeroWhenTheyWrap) {
     SequenceCounter counter(4294967293u);
     EXPECT_EQ(counter.Take(), 4294967294u);
     EXPECT_EQ(counter.Take(), 4294967295u);
     EXPECT_EQ(counter.Take(), 1u);
     EXPECT_EQ(counter.Take(), 2u);
+}
+
+TEST(SegmentJoining, TakesInterleavedMessagesAndSegmentsNoClientShouldSend) {
+    SegmentJoiner joiner;
+    EXPECT_EQ(joiner.Add(2, "ab"), std::nullopt);
+    EXPECT_EQ(joiner.Add(4294967295u, "12%end_flag%"), "12");
+    EXPECT_EQ(joiner.Add(2, "cd%end_flag%"), "abcd");
+    EXPECT_EQ(joiner.Add(7, "lonely%end_flag%"), "lonely");
+    EXPECT_EQ(joiner.Add(7, "%end_flag%"), std::nullopt) << "a bare end mark is no message";
+    EXPECT_EQ(joiner.Add(7, "part"), std::nullopt);
+    EXPECT_EQ(joiner.Add(7, "%end_flag%"), "part");
+    EXPECT_EQ(joiner.Add(7, "end_flag%"), std::nullopt) << "half a mark is message text";
+    EXPECT_EQ(joiner.Add(7, "%end_flag%x"), std::nullopt) << "a mark inside is message text";
+    EXPECT_EQ(joiner.Add(7, "y%end_flag%"), "end_flag%%end_flag%xy");
 }
 
 TEST(TickClock, ComparesAcrossTheWrap) {

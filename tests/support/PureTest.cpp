@@ -5,7 +5,17 @@
 
 namespace {
 
-// The fuzz target splits names and carries plans out; the log's own suite rotates files.
+TEST(RotationNames, AreSplitAtTheLastDot) {
+    const auto parts = SplitLogName("a.b.txt");
+    ASSERT_TRUE(parts);
+    EXPECT_EQ(parts->base, "a.b");
+    EXPECT_EQ(parts->extension, ".txt");
+    EXPECT_FALSE(SplitLogName("plain"));
+    EXPECT_FALSE(SplitLogName(std::string(260, 'x') + ".txt"));
+    EXPECT_TRUE(SplitLogName(std::string(259, 'x') + ".txt"));
+}
+
+// The fuzz target carries plans out on names; the log's own suite rotates files.
 TEST(RotationNames, GiveTheIndexOfACopyOnly) {
     const struct {
         std::string_view entry;
