@@ -39,9 +39,11 @@ struct ChannelRecords {
         return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), text));
     }
 
-    bool WaitForLog(const std::string& text, std::size_t count = 1) const {
+    /// @param part of the lines.
+    bool WaitForLog(std::string_view part, std::size_t count = 1) const {
         return log.WaitUntil([&](const std::vector<std::string>& lines) {
-            return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), text)) >= count;
+            const auto hasPart = [&](const std::string& line) { return line.find(part) != std::string::npos; };
+            return static_cast<std::size_t>(std::ranges::count_if(lines, hasPart)) >= count;
         });
     }
 };

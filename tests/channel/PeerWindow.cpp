@@ -4,22 +4,21 @@
 
 namespace {
 
-template <class Condition>
-bool WaitFor(Condition&& condition) {
+/// Waits until there is such a window or, as wished, none. @return the window there is then.
+HWND AwaitServer(bool there) {
     const auto end = std::chrono::steady_clock::now() + kTestDeadline;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= end) {
-            return false;
-        }
+    HWND server = wire::Find(wire::kAddinWindow);
+    while ((server != nullptr) != there && std::chrono::steady_clock::now() < end) {
         ::Sleep(1);
+        server = wire::Find(wire::kAddinWindow);
     }
-    return true;
+    return server;
 }
 
 } // namespace
 
 void PeerWindow::Take(HWND sender, const COPYDATASTRUCT& data) {
-    wire_.Add({sender, data.dwData, data.cbData});
+    wire_.Add({sender, data.dwData});
     wire::Joiner::Result joined = joiner_.Take(data.dwData, static_cast<const char*>(data.lpData), data.cbData);
     for (const std::string& fault : joined.faults) {
         ADD_FAILURE() << "the add-in's side sends against the wire format: " << fault;
@@ -39,13 +38,11 @@ void PeerWindow::Hang() {
 }
 
 HWND PeerWindow::FindServer() {
-    HWND server = nullptr;
-    WaitFor([&server] { return (server = wire::Find(wire::kAddinWindow)) != nullptr; });
-    return server;
+    return AwaitServer(true);
 }
 
 bool PeerWindow::WaitForNoServer() {
-    return WaitFor([] { return wire::Find(wire::kAddinWindow) == nullptr; });
+    return AwaitServer(false) == nullptr;
 }
 
 bool PeerWindow::SendRaw(HWND server, ULONG_PTR number, const char* text, std::size_t bytes) {

@@ -60,7 +60,6 @@ private:
 struct WireMessage {
     HWND sender = nullptr;
     ULONG_PTR number = 0;
-    DWORD bytes = 0;
 };
 
 /// The meeting client's side of the channel: a window on a thread of its own. It takes part in the running test: what

@@ -13,8 +13,6 @@ class Protocol : public ChannelFixture {
 protected:
     void TearDown() override { Stop(); }
 
-    static int32_t Start() { return uisdk_protocol_start(ChannelRecords::Receive, ChannelRecords::Log, "name"); }
-
     /// Also waits for the window, which the ending thread takes down.
     static void Stop() {
         EXPECT_EQ(uisdk_protocol_stop(), 0);
@@ -23,7 +21,7 @@ protected:
 
     /// The channel with its window there.
     static void StartAndWait() {
-        ASSERT_EQ(Start(), 0);
+        ASSERT_EQ(uisdk_protocol_start(ChannelRecords::Receive, ChannelRecords::Log, "name"), 0);
         ASSERT_NE(PeerWindow::FindServer(), nullptr);
     }
 };

@@ -15,27 +15,26 @@ TEST(AdapterFiles, AreWrittenRenamedCopiedAndRemovedUnderUtf8Names) {
     const TempFolder folder;
     const std::string first = folder.Utf8("\xE7\xBA\xAA\xE8\xA6\x81.txt");
     const std::string second = folder.Utf8("b.txt");
+    const std::string third = folder.Utf8("c.txt");
     FILE* const file = KOSA_Fopen(first.c_str(), "wb");
     ASSERT_NE(file, nullptr);
     const std::string longText(5000, 'y');
-    EXPECT_EQ(KOSA_Fprintf(file, "%d %s|%llu|", 7, "ab", 18446744073709551615ULL), 26);
-    EXPECT_EQ(
-        KOSA_Fprintf(file, "%zu %hhd %+jd %05td %F %.*E|", size_t{8}, 9, intmax_t{10}, ptrdiff_t{11}, 1.5, 1, 0.25),
-        31);
+    EXPECT_EQ(KOSA_Fprintf(file, "%d %s|%llu|%zu %hhd %+jd %05td %F %.*E|", 7, "ab", 18446744073709551615ULL, size_t{8},
+                           9, intmax_t{10}, ptrdiff_t{11}, 1.5, 1, 0.25),
+              57);
     EXPECT_EQ(KOSA_Fprintf(file, "%s", longText.c_str()), 5000);
-    EXPECT_EQ(KOSA_Ftell(file), 5057);
+    EXPECT_EQ(KOSA_Fprintf(file, "%s%d", longText.c_str(), 7), 5001);
     EXPECT_EQ(KOSA_Fclose(file), 0);
-    const std::string content = "7 ab|18446744073709551615|8 9 +10 00011 1.500000 2.5E-01|" + longText;
+    const std::string content = "7 ab|18446744073709551615|8 9 +10 00011 1.500000 2.5E-01|" + longText + longText + "7";
     EXPECT_EQ(folder.Read(L"\u7eaa\u8981.txt"), content);
 
     EXPECT_EQ(KOSA_Rename(first.c_str(), second.c_str()), 0);
-    EXPECT_EQ(KOSA_Access(second.c_str(), 0), 0);
     folder.Write("c.txt", "replaced by the copy");
-    EXPECT_EQ(KOSA_CopyFile(second.c_str(), folder.Utf8("c.txt").c_str()), 0);
+    EXPECT_EQ(KOSA_CopyFile(second.c_str(), third.c_str()), 0);
     EXPECT_EQ(folder.Read("c.txt"), content);
     EXPECT_EQ(KOSA_Remove(second.c_str()), 0);
     EXPECT_EQ(KOSA_Access(second.c_str(), 0), -1);
-    EXPECT_EQ(KOSA_CopyFile(second.c_str(), folder.Utf8("c.txt").c_str()), -1);
+    EXPECT_EQ(KOSA_CopyFile(second.c_str(), third.c_str()), -1);
     EXPECT_EQ(KOSA_Fopen(second.c_str(), ""), nullptr) << "an empty mode touches nothing";
     EXPECT_EQ(folder.Read("b.txt"), "(missing)");
 }
@@ -70,10 +69,6 @@ TEST(AdapterDescriptors, ReadWriteSeekAndCut) {
     EXPECT_EQ(byPath.userId, 0);
     EXPECT_EQ(byPath.modificationTime, byDescriptor.modificationTime);
     EXPECT_NEAR(static_cast<double>(byPath.modificationTime), static_cast<double>(time(nullptr)), 60.0);
-    uint32_t size = 0;
-    EXPECT_EQ(KOSA_GetFileSize(path.c_str(), &size), 0);
-    EXPECT_EQ(size, 7u);
-
     KosaStat folderStatus;
     EXPECT_EQ(KOSA_Stat(folder.Utf8(".").c_str(), &folderStatus), 0);
     EXPECT_EQ(folderStatus.mode & _S_IFMT, _S_IFDIR);
@@ -178,7 +173,6 @@ TEST(AdapterDevices, AreControlledThroughA32BitHandle) {
     EXPECT_EQ(returned, 16u + 3);
     EXPECT_EQ(peeked.readable, 3u);
     EXPECT_STREQ(peeked.data, "abc");
-    EXPECT_EQ(KOSA_Ioctl(device, kPeekPipe, nullptr, 0, &peeked, sizeof(peeked), nullptr), 0);
     EXPECT_EQ(KOSA_CloseHandle(reader), 0);
     EXPECT_EQ(KOSA_CloseHandle(writer), 0);
     EXPECT_EQ(KOSA_CloseHandle(writer), -1);

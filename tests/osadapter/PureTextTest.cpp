@@ -45,37 +45,36 @@ TEST(AdapterNumbers, UltostrWritesWhatFits) {
 }
 
 TEST(AdapterNumbers, StrToInt32TakesTheWholeRangeAndTellsTheRest) {
-    constexpr int32_t kJunk = 4711;
     const struct {
         const char* text;
-        int result;
         int32_t value;
     } cases[] = {
-        {"2147483647", 0, INT32_MAX},
-        {"-2147483648", 0, INT32_MIN},
-        {"2147483648", 1, kJunk},
-        {"-2147483649", 1, kJunk},
-        {"99999999999999999999999", 1, kJunk},
-        {"-99999999999999999999999", 1, kJunk},
-        {" \t+12abc", 0, 12},
-        {"0x10", 0, 16},
-        {"010", 0, 8},
-        {"08", 0, 0}, // the digit 8 ends the octal number
-        {"0x7fffffff", 0, INT32_MAX},
-        {"0x80000000", 1, kJunk},
-        {"", 1, kJunk},
-        {"-", 1, kJunk},
-        {"abc", 1, kJunk},
-        {nullptr, 1, kJunk},
+        {"2147483647", INT32_MAX},
+        {"-2147483648", INT32_MIN},
+        {" \t+12abc", 12},
+        {"0x10", 16},
+        {"010", 8},
+        {"08", 0}, // the digit 8 ends the octal number
+        {"0x7fffffff", INT32_MAX},
     };
+    int32_t value = 0;
     for (const auto& test : cases) {
-        SCOPED_TRACE(test.text == nullptr ? "(null)" : test.text);
-        int32_t value = kJunk;
+        SCOPED_TRACE(test.text);
         errno = ERANGE; // left from before: must not be taken for this number's
-        EXPECT_EQ(KOSA_StrToInt32(test.text, &value), test.result);
+        EXPECT_EQ(KOSA_StrToInt32(test.text, &value), 0);
         EXPECT_EQ(value, test.value);
-        EXPECT_EQ(KOSA_GetLastErr(), test.result == 0 ? ERANGE : 0);
+        EXPECT_EQ(KOSA_GetLastErr(), ERANGE);
     }
+    value = 4711;
+    for (const char* const refused : {"2147483648", "-2147483649", "99999999999999999999999",
+                                      "-99999999999999999999999", "0x80000000", "", "-", "abc"}) {
+        SCOPED_TRACE(testing::PrintToString(refused));
+        errno = ERANGE;
+        EXPECT_EQ(KOSA_StrToInt32(refused, &value), 1);
+        EXPECT_EQ(value, 4711);
+        EXPECT_EQ(KOSA_GetLastErr(), 0);
+    }
+    EXPECT_EQ(KOSA_StrToInt32(nullptr, &value), 1);
     EXPECT_EQ(KOSA_StrToInt32("1", nullptr), 1);
 }
 
@@ -109,12 +108,11 @@ TEST(AdapterTexts, ConcatEndsAtTheFirstNullOrEmptyText) {
 }
 
 TEST(AdapterTexts, AreSearchedByBytes) {
-    const char text[] = "b\xE4"
-                        "ab";
+    const char text[] = "o\xE4no";
     EXPECT_EQ(KOSA_StrChr(text, '\xE4'), text + 1);
-    EXPECT_EQ(KOSA_StrrChr(text, 'b'), text + 3);
+    EXPECT_EQ(KOSA_StrrChr(text, 'o'), text + 3);
     EXPECT_EQ(KOSA_StrChr(text, 0), text + 4);
-    EXPECT_EQ(KOSA_StrStr(text, "ab"), text + 2);
+    EXPECT_EQ(KOSA_StrStr(text, "no"), text + 2);
     EXPECT_EQ(KOSA_StrNCmp("abX", "abY", 2), 0);
     EXPECT_EQ(KOSA_CharToUpper('q'), 'Q');
     EXPECT_EQ(KOSA_CharToLower(-28), -28); // a sign-extended byte

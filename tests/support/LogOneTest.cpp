@@ -3,14 +3,13 @@
 #include "support/FunctionTrace.h"
 #include "support/LogOneImpl.h"
 #include "support/LoggerRegistry.h"
+#include "tests/support/LogText.h"
 #include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <regex>
-#include <sstream>
 #include <thread>
 
 using testing::ElementsAre;
@@ -19,40 +18,25 @@ using testing::SizeIs;
 
 namespace {
 
-constexpr char kStamp[] = R"(\[\d+-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\]\[P:(\d+)/T:(\d+)\])";
 constexpr char kHeader[] = R"(Logone\(v3\.0\) Begin Time:\d+-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\r\n)";
 
 bool Matches(const std::string& text, const std::string& pattern) {
     return std::regex_match(text, std::regex(pattern));
 }
 
-// Lines behind the first (the header), without stamp and line end.
-std::vector<std::string> Bodies(const std::string& content) {
-    std::vector<std::string> bodies;
-    std::istringstream stream(content);
-    std::string line;
-    std::getline(stream, line);
-    while (std::getline(stream, line)) {
-        bodies.push_back(std::regex_replace(line, std::regex(kStamp), ""));
-        if (!bodies.back().empty() && bodies.back().back() == '\r') {
-            bodies.back().pop_back();
-        }
-    }
-    return bodies;
-}
-
 class Logger : public testing::Test {
 protected:
     ~Logger() override { LogOneClose(id_); }
 
-    uint32_t Open(const std::string& path, int32_t maxSizeKB = 0, int32_t backups = 2, int32_t level = 2) {
+    uint32_t OpenPath(const std::string& path, int32_t maxSizeKB = 0, int32_t backups = 2, int32_t level = 2) {
         const LogOneConfig config = {path.c_str(), maxSizeKB, backups, level};
-        id_ = LogOneOpen(&config);
-        return id_;
+        return id_ = LogOneOpen(&config);
     }
+    uint32_t Open(const char* name, int32_t maxSizeKB = 0) { return OpenPath(folder_.Utf8(name), maxSizeKB); }
     void Write(const std::string& text, int32_t level = 2, const char* tag = "") const {
         LogOneWrite(id_, tag, level, "A::B", "AddIns/File", 81, "%s", text.c_str());
     }
+    std::vector<std::string> Lines(const char* name = "log.txt") const { return LogLines(folder_.Read(name)); }
     std::vector<std::string> Names() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
@@ -67,21 +51,21 @@ protected:
 };
 
 TEST_F(Logger, WritesHeaderAndLinesByteForByte) {
-    ASSERT_NE(Open(folder_.Utf8("a/b\\log.txt")), 0u);
+    ASSERT_NE(Open("a/b\\log.txt"), 0u);
     EXPECT_EQ(folder_.Read("a/b/log.txt"), "(missing)"); // opened by the first line
     Write("action result: 0x0");
     Write("\xE4\xBC\x9A %d", 0, "TAG");
     const std::string content = folder_.Read("a/b/log.txt");
     std::smatch match;
-    const std::regex pattern(std::string(kHeader) + kStamp + R"(\[Inf\]\[File:81 A::B\]action result: 0x0\r\n)" +
-                             kStamp + "\\[Err\\]\\[TAG\\]\\[File:81 A::B\\]\xE4\xBC\x9A %d\\r\\n");
+    const std::regex pattern(std::string(kHeader) + kLogStamp + R"(\[Inf\]\[File:81 A::B\]action result: 0x0\r\n)" +
+                             kLogStamp + "\\[Err\\]\\[TAG\\]\\[File:81 A::B\\]\xE4\xBC\x9A %d\\r\\n");
     ASSERT_TRUE(std::regex_match(content, match, pattern)) << content;
     EXPECT_EQ(match[1], std::to_string(::GetCurrentProcessId()));
     EXPECT_EQ(match[2], std::to_string(::GetCurrentThreadId()));
 }
 
 TEST_F(Logger, DropsLevelsAboveTheThresholdAndWithoutAName) {
-    Open(folder_.Utf8("log.txt"));
+    Open("log.txt");
     Write("d", 3);
     EXPECT_TRUE(Matches(folder_.Read("log.txt"), kHeader)); // a dropped line opens the file all the same
     Write("i", 2);
@@ -91,12 +75,12 @@ TEST_F(Logger, DropsLevelsAboveTheThresholdAndWithoutAName) {
     LogOneSetLevel(id_, 3);
     Write("d", 3);
     Write("nameless", 4);
-    EXPECT_THAT(Bodies(folder_.Read("log.txt")), ElementsAre("[Inf][File:81 A::B]i", "[War][File:81 A::B]w",
-                                                             "[Err][File:81 A::B]e", "[Dbg][File:81 A::B]d"));
+    EXPECT_THAT(Lines(), ElementsAre("[Inf][File:81 A::B]i", "[War][File:81 A::B]w", "[Err][File:81 A::B]e",
+                                     "[Dbg][File:81 A::B]d"));
 }
 
 TEST_F(Logger, DropsLinesWithANullTextOrTooLong) {
-    Open(folder_.Utf8("log.txt"));
+    Open("log.txt");
     Write("x");
     const size_t prefix = folder_.Read("log.txt").rfind('x') - folder_.Read("log.txt").rfind('\n', 60) - 1;
     const size_t longest = 16384 - prefix - 3; // line end and terminator
@@ -108,46 +92,45 @@ TEST_F(Logger, DropsLinesWithANullTextOrTooLong) {
     LogOneWrite(id_, "", 0, "f", nullptr, 1, "n");
     LogOneWrite(id_, "", 0, "f", "s", 1, nullptr);
     LogOneWrite(id_, "", 0, std::string(20000, 'f').c_str(), "s", 1, "n");
-    EXPECT_THAT(Bodies(folder_.Read("log.txt")),
-                ElementsAre("[Inf][File:81 A::B]x", "[Inf][File:81 A::B]" + std::string(longest, 'z')));
+    EXPECT_THAT(Lines(), ElementsAre("[Inf][File:81 A::B]x", "[Inf][File:81 A::B]" + std::string(longest, 'z')));
 }
 
 TEST_F(Logger, RotatesThroughItsCopies) {
-    Open(folder_.Utf8("log.txt"), 1, 2);
-    folder_.Write("log_1.old", "first copy");
-    folder_.Write("log_2.txt", "second copy");
-    folder_.Write("log_x.txt", "not a copy");
+    OpenPath(folder_.Utf8("log.txt"), 1, 3);
+    folder_.Write("log_1.txt", "first copy");
+    folder_.Write("log_2.old", "second copy");
+    for (const char* const last : {"log_3.txt", "log_3.bak"}) {
+        folder_.Write(last, "removed");
+    }
+    for (const char* const other : {"log_9.txt", "log_x.txt"}) {
+        folder_.Write(other, "left alone");
+    }
     Write(std::string(1100, 'a'));
     Write("b"); // finds the file above 1 KiB
-    EXPECT_THAT(Names(), ElementsAre("log.txt", "log_1.txt", "log_2.txt", "log_x.txt"));
+    EXPECT_THAT(Names(), ElementsAre("log.txt", "log_1.txt", "log_2.txt", "log_3.txt", "log_9.txt", "log_x.txt"));
     EXPECT_EQ(folder_.Read("log_2.txt"), "first copy");
-    EXPECT_THAT(Bodies(folder_.Read("log_1.txt")), SizeIs(1));
-    EXPECT_TRUE(Matches(folder_.Read("log.txt"), std::string(kHeader) + kStamp + R"(\[Inf\].*\]b\r\n)"));
+    EXPECT_EQ(folder_.Read("log_3.txt"), "second copy");
+    EXPECT_THAT(Lines("log_1.txt"), SizeIs(1));
+    EXPECT_TRUE(Matches(folder_.Read("log.txt"), std::string(kHeader) + kLogStamp + R"(\[Inf\].*\]b\r\n)"));
 }
 
 TEST_F(Logger, RotatesAtExactlyTheLimit) {
-    const struct {
-        const char* name;
-        size_t size;
-        bool rotated;
-    } cases[] = {{"below.txt", 1023, false}, {"at.txt", 1024, true}};
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.name);
-        Open(folder_.Utf8(test.name), 1);
+    for (const size_t size : {1023, 1024}) {
+        const std::string name = std::to_string(size) + ".txt";
+        Open(name.c_str(), 1);
         Write("");
-        const std::string content = folder_.Read(test.name);
+        const std::string content = folder_.Read(name);
         const size_t emptyLine = content.size() - content.find('\n') - 1;
-        Write(std::string(test.size - content.size() - emptyLine, 'a'));
-        ASSERT_EQ(folder_.Read(test.name).size(), test.size);
+        Write(std::string(size - content.size() - emptyLine, 'a'));
+        ASSERT_EQ(folder_.Read(name).size(), size);
         Write("next");
-        EXPECT_EQ(folder_.Read(test.name).size() < test.size, test.rotated);
         LogOneClose(id_);
     }
-    EXPECT_THAT(Names(), ElementsAre("at.txt", "at_1.txt", "below.txt"));
+    EXPECT_THAT(Names(), ElementsAre("1023.txt", "1024.txt", "1024_1.txt"));
 }
 
 TEST_F(Logger, WithoutAnExtensionEndsAtItsFirstRotation) {
-    Open(folder_.Utf8("plain"), 1);
+    Open("plain", 1);
     Write(std::string(1100, 'a'));
     const std::string content = folder_.Read("plain");
     Write("b");
@@ -158,7 +141,7 @@ TEST_F(Logger, WithoutAnExtensionEndsAtItsFirstRotation) {
 
 TEST_F(Logger, ThatCannotOpenItsFileIsSilent) {
     std::filesystem::create_directory(folder_.Path() / "log.txt"); // a folder in the file's place
-    ASSERT_NE(Open(folder_.Utf8("log.txt"), 1), 0u);
+    ASSERT_NE(Open("log.txt", 1), 0u);
     Write("a");
     Write("b");
     std::filesystem::remove(folder_.Path() / "log.txt");
@@ -170,21 +153,20 @@ TEST_F(Logger, WithoutADirectoryFallsBackUnderTheCurrentOne) {
     folder_.Write("file", "in the directory's place");
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(folder_.Path());
-    const uint32_t id = Open(folder_.Utf8("file\\sub\\log.txt"));
-    const uint32_t second = Open("rel/../plain.txt");
+    const uint32_t id = Open("file\\sub\\log.txt");
+    const uint32_t second = OpenPath("rel/../plain.txt");
     Write("relative");
     std::filesystem::current_path(before);
     LogOneWrite(id, "", 0, "f", "s", 1, "fallback");
     LogOneClose(id);
     LogOneClose(second);
-    EXPECT_THAT(Bodies(folder_.Read("Log/MyLog.log")), ElementsAre("[Err][s:1 f]fallback"));
-    EXPECT_THAT(Bodies(folder_.Read("plain.txt")), ElementsAre("[Inf][File:81 A::B]relative"));
+    EXPECT_THAT(Lines("Log/MyLog.log"), ElementsAre("[Err][s:1 f]fallback"));
+    EXPECT_THAT(Lines("plain.txt"), ElementsAre("[Inf][File:81 A::B]relative"));
 }
 
 TEST_F(Logger, OpenedTwiceIsOneAndClosedIdsStayUnknown) {
-    const std::string path = folder_.Utf8("log.txt");
-    const uint32_t first = Open(path);
-    EXPECT_EQ(Open(path, 0, 0, 0), first);
+    const uint32_t first = Open("log.txt");
+    EXPECT_EQ(OpenPath(folder_.Utf8("log.txt"), 0, 0, 0), first);
     Write("dropped by the second opening's threshold", 2);
     Write("kept", 0);
     LogOneClose(first);
@@ -193,37 +175,33 @@ TEST_F(Logger, OpenedTwiceIsOneAndClosedIdsStayUnknown) {
     LogOneSetMaxSize(first, 1);
     LogOneClose(first);
     LogOneClose(4711);
-    EXPECT_THAT(Bodies(folder_.Read("log.txt")), ElementsAre("[Err][File:81 A::B]kept"));
-    EXPECT_EQ(Open(path), first + 1);
+    EXPECT_THAT(Lines(), ElementsAre("[Err][File:81 A::B]kept"));
+    EXPECT_EQ(Open("log.txt"), first + 1);
     EXPECT_EQ(LogOneOpen(nullptr), 0u);
     const LogOneConfig noPath = {};
     EXPECT_EQ(LogOneOpen(&noPath), 0u);
 }
 
 TEST_F(Logger, OfManyThreadsTearsNoLine) {
-    constexpr int kThreads = 8;
-    constexpr int kLines = 150;
-    Open(folder_.Utf8("log.txt"));
+    constexpr std::string_view kLetters = "abcdefgh"; // one for each thread
+    constexpr size_t kLines = 500;
+    Open("log.txt");
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < kThreads; ++thread) {
-        threads.emplace_back([this, thread] {
-            for (int line = 0; line < kLines; ++line) {
-                Write(std::string(20 + line, static_cast<char>('a' + thread)));
+    for (const char letter : kLetters) {
+        threads.emplace_back([this, letter] {
+            for (size_t line = 0; line < kLines; ++line) {
+                Write(std::string(20 + line, letter));
             }
         });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    const std::vector<std::string> bodies = Bodies(folder_.Read("log.txt"));
-    ASSERT_THAT(bodies, SizeIs(kThreads * kLines));
-    const std::string prefix = "[Inf][File:81 A::B]";
-    int next[kThreads] = {};
-    for (const std::string& body : bodies) {
-        ASSERT_EQ(body.compare(0, prefix.size(), prefix), 0) << body;
-        const char letter = body.back();
-        const size_t length = 20 + static_cast<size_t>(next[letter - 'a']++); // each thread's lines in its own order
-        ASSERT_EQ(body.substr(prefix.size()), std::string(length, letter));
+    std::vector<std::string> lines = Lines();
+    ASSERT_THAT(lines, SizeIs(kLetters.size() * kLines));
+    std::ranges::stable_sort(lines, {}, [](const std::string& line) { return line.empty() ? '-' : line.back(); });
+    for (size_t at = 0; at < lines.size(); ++at) { // each thread's lines in its own order
+        ASSERT_EQ(lines[at], "[Inf][File:81 A::B]" + std::string(20 + at % kLines, kLetters[at / kLines]));
     }
 }
 
@@ -234,8 +212,7 @@ TEST_F(Logger, WritesWideLinesInTheAnsiCodePage) {
     log.WriteW("T", "f", "s", 1, 3, L"%s", std::wstring(20000, L'x').c_str());
     log.WriteW("T", "f", "s", 1, 3, L"%s", std::wstring(16370, L'x').c_str()); // fits, but not behind the prefix
     log.WriteW("T", "f", "s", 1, 3, nullptr);
-    EXPECT_THAT(Bodies(folder_.Read("wide.txt")),
-                ElementsAre("[Dbg][T][s:1 f]Content:value=5", "[Dbg][T][s:1 f]Content:"));
+    EXPECT_THAT(Lines("wide.txt"), ElementsAre("[Dbg][T][s:1 f]Content:value=5", "[Dbg][T][s:1 f]Content:"));
 }
 
 TEST_F(Logger, DisabledOrWithoutTheFileBitWritesNothing) {
@@ -251,7 +228,7 @@ TEST_F(Logger, DisabledOrWithoutTheFileBitWritesNothing) {
     log.SetBackupCount(0);
     log.SetName(std::string(1000, 'n').c_str());
     log.Write("", "f", "s", 1, 0, "c");
-    EXPECT_THAT(Bodies(folder_.Read("log.txt")), ElementsAre("[Err][s:1 f]c"));
+    EXPECT_THAT(Lines(), ElementsAre("[Err][s:1 f]c"));
 }
 
 std::vector<std::string> g_traced;
@@ -274,7 +251,7 @@ TEST_F(Logger, TracesScopes) {
     { const FunctionTrace trace(&logger, 8, "T", "f", "s", nullptr, FunctionTraceMode::Logger); }
     { const FunctionTrace trace(&logger, 9, "T", "f", "s", RecordTrace, FunctionTraceMode::Callback); }
     { const FunctionTrace trace(&logger, 9, "T", nullptr, "s", RecordTrace, FunctionTraceMode::Callback); }
-    EXPECT_THAT(Bodies(folder_.Read("log.txt")), ElementsAre("[Dbg][T][s:7 f][Enter]", "[Dbg][T][s:7 f][Leave]"));
+    EXPECT_THAT(Lines(), ElementsAre("[Dbg][T][s:7 f][Enter]", "[Dbg][T][s:7 f][Leave]"));
     EXPECT_THAT(g_traced, ElementsAre("7T[f:9]Enter f", "6T[f:9]Leave f"));
 }
 

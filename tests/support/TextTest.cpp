@@ -24,14 +24,8 @@ TEST(Text, ConvertsBothWaysAtEveryLength) {
 }
 
 TEST(Text, ReplacesWhatIsMalformed) {
-    EXPECT_EQ(ToUtf8(L"a\xD83D"
-                     L"b"),
-              "a\xEF\xBF\xBD"
-              "b");
-    EXPECT_EQ(ToWide("a\xFF"
-                     "b"),
-              L"a\uFFFD"
-              L"b");
+    EXPECT_EQ(ToUtf8(L"a\xD83D!"), "a\xEF\xBF\xBD!");
+    EXPECT_EQ(ToWide("a\xFF!"), L"a\uFFFD!");
 }
 
 } // namespace

@@ -17,6 +17,11 @@ public:
 
     void Run() override { body_(*this); }
     bool MustStop() const { return StopRequested(); }
+    /// Starts the thread and waits for its body to set `started`.
+    bool Begin() {
+        started.Reset();
+        return Start() && started.Wait(kPatience);
+    }
 
     MC_Event started;
 
@@ -35,9 +40,7 @@ TEST(WorkerThread, EndsOnRequestAndStartsAgain) {
     TestThread thread(PollUntilStopped);
     EXPECT_TRUE(thread.Stop(0)); // none runs
     for (int round = 0; round < 2; ++round) {
-        thread.started.Reset();
-        ASSERT_TRUE(thread.Start());
-        ASSERT_TRUE(thread.started.Wait(kPatience));
+        ASSERT_TRUE(thread.Begin());
         EXPECT_NE(thread.GetHandle(), nullptr);
         EXPECT_NE(thread.GetThreadId(), 0u);
         EXPECT_FALSE(thread.IsCurrentThread());
@@ -52,34 +55,25 @@ TEST(WorkerThread, ThatNeverStopsIsTerminated) {
         self.started.Set();
         ::Sleep(INFINITE);
     });
-    ASSERT_TRUE(thread.Start());
-    ASSERT_TRUE(thread.started.Wait(kPatience));
-    HANDLE watched = nullptr;
-    ASSERT_TRUE(::DuplicateHandle(::GetCurrentProcess(), thread.GetHandle(), ::GetCurrentProcess(), &watched, 0, FALSE,
-                                  DUPLICATE_SAME_ACCESS));
-    const UniqueHandle owned(watched);
+    ASSERT_TRUE(thread.Begin());
+    const UniqueHandle watched(::OpenThread(SYNCHRONIZE | THREAD_QUERY_INFORMATION, FALSE, thread.GetThreadId()));
     EXPECT_FALSE(thread.Stop(0));
     EXPECT_EQ(thread.GetHandle(), nullptr);
     EXPECT_EQ(thread.GetThreadId(), 0u);
-    ASSERT_EQ(::WaitForSingleObject(watched, kPatience), WAIT_OBJECT_0);
+    ASSERT_EQ(::WaitForSingleObject(watched.Get(), kPatience), WAIT_OBJECT_0);
     DWORD code = 0;
-    EXPECT_TRUE(::GetExitCodeThread(watched, &code));
+    EXPECT_TRUE(::GetExitCodeThread(watched.Get(), &code));
     EXPECT_EQ(code, 1u);
 }
 
 TEST(WorkerThread, CannotWaitForItself) {
-    bool stopped = true;
-    bool isCurrent = false;
-    TestThread thread([&](TestThread& self) {
-        isCurrent = self.IsCurrentThread();
-        stopped = self.Stop(INFINITE);
+    TestThread thread([](TestThread& self) {
+        EXPECT_TRUE(self.IsCurrentThread());
+        EXPECT_FALSE(self.Stop(INFINITE));
         self.started.Set();
     });
-    ASSERT_TRUE(thread.Start());
-    ASSERT_TRUE(thread.started.Wait(kPatience));
+    ASSERT_TRUE(thread.Begin());
     EXPECT_TRUE(thread.Stop(kPatience));
-    EXPECT_TRUE(isCurrent);
-    EXPECT_FALSE(stopped);
 }
 
 TEST(WorkerThread, SwallowsWhatItsBodyThrows) {
@@ -152,15 +146,12 @@ TEST(ReferenceCount, DestroysOnceWhenItReachesZero) {
 
 TEST(ReferenceCount, OfALockedObjectDoesNotGoBelowZero) {
     int destroyed = 0;
-    {
-        Counted<MC_ObjectX> object(destroyed);
-        object.SetCount(0);
-        EXPECT_EQ(object.Release(), 0);
-        EXPECT_EQ(object.GetRefCount(), 0);
-        EXPECT_EQ(destroyed, 0);
-    }
-    int plainDestroyed = 0;
-    Counted<MC_Object> plain(plainDestroyed);
+    Counted<MC_ObjectX> object(destroyed);
+    object.SetCount(0);
+    EXPECT_EQ(object.Release(), 0);
+    EXPECT_EQ(object.GetRefCount(), 0);
+    EXPECT_EQ(destroyed, 0);
+    Counted<MC_Object> plain(destroyed);
     plain.SetCount(65535);
     EXPECT_EQ(plain.AddRef(), 0); // 16 bits
 }

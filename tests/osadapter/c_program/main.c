@@ -47,11 +47,6 @@ static void CheckFiles(const char* folder) {
     CHECK(KOSA_Fclose(file) == 0);
     uint32_t size = 0;
     CHECK(KOSA_GetFileSize(path, &size) == 0 && size == 7);
-    KosaDirEntry** list = NULL;
-    const int count = KOSA_ScanDir(folder, &list, NULL, KOSA_Alphasort);
-    CHECK(count == 3);
-    CHECK(count == 3 && KOSA_StrCmp(list[2]->name, "\xE4\xBC\x9A.txt") == 0);
-    KOSA_DestoryNameList(list, count);
     CHECK(KOSA_Remove(path) == 0);
     KOSA_SetLastErr(0);
     CHECK(KOSA_Access(path, 0) == -1 && KOSA_GetLastErr() == 2);
