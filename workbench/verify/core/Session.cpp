@@ -63,6 +63,9 @@ std::vector<std::string> Session::End() {
     addIn_->UnloadModule();
     addIn_ = nullptr;
     host_.reset();
+    // Its record of the dialogs would look like a leak that grows with every run of Outlook.
+    dialogs_ = Dialogs();
+    responder_.reset();
     return problems;
 }
 
