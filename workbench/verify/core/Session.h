@@ -35,8 +35,8 @@ public:
     workbench::Ribbon& Appointment() const { return addIn_->Ribbon(workbench::Surface::Appointment); }
     void CloseInspectors(std::size_t kept = 0) const;
 
-    /// Dialogs are answered from now on, until `End`. To be called again now and then: a responder has many answers, but
-    /// not endlessly many. @param choose an answer for each.
+    /// Dialogs are answered from now on, until `End`. To be called again now and then: a responder has many answers,
+    /// but not endlessly many. @param choose an answer for each.
     void AnswerDialogs(const std::function<int()>& choose);
     std::uint64_t Dialogs() const { return dialogs_ + (responder_ ? responder_->Seen().size() : 0); }
     /// Called while a dialog is open.
