@@ -21,22 +21,19 @@ Finding Judge(const Rule& rule, Session& session) {
     Finding finding{rule.id, rule.sentence, Verdict::Pass, {}};
     try {
         if (!session.named) {
-            throw NotTested("there is no window of the right name");
+            throw NotPassed(Verdict::NotTested, "there is no window of the right name");
         }
         if (rule.needsClient && !session.EnsureClient()) {
-            throw NotTested("the client's window is not there");
+            throw NotPassed(Verdict::NotTested, "the client's window is not there");
         }
         session.ForgetAnswers();
         rule.check(session);
-    } catch (const Broken& what) {
-        finding.verdict = Verdict::Fail;
-        finding.remark = what.what();
-        if (rule.needsClient) {
-            session.DistrustClient();
-        }
-    } catch (const NotTested& reason) {
-        finding.verdict = Verdict::NotTested;
+    } catch (const NotPassed& reason) {
+        finding.verdict = reason.verdict;
         finding.remark = reason.what();
+        if (rule.needsClient && finding.verdict == Verdict::Fail) {
+            session.EndClient(); // so that one mistake does not become several
+        }
     }
     return finding;
 }
