@@ -31,9 +31,6 @@ Finding Judge(const Rule& rule, Session& session) {
     } catch (const NotPassed& reason) {
         finding.verdict = reason.verdict;
         finding.remark = reason.what();
-        if (rule.needsClient && finding.verdict == Verdict::Fail) {
-            session.EndClient(); // so that one mistake does not become several
-        }
     }
     return finding;
 }
@@ -46,6 +43,9 @@ std::vector<Finding> CheckClient(const Settings& settings) {
     for (const Rule& rule : Rules()) {
         findings.push_back(Judge(rule, session));
         settings.tell(Line(findings.back()));
+        if (rule.needsClient && findings.back().verdict == Verdict::Fail) {
+            session.EndClient(); // so that one mistake does not become several
+        }
     }
     return findings;
 }

@@ -41,13 +41,8 @@ ClientLaunch::~ClientLaunch() {
 
 void ClientLaunch::AwaitClient() {
     DWORD process = 0;
-    stage_.story.Await(
-        L"The add-in has started the client by its URI",
-        [&] {
-            process = meeting_client::ClientProcess::FindRunning();
-            return process != 0;
-        },
-        kStartLimit);
+    const auto started = [&] { return (process = meeting_client::ClientProcess::FindRunning()) != 0; };
+    stage_.story.Await(L"The add-in has started the client by its URI", started, kStartLimit);
     meeting_client::ClientSettings settings;
     settings.attachTo = process;
     settings.transcript = transcript_;

@@ -53,18 +53,6 @@ std::wstring LoadBehaviorOf(const std::wstring& progId) {
     return status == ERROR_SUCCESS ? std::to_wstring(number) : L"none";
 }
 
-std::vector<std::wstring> AddInsInTheList() {
-    const UniqueKey key = OpenKey(HKEY_LOCAL_MACHINE, kAddInsKey);
-    std::vector<std::wstring> names;
-    wchar_t name[256] = L"";
-    for (DWORD length = 256; key && ::RegEnumKeyExW(key.Get(), static_cast<DWORD>(names.size()), name, &length, nullptr,
-                                                    nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-         length = 256) {
-        names.emplace_back(name, length);
-    }
-    return names;
-}
-
 std::wstring Tool() {
     wchar_t folder[MAX_PATH] = L"";
     ::GetSystemDirectoryW(folder, MAX_PATH);
@@ -159,11 +147,15 @@ void Registration::TellEntries() {
 
 std::wstring Registration::FindInOutlooksList() {
     story_.Act(L"It looks through its list of add-ins for those to load at start");
+    const UniqueKey list = OpenKey(HKEY_LOCAL_MACHINE, kAddInsKey);
     bool found = false;
-    for (const std::wstring& progId : AddInsInTheList()) {
+    wchar_t progId[256] = L"";
+    for (DWORD index = 0, length = 256;
+         ::RegEnumKeyExW(list.Get(), index, progId, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+         ++index, length = 256) {
         const std::wstring behaviour = LoadBehaviorOf(progId);
-        story_.Data(L"add-in", progId + L", LoadBehavior " + behaviour);
-        found = found || (progId == kProgId && behaviour == kLoadAtStart);
+        story_.Data(L"add-in", progId + (L", LoadBehavior " + behaviour));
+        found = found || (std::wstring_view(progId) == kProgId && behaviour == kLoadAtStart);
     }
     if (!found) {
         throw StepFailed("the add-in is not among those to load at start");

@@ -4,6 +4,7 @@
 
 #include "support/Text.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <sstream>
@@ -19,15 +20,6 @@ constexpr const wchar_t* kPlain = L"\x1b[0m";
 constexpr std::size_t kCaptionWidth = 14;
 constexpr std::chrono::milliseconds kWatch(250);
 constexpr unsigned kGrace = 3000; // ms by which the watchdog lets the step report its own deadline first
-
-/// Blanks up to a column. Chinese characters take two.
-std::wstring Padding(std::wstring_view text, std::size_t width) {
-    std::size_t used = 0;
-    for (const wchar_t one : text) {
-        used += one >= 0x2E80 ? 2U : 1U;
-    }
-    return std::wstring(used < width ? width - used : 1, L' ');
-}
 
 } // namespace
 
@@ -113,7 +105,8 @@ void Story::Data(std::wstring_view caption, std::wstring_view text) {
     std::wstring out = indent + Paint(kFaint, caption);
     text = text.substr(0, text.find_last_not_of(L"\r\n") + 1);
     if (text.find(L'\n') == std::wstring_view::npos) {
-        Write(out + (text.empty() ? L"" : Padding(caption, kCaptionWidth)).append(text) + L"\n");
+        const std::size_t blanks = std::max(kCaptionWidth, caption.size() + 1) - caption.size();
+        Write(out + std::wstring(text.empty() ? 0 : blanks, L' ').append(text) + L"\n");
         return;
     }
     std::wistringstream lines{std::wstring(text)};
