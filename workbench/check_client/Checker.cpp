@@ -21,21 +21,15 @@ Finding Judge(const Rule& rule, Session& session) {
     Finding finding{rule.id, rule.sentence, Verdict::Pass, {}};
     try {
         if (!session.named) {
-            throw NotTested("there is no window of the right name");
+            throw NotPassed(Verdict::NotTested, "there is no window of the right name");
         }
         if (rule.needsClient && !session.EnsureClient()) {
-            throw NotTested("the client's window is not there");
+            throw NotPassed(Verdict::NotTested, "the client's window is not there");
         }
         session.ForgetAnswers();
         rule.check(session);
-    } catch (const Broken& what) {
-        finding.verdict = Verdict::Fail;
-        finding.remark = what.what();
-        if (rule.needsClient) {
-            session.DistrustClient();
-        }
-    } catch (const NotTested& reason) {
-        finding.verdict = Verdict::NotTested;
+    } catch (const NotPassed& reason) {
+        finding.verdict = reason.verdict;
         finding.remark = reason.what();
     }
     return finding;
@@ -49,6 +43,9 @@ std::vector<Finding> CheckClient(const Settings& settings) {
     for (const Rule& rule : Rules()) {
         findings.push_back(Judge(rule, session));
         settings.tell(Line(findings.back()));
+        if (rule.needsClient && findings.back().verdict == Verdict::Fail) {
+            session.EndClient(); // so that one mistake does not become several
+        }
     }
     return findings;
 }

@@ -3,20 +3,18 @@
 #include "workbench/check_client/Tap.h"
 #include "workbench/client/Meetings.h"
 
+#include "support/OleTime.h"
 #include "support/Text.h"
 
 #include <fmt/format.h>
 #include <json/writer.h>
 
 #include <algorithm>
-#include <cmath>
 
 namespace check_client {
 namespace {
 
-constexpr double kUnixEpoch = 25569.0; // days since 1899-12-30
-constexpr double kDay = 86400.0;       // s
-constexpr std::size_t kCut = 1011;     // message bytes in a full segment
+constexpr std::size_t kCut = 1011; // message bytes in a full segment
 constexpr int kBurst = 200;
 constexpr char kNoButton[] = "the button is not on the ribbon";
 constexpr char kUnknown[] = "no-such-meeting";
@@ -66,13 +64,13 @@ std::string ScheduleCutInside(const std::string& subject, std::size_t inside) {
 
 void Require(bool holds, const std::string& otherwise) {
     if (!holds) {
-        throw Broken(otherwise);
+        throw NotPassed(Verdict::Fail, otherwise);
     }
 }
 
 void NeedForTest(bool holds, const char* otherwise) {
     if (!holds) {
-        throw NotTested(otherwise);
+        throw NotPassed(Verdict::NotTested, otherwise);
     }
 }
 
@@ -90,7 +88,7 @@ void ExpectAnswer(Session& session, const std::string& message = CancelUnknown()
 }
 
 bool SameTime(const Json::Value& seconds, DATE date) {
-    return seconds.isInt64() && std::abs(static_cast<double>(seconds.asInt64()) - (date - kUnixEpoch) * kDay) < 1;
+    return seconds.isInt64() && seconds.asInt64() == UnixSecondsFromOleDate(date);
 }
 
 struct Meeting {

@@ -121,11 +121,10 @@ void Session::LogIn() {
 }
 
 bool Session::EnsureClient() {
-    if (!trusted_ || !Window()) {
+    if (!Window()) {
         EndClient();
         StartClient();
         LogIn();
-        trusted_ = true;
     }
     return Window() != nullptr;
 }
@@ -135,7 +134,7 @@ bool Session::EnsureClient() {
 void Session::RemoveAddInWindow() {
     tap::RemoveWindow();
     if (!Await("the end of the add-in's window", [] { return !wire::Find(wire::kAddinWindow); })) {
-        throw NotTested("the add-in's window stays");
+        throw NotPassed(Verdict::NotTested, "the add-in's window stays");
     }
 }
 
@@ -226,11 +225,10 @@ Json::Value Session::Next(const char* what, const std::set<int>& types, std::chr
 }
 
 Json::Value Session::AnswerToSent() {
-    if (!settings.settle) {
-        return NextAnswer();
+    if (settings.settle) {
+        settings.settle();
     }
-    settings.settle();
-    return Next("", {101, 102, 103}, std::chrono::milliseconds(0));
+    return NextAnswer(settings.settle ? std::chrono::milliseconds(0) : settings.limit);
 }
 
 Json::Value Session::Ask(std::string_view message) {

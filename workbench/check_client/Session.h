@@ -17,16 +17,10 @@
 
 namespace check_client {
 
-/// Thrown by a check whose rule cannot be tested here.
-class NotTested : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// Thrown by a check whose rule the client breaks.
-class Broken : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
+/// Thrown by a check whose rule the client breaks, or cannot be tested here. Its text is the remark.
+struct NotPassed : std::runtime_error {
+    NotPassed(Verdict given, const std::string& why) : std::runtime_error(why), verdict(given) {}
+    Verdict verdict;
 };
 
 /// Outlook with the add-in, the client, and the messages between them. Main thread.
@@ -49,10 +43,8 @@ public:
     /// @return false when it is known that no client has started.
     bool AwaitLogInForm() const;
     void LogIn();
-    /// Starts the client and logs in, unless it runs and is in order. @return whether its window is there.
+    /// Starts the client and logs in, unless it runs. @return whether its window is there.
     bool EnsureClient();
-    /// The next EnsureClient starts it anew, so that one mistake does not become several.
-    void DistrustClient() { trusted_ = false; }
     /// @return false when no person takes part.
     bool AskPerson(const std::string& what) const;
 
@@ -75,7 +67,7 @@ public:
     /// The next notification of these types after those taken already; null when none comes.
     Json::Value Next(const char* what, const std::set<int>& types, std::chrono::milliseconds limit);
     /// The next answer to a command of the add-in.
-    Json::Value NextAnswer() { return Next("an answer", {101, 102, 103}, settings.limit); }
+    Json::Value NextAnswer() { return NextAnswer(settings.limit); }
     /// The next answer to what was sent here.
     Json::Value AnswerToSent();
     Json::Value Ask(std::string_view message);
@@ -94,6 +86,7 @@ public:
     std::optional<std::size_t> windowsAfterSecondLaunch;
 
 private:
+    Json::Value NextAnswer(std::chrono::milliseconds limit) { return Next("an answer", {101, 102, 103}, limit); }
     bool Await(const char* what, const std::function<bool()>& done, std::chrono::milliseconds limit);
     void ListenAtAddIn();
     void Read();
@@ -102,7 +95,6 @@ private:
     verify::Session outlook_;
     std::optional<process::ChildProcess> child_;
     UniqueHandle client_; // the process of the window
-    bool trusted_ = true;
     wire::Joiner joiner_;
     std::uint64_t lastNumber_ = 0;   // of a message in segments
     std::size_t next_ = 0;           // of the notifications
@@ -116,7 +108,7 @@ struct Rule {
     const char* id;
     const char* sentence;                ///< of the page; a table row of the page is a sentence too, or its beginning
     bool needsClient;                    ///< one that runs; it is started anew after a failure
-    std::function<void(Session&)> check; ///< @throws Broken, NotTested
+    std::function<void(Session&)> check; ///< @throws NotPassed
 };
 
 /// In the order in which they are checked.

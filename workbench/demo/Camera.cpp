@@ -29,10 +29,11 @@ void HideConsoles() {
 
 Camera::Camera(std::wstring folder, std::wstring suffix) : folder_(std::move(folder)), suffix_(std::move(suffix)) {}
 
-void Camera::Arrange(HWND window, int width, int height) const {
+void Camera::Arrange(HWND window, SIZE size) const {
     if (On()) {
-        ::SetWindowPos(window, nullptr, (::GetSystemMetrics(SM_CXSCREEN) - width) / 2,
-                       (::GetSystemMetrics(SM_CYSCREEN) - height) / 2, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+        ::SetWindowPos(window, nullptr, (::GetSystemMetrics(SM_CXSCREEN) - size.cx) / 2,
+                       (::GetSystemMetrics(SM_CYSCREEN) - size.cy) / 2, size.cx, size.cy,
+                       SWP_NOZORDER | SWP_NOACTIVATE);
     }
 }
 

@@ -14,7 +14,7 @@ public:
 
     bool On() const { return !folder_.empty(); }
     /// Puts a window into the middle of the screen, if there are pictures.
-    void Arrange(HWND window, int width, int height) const;
+    void Arrange(HWND window, SIZE size) const;
     /// Takes the window with the dialog over it, if there is one. Waits until the picture is there; handles messages
     /// meanwhile.
     void Take(const std::wstring& name, HWND window);

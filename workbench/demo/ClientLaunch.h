@@ -2,7 +2,7 @@
 
 #include "workbench/demo/Stage.h"
 
-#include <string>
+#include <filesystem>
 
 namespace demo {
 
@@ -19,7 +19,7 @@ public:
 
 private:
     Stage& stage_;
-    std::wstring transcript_;
+    const std::filesystem::path transcript_;
 };
 
 } // namespace demo

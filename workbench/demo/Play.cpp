@@ -5,9 +5,39 @@
 
 #include "support/Text.h"
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
 
 namespace demo {
+
+void Describe(CLI::App& app, Options& options) {
+    std::vector<std::string> scenarios = {"start"};
+    std::ranges::transform(AllScenarios(), std::back_inserter(scenarios), &Scenario::name);
+    app.description("Loads the real add-in into the stand-in Outlook and plays its story against the stand-in client.");
+    app.footer("Exit codes: 0 every step happened, 1 a step did not happen within its deadline or not as it should,\n"
+               "2 wrong command line.");
+    app.add_option_function<std::string>(
+           "--language", [&options](const std::string& text) { options.chinese = text == "zh"; },
+           "language of the stand-in Outlook (default en)")
+        ->check(CLI::IsMember({"en", "zh"}));
+    app.add_option("--scenario", options.scenario, "only that one; \"start\" for none of them")
+        ->check(CLI::IsMember(scenarios));
+    app.add_option(
+        "--pictures", options.pictures,
+        "ask for pictures: a line \"@picture NAME WIDTHxHEIGHT+LEFT+TOP\" on the standard output, and whoever reads it "
+        "answers by writing NAME.png into this folder");
+    app.add_option("--pace", options.pace, "pause in ms before each step (default 0)")->check(CLI::Range(0, 5000));
+    app.add_flag("--verbose", options.verbose, "also tell every call, event, window and ribbon callback");
+    app.add_flag("--colour", options.colour, "colour the output");
+    app.add_flag("--by-path", options.byPath,
+                 "load the file of the add-in itself; else it is registered on this machine while the story lasts, "
+                 "which needs an elevated prompt");
+    app.add_option("--dll", options.dll, "the add-in (default: the one built with this program)");
+    app.add_option("--installed", options.dll,
+                   "the add-in that an installer has installed as this file; it stays as it is")
+        ->each([&options](const std::string&) { options.installed = true; });
+}
 
 int Play(const Options& options) {
     Stage stage(options);

@@ -8,8 +8,8 @@
 
 #include <objbase.h>
 
-#include <iterator>
 #include <optional>
+#include <utility>
 
 namespace demo {
 namespace {
@@ -25,7 +25,8 @@ constexpr const wchar_t* kAddInsKey = kOfficeKeys[2];
 // The tests that register the add-in use the same mutex.
 constexpr wchar_t kTurn[] = L"NembraRegistrationTest";
 constexpr DWORD kTurnLimit = 60'000; // ms
-constexpr DWORD kLoadAtStart = 3;
+constexpr wchar_t kLoadAtStart[] = L"3";
+constexpr wchar_t kServer[] = L"\\InprocServer32";
 
 std::wstring ClassKey() {
     return L"CLSID\\" + workbench::DescribeIid(CLSID_NembraMeeting);
@@ -35,43 +36,21 @@ std::wstring AddInKey() {
     return std::wstring(kAddInsKey) + L"\\" + kProgId;
 }
 
-bool HasKey(HKEY root, const std::wstring& path) {
+/// Null when it is not there.
+UniqueKey OpenKey(HKEY root, const std::wstring& path) {
     HKEY opened = nullptr;
-    const LSTATUS status = ::RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &opened);
-    const UniqueKey key(opened);
-    return status == ERROR_SUCCESS;
+    ::RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &opened);
+    return UniqueKey(opened);
 }
 
-/// Empty when it is not there. A null name is the key's unnamed value.
-std::wstring ReadText(HKEY root, const std::wstring& path, const wchar_t* name = nullptr) {
-    wchar_t text[1024] = L"";
-    DWORD size = sizeof text;
-    ::RegGetValueW(root, path.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size);
-    return text;
-}
-
-std::optional<DWORD> ReadNumber(HKEY root, const std::wstring& path, const wchar_t* name) {
+/// "none" when it is not there.
+std::wstring LoadBehaviorOf(const std::wstring& progId) {
+    const std::wstring path = std::wstring(kAddInsKey) + L"\\" + progId;
     DWORD number = 0;
     DWORD size = sizeof number;
-    if (::RegGetValueW(root, path.c_str(), name, RRF_RT_REG_DWORD, nullptr, &number, &size) != ERROR_SUCCESS) {
-        return std::nullopt;
-    }
-    return number;
-}
-
-std::vector<std::wstring> KeysBelow(HKEY root, const wchar_t* path) {
-    HKEY opened = nullptr;
-    ::RegOpenKeyExW(root, path, 0, KEY_READ, &opened);
-    const UniqueKey key(opened);
-    std::vector<std::wstring> names;
-    wchar_t name[256] = L"";
-    DWORD length = static_cast<DWORD>(std::size(name));
-    while (key && ::RegEnumKeyExW(key.Get(), static_cast<DWORD>(names.size()), name, &length, nullptr, nullptr, nullptr,
-                                  nullptr) == ERROR_SUCCESS) {
-        names.emplace_back(name, length);
-        length = static_cast<DWORD>(std::size(name));
-    }
-    return names;
+    const LSTATUS status =
+        ::RegGetValueW(HKEY_LOCAL_MACHINE, path.c_str(), L"LoadBehavior", RRF_RT_REG_DWORD, nullptr, &number, &size);
+    return status == ERROR_SUCCESS ? std::to_wstring(number) : L"none";
 }
 
 std::wstring Tool() {
@@ -82,6 +61,13 @@ std::wstring Tool() {
 
 } // namespace
 
+std::wstring ReadText(HKEY root, const std::wstring& path, const wchar_t* name) {
+    wchar_t text[4096] = L"";
+    DWORD size = sizeof text;
+    ::RegGetValueW(root, path.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size);
+    return text;
+}
+
 Registration::Registration(Story& story, std::wstring dll, bool installed)
     : story_(story), dll_(std::move(dll)), removed_(installed) {
     story_.Act(L"Office's set-up has made the list of Outlook's add-ins", kTurnLimit + 1000);
@@ -90,33 +76,37 @@ Registration::Registration(Story& story, std::wstring dll, bool installed)
     if (waited != WAIT_OBJECT_0 && waited != WAIT_ABANDONED) {
         throw StepFailed("another program has been using the registration for too long");
     }
-    try {
-        RefuseOtherCopy();
-        if (!installed) {
-            MakeOfficeKey();
-            Register();
-        }
-        TellEntries();
-    } catch (...) {
-        LeaveRegistry();
-        throw;
-    }
 }
 
 Registration::~Registration() {
-    LeaveRegistry();
+    try {
+        if (!removed_ && ReadText(HKEY_CLASSES_ROOT, ClassKey() + kServer) == dll_) {
+            RunToEnd(Tool(), {L"/s", L"/u", dll_});
+        }
+    } catch (...) {
+        // Without memory the entries stay; the next registration overwrites them.
+    }
+    for (const wchar_t* path : madeKeys_) { // fails, as it should, on a key with others' entries
+        ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, path);
+    }
+    ::ReleaseMutex(turn_.Get());
 }
 
-void Registration::RefuseOtherCopy() const {
-    const std::wstring installed = ReadText(HKEY_CLASSES_ROOT, ClassKey() + L"\\InprocServer32");
-    if (!installed.empty() && installed != dll_) {
-        throw StepFailed("another copy is installed here and stays as it is (use --by-path): " + ToUtf8(installed));
+void Registration::Install() {
+    const std::wstring other = ReadText(HKEY_CLASSES_ROOT, ClassKey() + kServer);
+    if (!other.empty() && other != dll_) {
+        throw StepFailed("another copy is installed here and stays as it is (use --by-path): " + ToUtf8(other));
     }
+    if (!removed_) {
+        MakeOfficeKey();
+        Register();
+    }
+    TellEntries();
 }
 
 void Registration::MakeOfficeKey() {
     for (const wchar_t* path : kOfficeKeys) {
-        if (!HasKey(HKEY_LOCAL_MACHINE, path)) {
+        if (!OpenKey(HKEY_LOCAL_MACHINE, path)) {
             madeKeys_.insert(madeKeys_.begin(), path);
         }
     }
@@ -140,10 +130,9 @@ void Registration::Register() {
 }
 
 void Registration::TellEntries() {
-    const std::wstring server = ClassKey() + L"\\InprocServer32";
+    const std::wstring server = ClassKey() + kServer;
     const std::wstring found = ReadText(HKEY_CLASSES_ROOT, server);
     const std::wstring classId = ReadText(HKEY_CLASSES_ROOT, std::wstring(kProgId) + L"\\CLSID");
-    const auto behaviour = ReadNumber(HKEY_LOCAL_MACHINE, AddInKey(), L"LoadBehavior");
     story_.Data(L"class", L"HKCR\\" + ClassKey() + L" = " + ReadText(HKEY_CLASSES_ROOT, ClassKey()));
     story_.Data(L"  server", L"…\\InprocServer32 = " + found);
     story_.Data(L"  threads",
@@ -151,18 +140,22 @@ void Registration::TellEntries() {
     story_.Data(L"ProgID", std::wstring(L"HKCR\\") + kProgId + L"\\CLSID = " + classId);
     story_.Data(L"add-in key", L"HKLM\\" + AddInKey());
     story_.Data(L"  name", L"FriendlyName = " + ReadText(HKEY_LOCAL_MACHINE, AddInKey(), L"FriendlyName"));
-    story_.Data(L"  load", L"LoadBehavior = " + (behaviour ? std::to_wstring(*behaviour) : L"none"));
+    story_.Data(L"  load", L"LoadBehavior = " + LoadBehaviorOf(kProgId));
     story_.Check(L"The class leads to this file, the ProgID to the class",
                  found == dll_ && classId == workbench::DescribeIid(CLSID_NembraMeeting));
 }
 
 std::wstring Registration::FindInOutlooksList() {
     story_.Act(L"It looks through its list of add-ins for those to load at start");
+    const UniqueKey list = OpenKey(HKEY_LOCAL_MACHINE, kAddInsKey);
     bool found = false;
-    for (const std::wstring& progId : KeysBelow(HKEY_LOCAL_MACHINE, kAddInsKey)) {
-        const auto behaviour = ReadNumber(HKEY_LOCAL_MACHINE, kAddInsKey + (L"\\" + progId), L"LoadBehavior");
-        story_.Data(L"add-in", progId + L", LoadBehavior " + (behaviour ? std::to_wstring(*behaviour) : L"none"));
-        found = found || (progId == kProgId && behaviour == kLoadAtStart);
+    wchar_t progId[256] = L"";
+    for (DWORD index = 0, length = 256;
+         ::RegEnumKeyExW(list.Get(), index, progId, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+         ++index, length = 256) {
+        const std::wstring behaviour = LoadBehaviorOf(progId);
+        story_.Data(L"add-in", progId + (L", LoadBehavior " + behaviour));
+        found = found || (std::wstring_view(progId) == kProgId && behaviour == kLoadAtStart);
     }
     if (!found) {
         throw StepFailed("the add-in is not among those to load at start");
@@ -176,25 +169,19 @@ void Registration::Remove() {
         throw StepFailed("regsvr32 failed");
     }
     removed_ = true;
-    const struct {
-        HKEY root;
-        const wchar_t* rootName;
-        std::wstring path;
-    } keys[] = {{HKEY_CLASSES_ROOT, L"HKCR\\", ClassKey()},
-                {HKEY_CLASSES_ROOT, L"HKCR\\", kProgId},
-                {HKEY_CLASSES_ROOT, L"HKCR\\", std::wstring(kProgId) + L".1"},
-                {HKEY_LOCAL_MACHINE, L"HKLM\\", AddInKey()}};
     bool anyLeft = false;
-    for (const auto& key : keys) {
-        const bool left = HasKey(key.root, key.path);
+    for (const auto& [root, path] : {std::pair(HKEY_CLASSES_ROOT, ClassKey()),
+                                     {HKEY_CLASSES_ROOT, kProgId},
+                                     {HKEY_CLASSES_ROOT, std::wstring(kProgId) + L".1"},
+                                     {HKEY_LOCAL_MACHINE, AddInKey()}}) {
+        const bool left = static_cast<bool>(OpenKey(root, path));
         anyLeft = anyLeft || left;
-        story_.Data(left ? L"left" : L"gone", key.rootName + key.path);
+        story_.Data(left ? L"left" : L"gone", (root == HKEY_CLASSES_ROOT ? L"HKCR\\" : L"HKLM\\") + path);
     }
     CLSID ignored{};
     story_.Check(L"All its keys are gone, its ProgID leads nowhere; Outlook's list of add-ins stays",
                  !anyLeft && ::CLSIDFromProgID(kProgId, &ignored) == CO_E_CLASSSTRING &&
-                     HasKey(HKEY_LOCAL_MACHINE, kAddInsKey));
-    LeaveRegistry();
+                     OpenKey(HKEY_LOCAL_MACHINE, kAddInsKey));
 }
 
 bool Registration::RunTool(std::vector<std::wstring> options) {
@@ -202,24 +189,6 @@ bool Registration::RunTool(std::vector<std::wstring> options) {
     const std::optional<DWORD> code = RunToEnd(Tool(), options);
     story_.Data(L"exit code", code ? std::to_wstring(*code) : L"none");
     return code == 0U;
-}
-
-void Registration::LeaveRegistry() noexcept {
-    if (!turn_) {
-        return;
-    }
-    try {
-        if (!removed_ && ReadText(HKEY_CLASSES_ROOT, ClassKey() + L"\\InprocServer32") == dll_) {
-            RunToEnd(Tool(), {L"/s", L"/u", dll_});
-        }
-    } catch (...) {
-        // Without memory the entries stay; the next registration overwrites them.
-    }
-    for (const wchar_t* path : madeKeys_) { // fails, as it should, on a key with others' entries
-        ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, path);
-    }
-    ::ReleaseMutex(turn_.Get());
-    turn_.Reset();
 }
 
 } // namespace demo

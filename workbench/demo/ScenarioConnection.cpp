@@ -47,21 +47,16 @@ std::wstring ModulePath(HMODULE module) {
     return path;
 }
 
-/// As Outlook makes an add-in: by the ProgID that its list names. COM finds the file.
-void CreateByProgId(Stage& stage) {
-    const std::wstring progId = stage.registration->FindInOutlooksList();
-    stage.story.Act(L"It creates the add-in by its ProgID: CLSIDFromProgID, CoCreateInstance", 20'000);
-    stage.addIn = &stage.outlook.LoadAddInByProgId(progId);
-}
-
-void CreateByPath(Stage& stage) {
-    stage.story.Act(L"It loads the add-in's file: DllGetClassObject, then CreateInstance", 20'000);
-    stage.addIn = &stage.outlook.LoadAddIn(stage.dll, CLSID_NembraMeeting);
-}
-
 void CreateAddIn(Stage& stage) {
-    stage.registration ? CreateByProgId(stage) : CreateByPath(stage);
     Story& story = stage.story;
+    if (stage.registration) { // as Outlook makes an add-in: by the ProgID that its list names; COM finds the file
+        const std::wstring progId = stage.registration->FindInOutlooksList();
+        story.Act(L"It creates the add-in by its ProgID: CLSIDFromProgID, CoCreateInstance", 20'000);
+        stage.addIn = &stage.outlook.LoadAddInByProgId(progId);
+    } else {
+        story.Act(L"It loads the add-in's file: DllGetClassObject, then CreateInstance", 20'000);
+        stage.addIn = &stage.outlook.LoadAddIn(stage.dll, CLSID_NembraMeeting);
+    }
     story.Data(L"status", Hex(stage.addIn->LoadStatus()));
     if (FAILED(stage.addIn->LoadStatus())) {
         throw StepFailed("the add-in could not be loaded");
@@ -97,6 +92,7 @@ void InstallAddIn(Stage& stage) {
     }
     stage.story.Scenario(L"The add-in is installed");
     stage.registration = std::make_unique<Registration>(stage.story, stage.dll, stage.options.installed);
+    stage.registration->Install();
 }
 
 void StartOutlook(Stage& stage) {
@@ -104,7 +100,7 @@ void StartOutlook(Stage& stage) {
     story.Scenario(L"Outlook starts");
     story.Act(L"The stand-in Outlook opens its main window");
     stage.explorer = stage.outlook.OpenExplorer(L"Inbox");
-    stage.camera.Arrange(stage.explorer->Window(), kMainWidth, kMainHeight);
+    stage.camera.Arrange(stage.explorer->Window(), kMainSize);
     story.Data(L"window", L"\"" + stage.explorer->Caption() + L"\"");
     story.Data(L"version", stage.outlook.version + L", language " + std::to_wstring(stage.outlook.language));
 
@@ -116,7 +112,7 @@ void StartOutlook(Stage& stage) {
     if (FAILED(connected)) {
         throw StepFailed("the add-in did not connect");
     }
-    story.Data(L"log file", stage.log.Path());
+    story.Data(L"log file", verify::AddinLogFile().wstring());
     stage.log.Tell(story, L"RibbonID: ");
 
     story.Await(L"The add-in has its two hidden windows", [] {
@@ -168,8 +164,8 @@ void TellCount(Stage& stage) {
     Story& story = stage.story;
     story.Scenario(L"The count");
     story.Data(L"steps", std::to_wstring(story.Steps()));
-    story.Data(L"channel", std::to_wstring(stage.commands) + L" commands, " + std::to_wstring(stage.notifications) +
-                               L" notifications");
+    story.Data(L"channel", std::to_wstring(stage.commands.all) + L" commands, " +
+                               std::to_wstring(stage.notifications.all) + L" notifications");
     story.Data(L"dialogs", std::to_wstring(stage.dialogs));
     story.Data(L"Outlook", std::to_wstring(stage.outlook.CallCount()) + L" calls by the add-in, " +
                                std::to_wstring(stage.outlook.Objects().Created()) + L" objects handed out");

@@ -34,15 +34,11 @@ void PlayLaunch(Stage& stage) {
     stage.FillForm();
     stage.PressInExplorer(L"Calendar", kScheduleCalendar);
     stage.AwaitCommand(kSchedule);
-    const Json::Value notification = stage.AwaitNotification(kScheduled);
-    const std::wstring confId = ToWide(notification["confId"].asString());
-    stage.AwaitFilled([&] { return stage.FindByConference(confId); }, notification);
-    const workbench::ItemPtr item = stage.FindByConference(confId);
+    const workbench::ItemPtr item = stage.AwaitFilled(stage.AwaitNotification(kScheduled));
 
     story.Act(L"The user closes the new appointment without saving: the client is told to cancel");
     item->Close(workbench::kCloseDiscard);
-    stage.AwaitCommand(kCancel);
-    stage.AwaitNotification(kCancelled);
+    stage.AwaitExchange(kCancel, kCancelled);
     stage.EndClient();
 }
 

@@ -5,13 +5,6 @@
 namespace demo {
 namespace {
 
-/// A change as the user makes it in the open window.
-void MoveTo(const workbench::ItemPtr& item, const wchar_t* location) {
-    item->fields.location = location;
-    item->SetSaved(false);
-    item->OpenedInspector()->View()->Repaint();
-}
-
 /// The client is told once, with the final details.
 workbench::ItemPtr SaveAndClose(Stage& stage) {
     Story& story = stage.story;
@@ -24,8 +17,7 @@ workbench::ItemPtr SaveAndClose(Stage& stage) {
     item->Close(workbench::kCloseSave);
     stage.log.Tell(story, L"InspectorEventsSink::Invoke]DispId: 61448"); // Close
     stage.log.Tell(story, L"action result: ");
-    stage.AwaitCommand(kModify);
-    stage.AwaitNotification(kModified);
+    stage.AwaitExchange(kModify, kModified);
     stage.TellMarker(before, item, MarkerNow::Settled);
     story.Data(L"saved", item->Saved() ? L"yes" : L"no: the marker was written after the save");
 
@@ -44,12 +36,12 @@ void SendUpdateAndCancellation(Stage& stage, const workbench::ItemPtr& item) {
     const std::wstring before = item->Comment();
     story.Act(L"The user opens it, moves it to another room and sends the update to the attendees");
     stage.outlook.OpenInspector(item);
-    MoveTo(item, stage.In(L"Room 3", L"三号会议室"));
+    item->fields.location = stage.In(L"Room 3", L"三号会议室");
+    item->Touch();
     item->Send();
     stage.log.Tell(story, L"isNembraMeeting: 1, isAlive: 1, oldStatus: 1, newStatus: 0"); // no save before the send
     stage.log.Tell(story, L"action result: ");
-    stage.AwaitCommand(kModify);
-    stage.AwaitNotification(kModified);
+    stage.AwaitExchange(kModify, kModified);
     stage.TellMarker(before, item, MarkerNow::Same);
 
     story.Act(L"The user calls the meeting off: its status becomes 5, it is saved, the cancellation sent");
@@ -61,8 +53,7 @@ void SendUpdateAndCancellation(Stage& stage, const workbench::ItemPtr& item) {
     item->Send();
     stage.log.Tell(story, L"isNembraMeeting: 1, isAlive: 1, oldStatus: 5, newStatus: 5");
     stage.log.Tell(story, L"action result: ");
-    stage.AwaitCommand(kCancel);
-    stage.AwaitNotification(kCancelled);
+    stage.AwaitExchange(kCancel, kCancelled);
     stage.TellMarker(before, item, MarkerNow::Same);
 }
 
@@ -93,8 +84,7 @@ void Discard(Stage& stage, const workbench::ItemPtr& item) {
     item->Close(workbench::kCloseDiscard);
     stage.log.Tell(story, L"InspectorEventsSink::Invoke]DispId: 61448");
     stage.log.Tell(story, L"action result: ");
-    stage.AwaitCommand(kCancel);
-    stage.AwaitNotification(kCancelled);
+    stage.AwaitExchange(kCancel, kCancelled);
     stage.TellMarker(before, item, MarkerNow::Gone);
 }
 

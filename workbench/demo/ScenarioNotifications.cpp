@@ -15,8 +15,7 @@ ScheduledMeeting MakeSavedMeeting(Stage& stage, const wchar_t* subject) {
     stage.story.Act(L"The user saves and closes it");
     made.item->Save();
     made.item->Close(workbench::kCloseSave);
-    stage.AwaitCommand(kModify);
-    stage.AwaitNotification(kModified);
+    stage.AwaitExchange(kModify, kModified);
     return made;
 }
 
@@ -26,7 +25,7 @@ void ChangeInClient(Stage& stage, const ScheduledMeeting& meeting) {
     const workbench::ItemPtr& item = meeting.item;
     story.Act(L"The user opens the appointment again");
     const workbench::InspectorPtr inspector = stage.outlook.OpenInspector(item);
-    stage.camera.Arrange(inspector->Window(), kEditorWidth, kEditorHeight);
+    stage.camera.Arrange(inspector->Window(), kEditorSize);
     stage.TellAppointment(item, false);
     constexpr std::int64_t kTwoHours = 7200;
     Json::Value change(Json::objectValue);
@@ -34,10 +33,9 @@ void ChangeInClient(Stage& stage, const ScheduledMeeting& meeting) {
     change["startTime"] = Json::Int64(1'772'528'400 + kTwoHours);
     change["endTime"] = Json::Int64(1'772'528'400 + kTwoHours + 3600);
 
-    ExpectedDialog updated;
-    updated.what = L"The add-in changes the appointment and says so";
-    updated.text = stage.In(L"Email invitation updated.", L"邮件邀请已更新。");
-    updated.picture = L"dialog-updated";
+    const ExpectedDialog updated{.what = L"The add-in changes the appointment and says so",
+                                 .text = stage.In(L"Email invitation updated.", L"邮件邀请已更新。"),
+                                 .picture = L"dialog-updated"};
     Json::Value notification;
     stage.AwaitDialog(updated, inspector->Window(), [&] {
         story.Act(L"Its organiser moves the meeting in the client");
@@ -62,9 +60,8 @@ void ModifyAndCancel(Stage& stage) {
     stage.PressInAppointment(stage.outlook.OpenInspector(item), kScheduleAppointment);
     stage.AwaitCommand(kSchedule);
 
-    ExpectedDialog updated;
-    updated.what = L"The add-in tells the user";
-    updated.text = stage.In(L"Email invitation updated.", L"邮件邀请已更新。");
+    const ExpectedDialog updated{.what = L"The add-in tells the user",
+                                 .text = stage.In(L"Email invitation updated.", L"邮件邀请已更新。")};
     stage.AwaitDialog(updated, stage.explorer->Window(), [&] {
         story.Act(L"Meanwhile the client reports another modification, and that it failed");
         stage.Order(R"(notify {"notify":102,"code":404,"message":"no such meeting"})");
@@ -73,14 +70,13 @@ void ModifyAndCancel(Stage& stage) {
     stage.log.Tell(story, L"Modify meeting fail: 404");
     stage.Order("delay 0");
     const Json::Value notification = stage.AwaitNotification(kScheduled);
-    stage.AwaitFilled([&] { return item; }, notification);
+    stage.AwaitFilled(notification, item);
 
     const workbench::InspectorPtr inspector = item->OpenedInspector();
     stage.PressInAppointment(inspector, kCancelAppointment);
     story.Await(L"The appointment is deleted and its window closed",
                 [&] { return item->Deleted() && inspector->Closed(); });
-    stage.AwaitCommand(kCancel);
-    stage.AwaitNotification(kCancelled);
+    stage.AwaitExchange(kCancel, kCancelled);
     story.Act(L"Had the client failed to cancel it, the log would say so");
     stage.Order(R"(notify {"notify":103,"code":404,"message":"no such meeting"})");
     stage.AwaitNotification(kCancelled);

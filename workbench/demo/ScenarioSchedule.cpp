@@ -26,19 +26,16 @@ void ScheduleFromCalendar(Stage& stage) {
     stage.log.Tell(stage.story, L"action result: ");
     const Json::Value notification = stage.AwaitNotification(kScheduled);
     stage.Order("answer 4 default");
-    const std::wstring confId = ToWide(notification["confId"].asString());
-    stage.AwaitFilled([&] { return stage.FindByConference(confId); }, notification);
-    const workbench::ItemPtr item = stage.FindByConference(confId);
+    const workbench::ItemPtr item = stage.AwaitFilled(notification);
     CheckButtons(stage, item);
-    stage.camera.Arrange(item->OpenedInspector()->Window(), kEditorWidth, kEditorHeight);
+    stage.camera.Arrange(item->OpenedInspector()->Window(), kEditorSize);
     stage.camera.Take(L"appointment", item->OpenedInspector()->Window());
 
     stage.story.Act(L"The user saves and closes it");
     item->Save();
     item->Close(workbench::kCloseSave);
     stage.story.Data(L"entry id", item->EntryId());
-    stage.AwaitCommand(kModify);
-    stage.AwaitNotification(kModified);
+    stage.AwaitExchange(kModify, kModified);
 }
 
 /// Pressing in the window of a new appointment fills that appointment.
@@ -48,7 +45,7 @@ void ScheduleFromAppointment(Stage& stage) {
     const workbench::ItemPtr item = stage.outlook.NewAppointment();
     item->fields.subject = stage.In(L"Budget review", L"预算评审");
     const workbench::InspectorPtr inspector = stage.outlook.OpenInspector(item);
-    stage.camera.Arrange(inspector->Window(), kEditorWidth, kEditorHeight);
+    stage.camera.Arrange(inspector->Window(), kEditorSize);
     stage.camera.Take(L"appointment-before", inspector->Window());
     stage.TellAppointment(item, false);
     stage.PressInAppointment(inspector, kScheduleAppointment);
@@ -56,15 +53,14 @@ void ScheduleFromAppointment(Stage& stage) {
     story.Data(L"marker", OneLine(item->Comment()));
     const Json::Value command = stage.AwaitCommand(kSchedule);
     const Json::Value notification = stage.AwaitNotification(kScheduled);
-    stage.AwaitFilled([&] { return item; }, notification);
+    stage.AwaitFilled(notification, item);
     story.Check(L"It is the same appointment; its first window was closed, a new one shows it",
                 inspector->Closed() && item->OpenedInspector() != inspector && item->EntryId().empty() &&
                     command["subject"].asString() == ToUtf8(item->Subject()));
     CheckButtons(stage, item);
     story.Act(L"The user sends the invitation");
     item->Send();
-    stage.AwaitCommand(kModify);
-    stage.AwaitNotification(kModified);
+    stage.AwaitExchange(kModify, kModified);
 }
 
 } // namespace

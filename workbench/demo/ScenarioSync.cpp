@@ -12,19 +12,18 @@ public:
 
     /// Moves the appointment, saves it and answers the question. @return whether it was saved.
     bool Try(const wchar_t* room, int answer, const wchar_t* picture = L"") {
-        ExpectedDialog question;
-        question.what = L"The add-in asks whether to synchronise";
-        question.text = stage_.In(L"Synchronizing the update will start the Nembra Cloud Meeting client.",
-                                  L"同步更新将启动Nembra云会议客户端。");
-        question.picture = picture;
-        question.answer = answer;
+        const ExpectedDialog question{
+            .what = L"The add-in asks whether to synchronise",
+            .text = stage_.In(L"Synchronizing the update will start the Nembra Cloud Meeting client.",
+                              L"同步更新将启动Nembra云会议客户端。"),
+            .answer = answer,
+            .picture = picture};
         bool saved = false;
         const std::wstring before = item_->Comment();
         stage_.AwaitDialog(question, item_->OpenedInspector()->Window(), [&] {
             stage_.story.Act(std::wstring(L"The user moves the appointment to ") + room + L" and saves it", 20'000);
             item_->fields.location = room;
-            item_->SetSaved(false);
-            item_->OpenedInspector()->View()->Repaint();
+            item_->Touch();
             saved = item_->Save();
         });
         stage_.log.Tell(stage_.story, L"OnAppointmentItemWrite]1, 0, 1");
@@ -47,7 +46,7 @@ bool ClientRuns() {
 void SaveWithoutClient(Stage& stage) {
     Story& story = stage.story;
     const workbench::ItemPtr item = stage.MakeMeeting(stage.In(L"Quarterly review", L"季度回顾")).item;
-    stage.camera.Arrange(item->OpenedInspector()->Window(), kEditorWidth, kEditorHeight);
+    stage.camera.Arrange(item->OpenedInspector()->Window(), kEditorSize);
     stage.EndClient();
     ClientLaunch launch(stage);
     UnsyncedSave save(stage, item);
@@ -67,8 +66,7 @@ void SaveWithoutClient(Stage& stage) {
     stage.log.Tell(story, L"OnAppointmentItemWrite]1, 1, 1");
     const std::wstring before = item->Comment();
     item->Close(workbench::kCloseSave);
-    stage.AwaitCommand(kModify);
-    stage.AwaitNotification(kModified);
+    stage.AwaitExchange(kModify, kModified);
     story.Plain(L"The code is 404: the stand-in client forgets its meetings when it ends.");
     stage.TellMarker(before, item, MarkerNow::Settled);
     stage.EndClient();

@@ -4,19 +4,17 @@
 #include "workbench/host/Pump.h"
 #include "workbench/process/OwnProgram.h"
 
+#include "support/OleTime.h"
 #include "support/Text.h"
 
 #include <algorithm>
-#include <cmath>
-#include <iterator>
-#include <stdexcept>
+#include <map>
+#include <utility>
 
 namespace demo {
 namespace {
 
-constexpr DATE kNow = 46084.375; // 2026-03-03 09:00 UTC, so that the story is the same each time
-constexpr double kUnixEpoch = 25569.0;
-constexpr double kDay = 86400.0;       // s
+constexpr DATE kNow = 46084.375;       // 2026-03-03 09:00 UTC, so that the story is the same each time
 constexpr unsigned kDialogShown = 600; // ms
 constexpr unsigned kHandled = 100;     // ms; the add-in posts a notification to this thread right after its log line
 constexpr unsigned kSilence = 300;     // ms; the channel sends what waits every 20 ms
@@ -33,31 +31,31 @@ workbench::HostOptions HostOptionsOf(const Options& options) {
     return host;
 }
 
-bool SameMoment(DATE date, const Json::Value& seconds) {
-    return std::abs(date - (kUnixEpoch + static_cast<double>(seconds.asInt64()) / kDay)) < 0.5 / kDay;
-}
-
-struct NumberName {
-    int number;
-    const wchar_t* name;
-};
-constexpr NumberName kNames[] = {
-    {kOpen, L"open"},
-    {kStart, L"start"},
-    {kSchedule, L"schedule"},
-    {kCancel, L"cancel"},
-    {kModify, L"modify"},
-    {kScheduled, L"scheduled"},
-    {kModified, L"modify result"},
-    {kCancelled, L"cancel result"},
-    {kChanged, L"meeting changed"},
-};
-
 /// "4 (schedule)"
 std::wstring Named(int number) {
-    const auto* found =
-        std::find_if(std::begin(kNames), std::end(kNames), [&](const NumberName& one) { return one.number == number; });
-    return std::to_wstring(number) + L" (" + found->name + L")";
+    static const std::map<int, const wchar_t*> names = {
+        {kOpen, L"open"},
+        {kStart, L"start"},
+        {kSchedule, L"schedule"},
+        {kCancel, L"cancel"},
+        {kModify, L"modify"},
+        {kScheduled, L"scheduled"},
+        {kModified, L"modify result"},
+        {kCancelled, L"cancel result"},
+        {kChanged, L"meeting changed"},
+    };
+    return std::to_wstring(number) + L" (" + names.at(number) + L")";
+}
+
+/// Empty when the text is not an object.
+Json::Value Parsed(const std::string& text) {
+    return meeting_client::ParseObject(text).value_or(Json::Value(Json::objectValue));
+}
+
+void Click(workbench::HostWindow& view, const wchar_t* controlId) {
+    if (!view.Click(controlId)) {
+        throw StepFailed("the button is not on the ribbon");
+    }
 }
 
 } // namespace
@@ -67,15 +65,15 @@ bool Holds(const workbench::Item& item, const Json::Value& notification) {
         return text == ToWide(notification[key].asString());
     };
     return same(item.Subject(), "subject") && same(item.Location(), "url") && same(item.Body(), "contents") &&
-           SameMoment(item.fields.startUtc, notification["startTime"]) &&
-           SameMoment(item.fields.endUtc, notification["endTime"]);
+           UnixSecondsFromOleDate(item.fields.startUtc) == notification["startTime"].asInt64() &&
+           UnixSecondsFromOleDate(item.fields.endUtc) == notification["endTime"].asInt64();
 }
 
 Stage::Stage(const Options& given)
     : options(given),
-      dll(given.dll.empty() ? process::FindBuilt(L"OutlookAddIn.dll") : given.dll),
+      dll(given.dll.empty() ? process::FindBuilt(L"OutlookAddIn.dll") : ToWide(given.dll)),
       story(given.colour, given.pace),
-      camera(given.pictures, given.chinese ? L"-zh" : L"-en"),
+      camera(ToWide(given.pictures), given.chinese ? L"-zh" : L"-en"),
       outlook(HostOptionsOf(given)) {
     outlook.AddStore(L"kim@example.org");
     if (options.verbose) {
@@ -98,27 +96,20 @@ void Stage::StartClient() {
     if (HasClient()) {
         return;
     }
+    story.Act(L"The meeting client is started as a process of its own", 25'000);
     meeting_client::ClientSettings settings;
     settings.arguments = {L"--max-seconds", L"180"};
-    settings.whileWaiting = [] { workbench::PumpFor(1); };
-    story.Act(L"The meeting client is started as a process of its own", 25'000);
-    client_ = std::make_unique<meeting_client::ClientProcess>(std::move(settings));
-    commandsOfClient_ = 0;
-    notificationsOfClient_ = 0;
+    TakeClient(std::move(settings));
     story.Data(L"process",
                std::to_wstring(client_->ProcessId()) + L", Outlook is " + std::to_wstring(::GetCurrentProcessId()));
     story.Data(L"its window", L"NbmProxyOutlookClientWnd");
 }
 
-void Stage::AttachClient(DWORD process, const std::wstring& transcript) {
-    meeting_client::ClientSettings settings;
-    settings.attachTo = process;
-    settings.transcript = transcript;
-    settings.waitForWindow = false;
+void Stage::TakeClient(meeting_client::ClientSettings settings) {
     settings.whileWaiting = [] { workbench::PumpFor(1); };
     client_ = std::make_unique<meeting_client::ClientProcess>(std::move(settings));
-    commandsOfClient_ = 0;
-    notificationsOfClient_ = 0;
+    commands.ofClient = 0;
+    notifications.ofClient = 0;
 }
 
 void Stage::EndClient() {
@@ -154,34 +145,43 @@ void Stage::FillForm() {
 
 // --- Buttons, commands, notifications ---
 
+void Stage::Press(const wchar_t* controlId, workbench::HostWindow& view, const std::wstring& where) {
+    story.Act(L"\"" + LabelOf(controlId) + L"\" is pressed " + where);
+    Click(view, controlId);
+    log.Tell(story, L"Action item id: ");
+}
+
 void Stage::PressInExplorer(const wchar_t* folder, const wchar_t* controlId) {
     explorer->SwitchFolder(folder);
     explorer->Activate();
     const std::wstring tab = explorer->Folder() == L"Calendar" ? L"Calendar" : L"Mail";
-    story.Act(L"\"" + LabelOf(controlId) + L"\" is pressed on the " + tab + L" tab of the main window");
-    if (!explorer->View()->Click(controlId)) {
-        throw StepFailed("the button is not on the ribbon");
-    }
-    log.Tell(story, L"Action item id: ");
+    Press(controlId, *explorer->View(), L"on the " + tab + L" tab of the main window");
 }
 
 void Stage::PressInAppointment(const workbench::InspectorPtr& inspector, const wchar_t* controlId) {
-    story.Act(L"\"" + LabelOf(controlId) + L"\" is pressed in the window \"" + inspector->Caption() + L"\"");
-    if (!inspector->View()->Click(controlId)) {
-        throw StepFailed("the button is not on the ribbon");
-    }
-    log.Tell(story, L"Action item id: ");
+    Press(controlId, *inspector->View(), L"in the window \"" + inspector->Caption() + L"\"");
+}
+
+std::string Stage::AwaitMessage(const std::wstring& step, Way& way,
+                                const std::function<bool(const std::string&)>& alsoNeeded) {
+    std::string message;
+    story.Await(step, [&] {
+        const std::vector<std::string> messages = client_->Messages(way.direction);
+        if (messages.size() <= way.ofClient) {
+            return false;
+        }
+        message = messages[way.ofClient];
+        return alsoNeeded(message);
+    });
+    ++way.ofClient;
+    ++way.all;
+    return message;
 }
 
 Json::Value Stage::AwaitCommand(int number) {
-    std::vector<std::string> messages;
-    story.Await(L"The client receives command " + Named(number) + L" by WM_COPYDATA", [&] {
-        messages = client_->Messages("in");
-        return messages.size() > commandsOfClient_;
-    });
-    const std::string text = messages[commandsOfClient_++];
-    ++commands;
-    const Json::Value command = meeting_client::ParseObject(text).value_or(Json::Value(Json::objectValue));
+    const std::string text =
+        AwaitMessage(L"The client receives command " + Named(number) + L" by WM_COPYDATA", commands);
+    const Json::Value command = Parsed(text);
     const bool whole = commandsShown_.insert(number).second;
     story.Data(L"command", whole ? ToWide(text) : OneLine(ToWide(text)));
     if (!meeting_client::CommandFaults(command).empty() || command["cmd"] != number) {
@@ -192,19 +192,13 @@ Json::Value Stage::AwaitCommand(int number) {
 
 void Stage::AwaitNoCommand() {
     workbench::PumpFor(kSilence);
-    story.Check(L"The client receives no command", client_->Messages("in").size() == commandsOfClient_);
+    story.Check(L"The client receives no command", client_->Messages("in").size() == commands.ofClient);
 }
 
 Json::Value Stage::AwaitNotification(int number) {
-    std::vector<std::string> messages;
-    story.Await(L"The client sends notification " + Named(number), [&] {
-        messages = client_->Messages("out");
-        return messages.size() > notificationsOfClient_;
-    });
-    const std::string text = messages[notificationsOfClient_++];
-    ++notifications;
+    const std::string text = AwaitMessage(L"The client sends notification " + Named(number), notifications);
     story.Data(L"notification", OneLine(ToWide(text)));
-    const Json::Value notification = meeting_client::ParseObject(text).value_or(Json::Value(Json::objectValue));
+    const Json::Value notification = Parsed(text);
     if (notification["notify"] != number) {
         throw StepFailed("this is not the notification " + std::to_string(number));
     }
@@ -213,25 +207,29 @@ Json::Value Stage::AwaitNotification(int number) {
     return notification;
 }
 
+void Stage::AwaitExchange(Command command, Notification answer) {
+    AwaitCommand(command);
+    AwaitNotification(answer);
+}
+
 workbench::ItemPtr Stage::FindByConference(const std::wstring& confId) const {
     const std::vector<workbench::ItemPtr> items = outlook.Appointments();
-    const auto holds = [&](const workbench::ItemPtr& item) {
-        return item->Comment().find(L"\"" + confId + L"\"") != std::wstring::npos;
-    };
     // The newest: each process of the stand-in client begins its ids anew.
-    const auto found = std::find_if(items.rbegin(), items.rend(), holds);
+    const auto found = std::find_if(items.rbegin(), items.rend(), [&](const workbench::ItemPtr& item) {
+        return item->Comment().find(L"\"" + confId + L"\"") != std::wstring::npos;
+    });
     return found == items.rend() ? nullptr : *found;
 }
 
-void Stage::AwaitFilled(const std::function<workbench::ItemPtr()>& find, const Json::Value& notification) {
+workbench::ItemPtr Stage::AwaitFilled(const Json::Value& notification, const workbench::ItemPtr& expected) {
     workbench::ItemPtr item;
     story.Await(L"The appointment is filled, marked and displayed", [&] {
-        item = find();
-        return item && Holds(*item, notification) && item->Displayed() &&
-               item->MeetingStatus() == workbench::kMeeting &&
-               FindByConference(ToWide(notification["confId"].asString())) == item;
+        item = FindByConference(ToWide(notification["confId"].asString()));
+        return item && (!expected || item == expected) && Holds(*item, notification) && item->Displayed() &&
+               item->MeetingStatus() == workbench::kMeeting;
     });
     TellAppointment(item);
+    return item;
 }
 
 void Stage::TellAppointment(const workbench::ItemPtr& item, bool withMarker) {
@@ -270,24 +268,16 @@ ScheduledMeeting Stage::MakeMeeting(const wchar_t* subject) {
     story.Act(std::wstring(L"The user schedules \"") + subject + L"\" in the window of a new appointment");
     ScheduledMeeting made{outlook.NewAppointment(), {}};
     made.item->fields.subject = subject;
-    if (!outlook.OpenInspector(made.item)->View()->Click(kScheduleAppointment)) {
-        throw StepFailed("the button is not on the ribbon");
-    }
-    Json::Value scheduled;
-    story.Await(L"The client has scheduled it, the add-in has filled the appointment", [&] {
-        const std::vector<std::string> messages = client_->Messages("out");
-        if (messages.size() <= notificationsOfClient_) {
-            return false;
-        }
-        scheduled = meeting_client::ParseObject(messages[notificationsOfClient_]).value_or(Json::objectValue);
+    Click(*outlook.OpenInspector(made.item)->View(), kScheduleAppointment);
+    const auto filled = [&](const std::string& notification) {
+        const Json::Value scheduled = Parsed(notification);
+        made.confId = scheduled["confId"].asString();
         return scheduled["notify"] == kScheduled && Holds(*made.item, scheduled) && made.item->Displayed() &&
                made.item->Comment().find(L"is_new_item") != std::wstring::npos;
-    });
-    ++commandsOfClient_;
-    ++notificationsOfClient_;
-    ++commands;
-    ++notifications;
-    made.confId = scheduled["confId"].asString();
+    };
+    AwaitMessage(L"The client has scheduled it, the add-in has filled the appointment", notifications, filled);
+    ++commands.ofClient;
+    ++commands.all;
     story.Data(L"marker", OneLine(made.item->Comment()));
     return made;
 }

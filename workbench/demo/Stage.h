@@ -2,7 +2,7 @@
 
 #include "workbench/demo/AddinLog.h"
 #include "workbench/demo/Camera.h"
-#include "workbench/demo/Options.h"
+#include "workbench/demo/Play.h"
 #include "workbench/demo/Registration.h"
 #include "workbench/demo/Story.h"
 
@@ -36,17 +36,15 @@ inline constexpr int kSyncNow = 4;
 inline constexpr int kLater = 5;
 
 /// Sizes for pictures, in pixels.
-inline constexpr int kMainWidth = 641;
-inline constexpr int kMainHeight = 331;
-inline constexpr int kEditorWidth = 641;
-inline constexpr int kEditorHeight = 421;
+inline constexpr SIZE kMainSize{641, 331};
+inline constexpr SIZE kEditorSize{641, 421};
 
 /// A dialog that the story expects.
 struct ExpectedDialog {
-    std::wstring what; // as the step names it
-    std::wstring text; // part of its text
+    std::wstring what{}; // as the step names it
+    std::wstring text{}; // part of its text
     int answer = kCloseBox;
-    std::wstring picture;                    // name; empty for none
+    std::wstring picture{};                  // name; empty for none
     std::function<void()> whileOpen = [] {}; // before the picture
 };
 
@@ -59,6 +57,13 @@ enum class MarkerNow {
 struct ScheduledMeeting {
     workbench::ItemPtr item;
     std::string confId;
+};
+
+/// The messages that were told of those that go one way between the add-in and the client.
+struct Way {
+    const char* direction;    // in the client's transcript
+    std::size_t all = 0;      // for the last count
+    std::size_t ofClient = 0; // of the process that runs now
 };
 
 /// Everything the scenarios share: the stand-in Outlook with the add-in, the meeting client, and the story. Main
@@ -86,11 +91,10 @@ public:
 
     // --- The client's process ---
     meeting_client::ClientProcess& Client() { return *client_; }
-    bool HasClient() const { return client_ && client_->IsRunning(); }
     /// Starts one unless it runs.
     void StartClient();
-    /// Takes over the one that the launch URI started.
-    void AttachClient(DWORD process, const std::wstring& transcript);
+    /// Starts one, or takes over the one that the launch URI started.
+    void TakeClient(meeting_client::ClientSettings settings);
     void EndClient();
     void Order(const std::string& order);
     /// Sets the input of the user in the client's own form, which follows a press without an appointment. It holds as
@@ -106,33 +110,40 @@ public:
     void AwaitNoCommand();
     /// The next notification that the client sends.
     Json::Value AwaitNotification(int number);
-    /// Waits until the appointment shows what the notification says. Tells it with its marker comment.
-    void AwaitFilled(const std::function<workbench::ItemPtr()>& find, const Json::Value& notification);
+    void AwaitExchange(Command command, Notification answer);
+    /// Waits until the meeting's appointment shows what the notification says. Tells it with its marker comment.
+    /// @param expected the appointment that it must be; null for any.
+    workbench::ItemPtr AwaitFilled(const Json::Value& notification, const workbench::ItemPtr& expected = nullptr);
     void TellAppointment(const workbench::ItemPtr& item, bool withMarker = true);
     /// The marker comment before and after something happened to the appointment. @throws StepFailed when it is not
     /// what it should be now.
     void TellMarker(const std::wstring& before, const workbench::ItemPtr& item, MarkerNow expected);
     /// Schedules from a new appointment, told in two steps. Its window stays open; nothing is saved.
     ScheduledMeeting MakeMeeting(const wchar_t* subject);
-    /// The newest appointment whose marker holds that conference id; null when there is none.
-    workbench::ItemPtr FindByConference(const std::wstring& confId) const;
 
     /// Does `cause` and waits until the dialog that it brings has been seen and answered.
     void AwaitDialog(const ExpectedDialog& expected, HWND owner, const std::function<void()>& cause);
 
     // --- For the last count ---
-    std::size_t commands = 0;
-    std::size_t notifications = 0;
+    Way commands{"in"};
+    Way notifications{"out"};
     std::size_t dialogs = 0;
 
 private:
+    bool HasClient() const { return client_ && client_->IsRunning(); }
+    /// @param where of the step's text.
+    void Press(const wchar_t* controlId, workbench::HostWindow& view, const std::wstring& where);
+    /// Waits for the next message that goes that way and fits.
+    std::string AwaitMessage(
+        const std::wstring& step, Way& way,
+        const std::function<bool(const std::string&)>& alsoNeeded = [](const std::string&) { return true; });
+    /// The newest appointment whose marker holds that conference id; null when there is none.
+    workbench::ItemPtr FindByConference(const std::wstring& confId) const;
     /// @return its whole text.
     std::wstring TellDialog(const workbench::DialogSeen& seen);
 
     std::unique_ptr<meeting_client::ClientProcess> client_;
-    std::set<int> commandsShown_;      // their numbers
-    std::size_t commandsOfClient_ = 0; // told, of the process that runs now
-    std::size_t notificationsOfClient_ = 0;
+    std::set<int> commandsShown_; // their numbers
 };
 
 /// Whether the appointment holds exactly what the notification says.

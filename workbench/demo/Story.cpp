@@ -4,8 +4,10 @@
 
 #include "support/Text.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <sstream>
 
 namespace demo {
 namespace {
@@ -16,16 +18,8 @@ constexpr const wchar_t* kFaint = L"\x1b[2m";
 constexpr const wchar_t* kBad = L"\x1b[1;31m";
 constexpr const wchar_t* kPlain = L"\x1b[0m";
 constexpr std::size_t kCaptionWidth = 14;
+constexpr std::chrono::milliseconds kWatch(250);
 constexpr unsigned kGrace = 3000; // ms by which the watchdog lets the step report its own deadline first
-
-/// Blanks up to a column. Chinese characters take two.
-std::wstring Padding(std::wstring_view text, std::size_t width) {
-    std::size_t used = 0;
-    for (const wchar_t one : text) {
-        used += one >= 0x2E80 ? 2U : 1U;
-    }
-    return std::wstring(used < width ? width - used : 1, L' ');
-}
 
 } // namespace
 
@@ -33,38 +27,23 @@ std::wstring SecondsText(unsigned milliseconds) {
     return std::to_wstring(milliseconds / 1000) + L"." + std::to_wstring(milliseconds / 100 % 10) + L" s";
 }
 
-std::wstring OneLine(std::wstring_view text) {
+std::wstring OneLine(const std::wstring& text) {
+    std::wistringstream words(text);
     std::wstring line;
-    for (const wchar_t one : text) {
-        const bool blank = one == L' ' || one == L'\t' || one == L'\r' || one == L'\n';
-        if (!blank) {
-            line += one;
-        } else if (!line.empty() && line.back() != L' ') {
-            line += L' ';
-        }
-    }
-    while (!line.empty() && line.back() == L' ') {
-        line.pop_back();
+    for (std::wstring word; words >> word;) {
+        line += (line.empty() ? L"" : L" ") + word;
     }
     return line;
 }
 
-Story::Story(bool colour, unsigned pace) : colour_(colour), pace_(pace), watchdog_([this] { Watch(); }) {}
+Story::Story(bool colour, unsigned pace)
+    : colour_(colour), pace_(pace), watchdog_([this](const std::stop_token& end) { Watch(end); }) {}
 
-Story::~Story() {
-    {
-        const std::scoped_lock hold(lock_);
-        ended_ = true;
-    }
-    wake_.notify_all();
-    watchdog_.join();
-}
-
-void Story::Watch() {
+void Story::Watch(const std::stop_token& end) {
     std::unique_lock hold(lock_);
-    while (!ended_) {
-        wake_.wait_for(hold, std::chrono::milliseconds(250));
-        if (deadline_ != 0 && ::GetTickCount64() > deadline_ + kGrace) {
+    while (!wake_.wait_for(hold, end, kWatch, [&] { return end.stop_requested(); })) {
+        const ULONGLONG deadline = deadline_;
+        if (deadline != 0 && ::GetTickCount64() > deadline + kGrace) {
             // The thread that tells the story is stuck, so this one has the last word.
             Failure(L"\"" + current_ + L"\" did not happen within " + SecondsText(limit_) + L"; Outlook hangs");
             ::TerminateProcess(::GetCurrentProcess(), 1);
@@ -74,10 +53,7 @@ void Story::Watch() {
 
 void Story::Begin(std::wstring_view text, unsigned limit) {
     if (pace_ != 0 && steps_ != 0) {
-        {
-            const std::scoped_lock hold(lock_);
-            deadline_ = 0;
-        }
+        deadline_ = 0;
         workbench::PumpFor(pace_);
     }
     const std::scoped_lock hold(lock_);
@@ -127,25 +103,21 @@ void Story::Number(std::wstring_view text, const std::wstring& remark) {
 void Story::Data(std::wstring_view caption, std::wstring_view text) {
     const std::wstring indent(7, L' ');
     std::wstring out = indent + Paint(kFaint, caption);
-    while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r')) {
-        text.remove_suffix(1);
-    }
+    text = text.substr(0, text.find_last_not_of(L"\r\n") + 1);
     if (text.find(L'\n') == std::wstring_view::npos) {
-        Write(out + (text.empty() ? L"" : Padding(caption, kCaptionWidth)).append(text) + L"\n");
+        const std::size_t blanks = std::max(kCaptionWidth, caption.size() + 1) - caption.size();
+        Write(out + std::wstring(text.empty() ? 0 : blanks, L' ').append(text) + L"\n");
         return;
     }
-    out += L"\n";
-    while (!text.empty()) {
-        const std::size_t end = text.find(L'\n');
-        std::wstring line(text.substr(0, end));
-        text.remove_prefix(end == std::wstring_view::npos ? text.size() : end + 1);
+    std::wistringstream lines{std::wstring(text)};
+    for (std::wstring line; std::getline(lines, line);) {
         std::erase(line, L'\r');
         for (std::size_t tab; (tab = line.find(L'\t')) != std::wstring::npos;) {
             line.replace(tab, 1, L"  ");
         }
-        out += indent + L"  " + line + L"\n";
+        out += L"\n" + indent + L"  " + line;
     }
-    Write(out);
+    Write(out + L"\n");
 }
 
 void Story::Plain(std::wstring_view text) {

@@ -8,6 +8,7 @@
 #include <functional>
 #include <mutex>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -27,7 +28,6 @@ public:
     static constexpr unsigned kUsualLimit = 10'000; // ms
 
     Story(bool colour, unsigned pace);
-    ~Story();
     Story(const Story&) = delete;
     Story& operator=(const Story&) = delete;
 
@@ -53,7 +53,7 @@ private:
     void Begin(std::wstring_view text, unsigned limit);
     void Write(std::wstring_view text);
     std::wstring Paint(const wchar_t* code, std::wstring_view text) const;
-    void Watch();
+    void Watch(const std::stop_token& end);
 
     const bool colour_;
     const unsigned pace_;
@@ -62,18 +62,17 @@ private:
 
     // For a step that blocks this thread, such as one that opened a dialog nobody answers.
     std::mutex lock_;
-    std::condition_variable wake_;
+    std::condition_variable_any wake_;
     std::wstring current_;
     unsigned limit_ = 0;
-    ULONGLONG deadline_ = 0; // 0: nothing to watch
-    bool ended_ = false;
-    std::thread watchdog_;
+    std::atomic<ULONGLONG> deadline_ = 0; // 0: nothing to watch
+    std::jthread watchdog_;
 };
 
 /// Seconds with one decimal: "10.0 s".
 std::wstring SecondsText(unsigned milliseconds);
 
 /// A text of several lines as one, runs of blanks made one.
-std::wstring OneLine(std::wstring_view text);
+std::wstring OneLine(const std::wstring& text);
 
 } // namespace demo

@@ -49,16 +49,12 @@ void Print(const std::string& line) {
 }
 
 /// Prints what the add-in has added to its log since the last call; the first call prints nothing.
-void PrintLog() {
-    static verify::AddinLogTail tail;
-    for (const verify::AddinLogLine& line : tail.Read()) {
-        Print(line.hasHead ? "log [" + line.level + "] " + line.function + ": " + line.text : "    " + line.text);
-    }
-}
-
-void CALLBACK OnLogTimer(HWND, UINT, UINT_PTR, DWORD) noexcept {
+void CALLBACK PrintLog(HWND, UINT, UINT_PTR, DWORD) noexcept {
     try {
-        PrintLog();
+        static verify::AddinLogTail tail;
+        for (const verify::AddinLogLine& line : tail.Read()) {
+            Print(line.hasHead ? "log [" + line.level + "] " + line.function + ": " + line.text : "    " + line.text);
+        }
     } catch (const std::exception&) {
         // The next turn reads on.
     }
@@ -67,8 +63,8 @@ void CALLBACK OnLogTimer(HWND, UINT, UINT_PTR, DWORD) noexcept {
 } // namespace
 
 Session::Session(const Options& options)
-    : logTimer_(::SetTimer(nullptr, 0, kLogTurn, &OnLogTimer)), outlook_(HostOptionsOf(options)) {
-    PrintLog();
+    : logTimer_(::SetTimer(nullptr, 0, kLogTurn, &PrintLog)), outlook_(HostOptionsOf(options)) {
+    PrintLog(nullptr, 0, 0, 0);
     outlook_.AddStore(L"kim@example.org");
     outlook_.askClose = &AskClose;
     outlook_.explorerControls = [this](workbench::Explorer& explorer) { return MakeMainControls(outlook_, explorer); };
@@ -102,18 +98,16 @@ Session::~Session() {
     outlook_.Shutdown();
     outlook_.Observe(nullptr);
     ::KillTimer(nullptr, logTimer_);
-    OnLogTimer(nullptr, 0, 0, 0); // the end of the add-in
+    PrintLog(nullptr, 0, 0, 0); // the end of the add-in
 }
 
 /// The keys of the ribbon's buttons, and those that move between controls.
 bool Session::TakesKey(MSG& message) {
     const HWND root = ::GetAncestor(message.hwnd, GA_ROOT);
-    const auto viewIn = [&](const auto& windows) -> workbench::HostWindow* {
-        const auto found = std::ranges::find(windows, root, [](const auto& window) { return window->Window(); });
-        return found == windows.end() ? nullptr : (*found)->View();
-    };
-    workbench::HostWindow* view = viewIn(outlook_.Explorers());
-    view = view ? view : viewIn(outlook_.Inspectors());
+    workbench::HostWindow* view = nullptr;
+    const auto look = [&](const auto& window) { view = window->Window() == root ? window->View() : view; };
+    std::ranges::for_each(outlook_.Explorers(), look);
+    std::ranges::for_each(outlook_.Inspectors(), look);
     if (!view) {
         return false;
     }

@@ -4,6 +4,7 @@
 #include "workbench/interactive/HostControls.h"
 #include "workbench/interactive/Play.h"
 
+#include "support/OleTime.h"
 #include "support/Text.h"
 
 #include <gmock/gmock.h>
@@ -11,6 +12,7 @@
 #include <windows.h>
 #include <objbase.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <stdexcept>
@@ -26,16 +28,10 @@ constexpr DATE kMoved = 46086.0 + 14.0 / 24.0; // 2026-03-05 14:00 UTC
 constexpr double kMoment = 1.0 / 86400.0;      // a second, in days
 constexpr ULONGLONG kDeadline = 30'000;        // ms; only a failure waits this long
 
-std::int64_t UnixTime(DATE date) {
-    return std::llround((date - 25569.0) * 86400.0);
-}
-
 void Key(WORD key, wchar_t character, DWORD flags) {
     INPUT input{};
     input.type = INPUT_KEYBOARD;
-    input.ki.wVk = key;
-    input.ki.wScan = static_cast<WORD>(character);
-    input.ki.dwFlags = flags | (character != 0 ? KEYEVENTF_UNICODE : 0U);
+    input.ki = {key, static_cast<WORD>(character), flags | (character != 0 ? KEYEVENTF_UNICODE : 0U), 0, 0};
     ASSERT_EQ(::SendInput(1, &input, sizeof input), 1U);
 }
 
@@ -84,13 +80,9 @@ protected:
     }
     void ClickRibbon(const wchar_t* controlId) {
         const workbench::HostWindow* view = Editor()->View();
-        for (const workbench::RibbonButtonView& button : view->Buttons()) {
-            if (button.id == controlId) {
-                ClickAt(view->Handle(), {button.place.left + 40, button.place.top + 30});
-                return;
-            }
-        }
-        throw std::runtime_error("the button is not on the ribbon");
+        const auto button = std::ranges::find(view->Buttons(), controlId, &workbench::RibbonButtonView::id);
+        ASSERT_NE(button, view->Buttons().end());
+        ClickAt(view->Handle(), {button->place.left + 40, button->place.top + 30});
     }
     static void Press(WORD key, wchar_t character = 0, DWORD flags = 0) {
         Key(key, character, flags);
@@ -124,11 +116,14 @@ protected:
     workbench::InspectorPtr Editor() { return session_->Outlook().ActiveInspector(); }
     HWND EditorControl(int id) { return ::GetDlgItem(Editor()->Window(), id); }
     static HWND PanelControl(int id) { return ::GetDlgItem(::FindWindowW(meeting_client::kPanelClass, nullptr), id); }
-    /// The newest command that the client has received, when it has received that many.
-    Json::Value AwaitCommand(std::size_t count) {
+    /// @return the newest command that the client has received, when it has received that many.
+    Json::Value ExpectCommand(std::size_t count, int number, const char* subject, DATE start) {
         Await("the client receives a command", [&] { return session_->Client().Messages().size() == count; });
-        const std::vector<std::string> messages = session_->Client().Messages();
-        return messages.empty() ? Json::Value() : meeting_client::ParseObject(messages.back()).value_or(Json::Value());
+        const Json::Value command = meeting_client::ParseObject(session_->Client().Messages().back()).value();
+        EXPECT_EQ(command["cmd"], number);
+        EXPECT_EQ(command["subject"], subject);
+        EXPECT_EQ(command["startTime"].asInt64(), UnixSecondsFromOleDate(start));
+        return command;
     }
 
     using enum meeting_client::PanelControl;
@@ -139,10 +134,7 @@ TEST_F(InteractiveDemo, UserSchedulesEditsAndSaves) {
     const workbench::ItemPtr item = WriteNew(L"Budget");
 
     ClickRibbon(L"BookMeetingAppointment");
-    Json::Value command = AwaitCommand(1);
-    EXPECT_EQ(command["cmd"], 4);
-    EXPECT_EQ(command["subject"], "Budget");
-    EXPECT_EQ(command["startTime"].asInt64(), UnixTime(kNow));
+    ExpectCommand(1, 4, "Budget", kNow);
     AwaitAnswered(1);
     Await("the appointment is the meeting", [&] {
         return item->Displayed() && item->MeetingStatus() == workbench::kMeeting && !item->Location().empty();
@@ -162,12 +154,9 @@ TEST_F(InteractiveDemo, UserSchedulesEditsAndSaves) {
     EXPECT_THAT(ToUtf8(item->Comment()), HasSubstr("\"" + conference + "\""));
 
     Click(EditorControl(interactive::kSaveAndClose));
-    command = AwaitCommand(2);
-    EXPECT_EQ(command["cmd"], 6);
+    const Json::Value command = ExpectCommand(2, 6, "Budget review", kMoved);
     EXPECT_EQ(command["confId"], conference);
     EXPECT_EQ(command["confOutlookId"], ToUtf8(item->EntryId()));
-    EXPECT_EQ(command["subject"], "Budget review");
-    EXPECT_EQ(command["startTime"].asInt64(), UnixTime(kMoved));
     EXPECT_THAT(ToUtf8(item->Comment()), HasSubstr("\"is_new_item\" : false"));
     AwaitAnswered(2);
 
@@ -197,7 +186,7 @@ TEST_F(InteractiveDemo, KeysPressTheRibbonAndCloseWithoutSaving) {
     Key(VK_MENU, 0, 0);
     Press('1');
     Key(VK_MENU, 0, KEYEVENTF_KEYUP);
-    EXPECT_EQ(AwaitCommand(1)["subject"], "Draft");
+    ExpectCommand(1, 4, "Draft", kNow);
 
     workbench::DialogResponder question(IDNO); // "Do you want to save the changes …?"
     Press(VK_ESCAPE);
