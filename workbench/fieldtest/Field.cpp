@@ -53,12 +53,8 @@ bool Field::AddInConnected() const {
 
 OpenItem Field::FindOpen(const std::string& id) const {
     for (const OpenItem& open : OpenItems(application)) {
-        // Other items than appointments may have no form description.
-        try {
-            if (MarkerOf(open.item)["conf_id"] == id) {
-                return open;
-            }
-        } catch (const HostError&) {
+        if (open.marker["conf_id"] == id) {
+            return open;
         }
     }
     return {};

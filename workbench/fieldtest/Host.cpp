@@ -115,9 +115,10 @@ std::vector<OpenItem> OpenItems(IDispatch* application) {
             const IDispatchPtr inspector = ObjectOf(Call(inspectors, L"Item", {_variant_t(number)}));
             const IDispatchPtr item = inspector ? Child(inspector, L"CurrentItem") : IDispatchPtr();
             if (item) {
-                found.push_back({inspector, item});
+                found.push_back({inspector, item, Text(item, L"Subject"), MarkerOf(item)});
             }
         } catch (const HostError&) {
+        } catch (const _com_error&) {
         }
     }
     return found;

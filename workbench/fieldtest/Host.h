@@ -37,9 +37,11 @@ IDispatchPtr StoredItem(IDispatch* application, const std::string& entryId);
 struct OpenItem {
     IDispatchPtr inspector;
     IDispatchPtr item;
+    std::string subject;
+    Json::Value marker; ///< an empty object when there is none
     explicit operator bool() const { return item != nullptr; }
 };
-/// A window that closes meanwhile is left out.
+/// A window that closes meanwhile is left out; so are items without a form description, which are no appointments.
 std::vector<OpenItem> OpenItems(IDispatch* application);
 
 inline constexpr char kOutlookWindow[] = "rctrl_renwnd32"; // class of Outlook's main and item windows

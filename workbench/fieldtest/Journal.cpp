@@ -72,7 +72,7 @@ void RunClient(const std::vector<std::wstring>& arguments) {
 /// nothing.
 void CloseItems(IDispatch* application, const std::string& subject) {
     for (const OpenItem& open : OpenItems(application)) {
-        if (Text(open.item, L"Subject").find(subject) != std::string::npos) {
+        if (open.subject.find(subject) != std::string::npos) {
             PutComment(open.item, "");
             Call(open.inspector, L"Close", {_variant_t(long{Outlook::olDiscard})});
         }

@@ -102,8 +102,7 @@ std::string AwaitFilled(Field& field) {
     OpenItem open;
     field.AwaitMachine([&] { return (open = field.FindOpen(confId)) && Shows(open.item, notification); },
                        "an open appointment with the client's subject, location, times and body");
-    const Json::Value marker = MarkerOf(open.item);
-    Expect(marker["nbm_flag"] == true && marker["is_new_item"] == true, "the marker of the new appointment");
+    Expect(open.marker["nbm_flag"] == true && open.marker["is_new_item"] == true, "the marker of the new appointment");
     Expect(static_cast<long>(Get(open.item, L"MeetingStatus")) == Outlook::olMeeting,
            "the status of the new appointment");
     return confId;

@@ -205,12 +205,18 @@ TEST_F(FieldTest, TheNextStartUndoesWhatAKilledRunHasLeft) {
 }
 
 TEST_F(FieldTest, TheRunThatThePersonStopsLeavesNothing) {
-    const auto test = StartTest();
-    Follow(*test, "discard"); // the client runs, one appointment is stored, another one open
-    test->Write("q\n");
-    Follow(*test);
-    EXPECT_EQ(test->Wait(), 3U);
-    ExpectNothingLeft();
+    for (const bool key : {false, true}) {
+        const auto test = StartTest();
+        Follow(*test, "discard"); // the client runs, one appointment is stored, another one open
+        if (key) {
+            outlook->Write("interrupt " + std::to_string(test->Id()) + "\n");
+        } else {
+            test->Write("q\n");
+        }
+        const std::string shown = Follow(*test);
+        EXPECT_EQ(test->Wait(), 3U) << shown;
+        ExpectNothingLeft();
+    }
 }
 
 } // namespace

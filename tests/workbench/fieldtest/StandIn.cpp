@@ -58,6 +58,12 @@ void Do(const std::string& verb, const std::wstring& rest) {
     } else if (verb == "off") {
         host.AddIns().front()->Disconnect(kUserClosed);
         ::RegSetKeyValueW(HKEY_CURRENT_USER, registry::kAddInKey, L"LoadBehavior", REG_DWORD, &kOff, sizeof kOff);
+    } else if (verb == "interrupt") { // Ctrl+C in the console of that process, which reaches this one, too
+        ::FreeConsole();
+        ::AttachConsole(std::stoul(rest));
+        ::SetConsoleCtrlHandler([](DWORD) noexcept -> BOOL { return TRUE; }, TRUE);
+        ::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+        ::FreeConsole();
     } else if (verb == "exit") {
         ::PostQuitMessage(0);
     } else if (!open) {
