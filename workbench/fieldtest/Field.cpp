@@ -1,43 +1,43 @@
 #include "workbench/fieldtest/Field.h"
 
-#include "workbench/client/Meetings.h"
+#include "workbench/fieldtest/Journal.h"
+#include "workbench/host/Pump.h"
+#include "workbench/wire/Window.h"
 
 #include "Outlook/AddIns/RegistryTable.h"
-#include "doctor/Collect.h"
 #include "doctor/Scene.h"
-#include "support/Text.h"
 
 #include <windows.h>
 
-#include <fmt/format.h>
-
 #include <algorithm>
+#include <atomic>
+#include <cstdio>
 #include <utility>
 
 namespace fieldtest {
 namespace {
 
 constexpr std::size_t kLogTail = 4U << 20U; // bytes
-constexpr unsigned kClientSeconds = 3600;
+constexpr unsigned kLook = 50;              // ms
+constexpr ULONGLONG kSecond = 1000;
 
-std::string NewSubject() {
-    return "NEMBRA field test " + std::to_string(::GetTickCount64() % 1'000'000);
-}
+std::atomic<bool> g_stop = false;
 
 } // namespace
 
-Field::Field(Options given)
-    : options(std::move(given)),
-      journal(options.journal, options.client),
-      subject(NewSubject()),
-      transcript(options.journal.parent_path() / L"transcript.txt") {}
+void RequestStop() noexcept {
+    g_stop = true;
+}
+
+void Say(const std::string& text) {
+    std::printf("%s\n", text.c_str());
+    std::fflush(stdout);
+}
 
 bool Field::FindOutlook() {
     const std::vector<HWND> windows = OutlookWindows();
     application = RunningOutlook();
-    if (application && !windows.empty()) {
-        ::GetWindowThreadProcessId(windows.front(), &outlook);
-    }
+    outlook = windows.empty() ? outlook : wire::ProcessOf(windows.front());
     return application != nullptr && !windows.empty();
 }
 
@@ -51,19 +51,10 @@ bool Field::AddInConnected() const {
     }
 }
 
-std::wstring Field::ModulePath() const {
-    return doctor::FindLoadedModule({machine.ProcessOf(outlook)});
-}
-
 OpenItem Field::FindOpen(const std::string& id) const {
     for (const OpenItem& open : OpenItems(application)) {
-        // Other items than appointments may have no form description.
-        try {
-            const auto marker = meeting_client::ParseObject(Comment(open.item));
-            if (marker && (*marker)["conf_id"] == id) {
-                return open;
-            }
-        } catch (const HostError&) {
+        if (open.marker["conf_id"] == id) {
+            return open;
         }
     }
     return {};
@@ -105,94 +96,52 @@ std::size_t Field::Logged(std::string_view method, std::string_view text) const 
     }));
 }
 
-void Field::Order(const std::string& order) {
-    const meeting_client::OrderResult result = client->Order(order);
-    if (!result.done) {
-        throw StepEnd{{Verdict::Fail, "the client refused an order: " + result.reason}};
-    }
-}
-
-Json::Value Field::AwaitCommand(int number, unsigned seconds) {
-    std::vector<std::string> messages;
-    const std::string name = "command " + std::to_string(number) + " at the client";
-    Await(
-        [&] {
-            messages = client->Messages();
-            return messages.size() > commandsSeen;
-        },
-        name, seconds);
-    const Json::Value command = meeting_client::ParseObject(messages[commandsSeen++]).value_or(Json::objectValue);
-    if (command["cmd"] != number || !meeting_client::CommandFaults(command).empty()) {
-        throw StepEnd{{Verdict::Fail, "another command came in place of " + name}};
-    }
-    return command;
-}
-
 void Field::Tell() {
     if (!prompt.empty()) {
-        console.Say(std::exchange(prompt, {}));
+        Say(std::exchange(prompt, {}));
+    }
+}
+
+bool Field::Wait(const std::function<bool()>& holds, unsigned seconds) {
+    Tell();
+    const ULONGLONG begin = ::GetTickCount64();
+    for (ULONGLONG shown = 0;; workbench::PumpFor(kLook)) { // seconds
+        entered = input_.Take();
+        if (g_stop || entered == "q") {
+            throw Stopped();
+        }
+        const bool held = holds();
+        const ULONGLONG passed = (::GetTickCount64() - begin) / kSecond;
+        if (held || entered || passed >= seconds) {
+            std::fputs(shown == 0 || entered ? "" : "\n", stdout);
+            return held;
+        }
+        if (passed > shown) {
+            std::fputs(shown == 0 ? "    waiting ." : ".", stdout);
+            std::fflush(stdout);
+            shown = passed;
+        }
     }
 }
 
 void Field::Await(const std::function<bool()>& holds, const std::string& what, unsigned seconds) {
-    Tell();
-    switch (console.Await(holds, seconds)) {
-    case Waited::Held:
-        return;
-    case Waited::Entered:
-        throw StepEnd{{Verdict::NotObserved, "skipped; awaited: " + what}};
-    case Waited::TimedOut:
-        throw StepEnd{{Verdict::Fail, "not seen within " + std::to_string(seconds) + " s: " + what}};
+    if (!Wait(holds, seconds)) {
+        throw entered ? StepEnd{{Verdict::NotObserved, "skipped; awaited: " + what}}
+                      : StepEnd{{Verdict::Fail, "not seen within " + std::to_string(seconds) + " s: " + what}};
     }
 }
 
-void Field::Restore() {
-    console.Say("\nThe test restores what it has changed.");
-    if (client) {
-        client->Quit();
-        client.reset();
+void Restore(Field& field) {
+    Say("\nThe test restores what it has changed.");
+    if (field.client) {
+        field.client->Quit();
+        field.client.reset();
     }
-    application = RunningOutlook();
-    for (const std::string& left : journal.Undo(application)) {
-        console.Say("    NOT RESTORED: " + left);
+    field.application = RunningOutlook();
+    for (const std::string& left : journal::Undo(field.application)) {
+        Say("    NOT RESTORED: " + left);
     }
-    application = nullptr;
-}
-
-void RunSteps(Field& field) {
-    field.journal.OwnFile(field.transcript);
-    field.journal.InstallScheme({L"--transcript", field.transcript.wstring(), L"--login-after", L"1500",
-                                 L"--max-seconds", std::to_wstring(kClientSeconds), L"--parent",
-                                 std::to_wstring(::GetCurrentProcessId())});
-    std::size_t number = 0;
-    for (const Step& step : AllSteps()) {
-        field.prompt = fmt::format("\nStep {} of {} [{}]{}{}\n    {}", ++number, AllSteps().size(), step.id,
-                                   *step.points ? " open points " : "", step.points, step.told);
-        Outcome outcome;
-        try {
-            outcome.text = step.run(field);
-        } catch (const StepEnd& end) {
-            outcome = end.outcome;
-        } catch (const Stopped&) {
-            throw;
-        } catch (const std::exception& error) {
-            outcome = {Verdict::Fail, error.what()};
-        } catch (const _com_error& error) {
-            outcome = {Verdict::Fail, "Outlook answered without the object that was asked for, status " +
-                                          std::to_string(error.Error())};
-        }
-        field.Tell();
-        field.console.Say(std::string("    ") + NameOf(outcome.verdict) + ": " + outcome.text);
-        field.report.Step(step.id, std::move(outcome));
-    }
-}
-
-void WriteReport(Field& field) {
-    const std::filesystem::path path = field.options.output / L"field-report.zip";
-    doctor::WriteZip(path.wstring(), doctor::Collect(field.machine, {{"report.txt", field.report.Text()},
-                                                                     {"host-facts-table.md", field.report.Table()}}));
-    field.console.Say("\nTable for docs/host-facts.md:\n\n" + field.report.Table());
-    field.console.Say("The report is in " + ToUtf8(path.wstring()) + ". Look through it before you send it.");
+    field.application = nullptr;
 }
 
 } // namespace fieldtest

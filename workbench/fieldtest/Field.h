@@ -1,8 +1,6 @@
 #pragma once
 
-#include "workbench/fieldtest/Console.h"
 #include "workbench/fieldtest/Host.h"
-#include "workbench/fieldtest/Journal.h"
 #include "workbench/fieldtest/Report.h"
 
 #include "Outlook/AddIns/Language.h"
@@ -10,50 +8,49 @@
 #include "doctor/WindowsMachine.h"
 #include "workbench/client/ClientProcess.h"
 #include "workbench/host/DialogResponder.h"
+#include "workbench/process/InputLines.h"
 
-#include <json/value.h>
-
-#include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace fieldtest {
 
-struct Options {
-    std::filesystem::path output;  ///< folder of the report
-    std::filesystem::path client;  ///< the stand-in client's program
-    std::filesystem::path journal; ///< file
-    unsigned personSeconds = 300;  ///< how long a step waits for the person
-    unsigned machineSeconds = 20;  ///< how long it waits for Outlook, the add-in and the client
+/// The person, or the system, wants the test to end now.
+class Stopped : public std::runtime_error {
+public:
+    Stopped() : std::runtime_error("stopped") {}
 };
+/// Makes the current or next wait throw `Stopped`. Any thread.
+void RequestStop() noexcept;
 
 /// Ends a step with a result.
 struct StepEnd {
     Outcome outcome;
 };
 
-/// Everything that the steps share. One thread, in a single-threaded apartment.
+void Say(const std::string& text); ///< to the person
+
+/// Everything that the steps share. One thread, in a single-threaded apartment, which handles its messages during each
+/// wait.
 class Field {
 public:
-    explicit Field(Options given);
+    unsigned personSeconds = 300; ///< how long a step waits for the person
+    unsigned machineSeconds = 20; ///< how long it waits for Outlook, the add-in and the client
 
-    const Options options;
-    Console console;
     doctor::WindowsMachine machine;
-    Journal journal;
     Report report;
-    const std::string subject; ///< of the test's appointments, different in each run
-    const std::filesystem::path transcript;
+    const std::string subject = ///< of the test's appointments, different in each run
+        "NEMBRA field test " + std::to_string(::GetTickCount64() % 1'000'000);
 
     // --- Outlook ---
     IDispatchPtr application; ///< null while Outlook does not run; no other object outlives a step
     DWORD outlook = 0;        ///< process id
     bool FindOutlook();
     bool AddInConnected() const;
-    std::wstring ModulePath() const; ///< empty when it is not loaded
     /// The open window of the appointment whose marker has this conference id.
     OpenItem FindOpen(const std::string& confId) const;
     /// Looks for the add-in's dialog with that text, in English or Chinese. It is then in `dialog`.
@@ -73,41 +70,30 @@ public:
     std::string entryId; ///< of the same
     std::string draftId; ///< conference id of the appointment that is never stored
     std::string probeId; ///< of an appointment that the test itself has stored
-    void Order(const std::string& order);
-    /// The next command. @throws StepEnd when none comes or when it is another one.
-    Json::Value AwaitCommand(int number, unsigned seconds);
 
     // --- The person ---
     /// Shows what the step tells the person, once. Each wait does so first: only now the step is ready to see it.
     void Tell();
-    std::string prompt; ///< of this step; empty once it has been shown
+    std::string prompt;                 ///< of this step; empty once it has been shown
+    std::optional<std::string> entered; ///< what ended the last wait
 
-    // --- Waits. @throws StepEnd when nothing comes or the person skips the step ---
-    void AwaitPerson(const std::function<bool()>& holds, const std::string& what) {
-        Await(holds, what, options.personSeconds);
-    }
+    // --- Waits. @throws Stopped, also after the line "q" ---
+    /// Waits until the condition holds or the person has entered a line. Shows that it waits. @return whether it holds.
+    bool Wait(const std::function<bool()>& holds, unsigned seconds);
+    /// @throws StepEnd when nothing comes or the person skips the step.
+    void Await(const std::function<bool()>& holds, const std::string& what, unsigned seconds);
+    void AwaitPerson(const std::function<bool()>& holds, const std::string& what) { Await(holds, what, personSeconds); }
     void AwaitMachine(const std::function<bool()>& holds, const std::string& what) {
-        Await(holds, what, options.machineSeconds);
+        Await(holds, what, machineSeconds);
     }
-
-    /// Takes everything back. Told to the person.
-    void Restore();
 
 private:
-    void Await(const std::function<bool()>& holds, const std::string& what, unsigned seconds);
+    process::InputLines input_;
 };
-
-struct Step {
-    const char* id;
-    const char* told;                 ///< to the person
-    const char* points;               ///< numbers of the open points that it may answer
-    std::string (*run)(Field& field); ///< @return what was seen. @throws StepEnd, or an error that fails the step.
-};
-const std::vector<Step>& AllSteps();
 
 /// Installs the client and runs all steps. @throws Stopped.
 void RunSteps(Field& field);
-/// Writes field-report.zip and shows the table.
-void WriteReport(Field& field);
+/// Takes everything back. Told to the person.
+void Restore(Field& field);
 
 } // namespace fieldtest

@@ -1,13 +1,14 @@
 #include "workbench/fieldtest/Host.h"
 
+#include "workbench/client/Meetings.h"
+#include "workbench/wire/Window.h"
+
 #include "Outlook/ObjectModel/Dispatch.h"
 #include "support/Text.h"
 
 #include <objidl.h>
 
 #include <fmt/format.h>
-
-#include <algorithm>
 
 namespace fieldtest {
 namespace {
@@ -40,11 +41,10 @@ public:
 };
 Filter g_filter;
 
-_variant_t Checked(const wchar_t* name, HRESULT status, const VARIANT& result = {}) {
+void Check(HRESULT status, const wchar_t* name) {
     if (FAILED(status)) {
         throw HostError(fmt::format("{} failed with 0x{:08X}", ToUtf8(name), static_cast<unsigned>(status)));
     }
-    return _variant_t(const_cast<VARIANT&>(result), false);
 }
 
 } // namespace
@@ -52,21 +52,21 @@ _variant_t Checked(const wchar_t* name, HRESULT status, const VARIANT& result = 
 // The names are looked up at each call: here one name serves several interfaces.
 _variant_t Get(IDispatch* object, const wchar_t* name, std::initializer_list<VARIANT> arguments) {
     Outlook::Member member(name);
-    VARIANT result{};
-    const HRESULT status = Outlook::GetProperty(object, member, result, arguments);
-    return Checked(name, status, result);
+    _variant_t result;
+    Check(Outlook::GetProperty(object, member, result, arguments), name);
+    return result;
 }
 
 _variant_t Call(IDispatch* object, const wchar_t* name, std::initializer_list<VARIANT> arguments) {
     Outlook::Member member(name);
-    VARIANT result{};
-    const HRESULT status = Outlook::CallMethod(object, member, result, arguments);
-    return Checked(name, status, result);
+    _variant_t result;
+    Check(Outlook::CallMethod(object, member, result, arguments), name);
+    return result;
 }
 
 void Put(IDispatch* object, const wchar_t* name, const VARIANT& value) {
     Outlook::Member member(name);
-    Checked(name, Outlook::PutProperty(object, member, value));
+    Check(Outlook::PutProperty(object, member, value), name);
 }
 
 IDispatchPtr ObjectOf(const _variant_t& value) {
@@ -90,8 +90,12 @@ std::string Comment(IDispatch* item) {
     return Text(Child(item, L"FormDescription"), L"Comment");
 }
 
-void PutComment(IDispatch* item, const wchar_t* text) {
-    Put(Child(item, L"FormDescription"), L"Comment", _variant_t(text));
+Json::Value MarkerOf(IDispatch* item) {
+    return meeting_client::ParseObject(Comment(item)).value_or(Json::objectValue);
+}
+
+void PutComment(IDispatch* item, const char* text) {
+    Put(Child(item, L"FormDescription"), L"Comment", _variant_t(ToWide(text).c_str()));
 }
 
 IDispatchPtr StoredItem(IDispatch* application, const std::string& entryId) {
@@ -111,26 +115,17 @@ std::vector<OpenItem> OpenItems(IDispatch* application) {
             const IDispatchPtr inspector = ObjectOf(Call(inspectors, L"Item", {_variant_t(number)}));
             const IDispatchPtr item = inspector ? Child(inspector, L"CurrentItem") : IDispatchPtr();
             if (item) {
-                found.push_back({inspector, item});
+                found.push_back({inspector, item, Text(item, L"Subject"), MarkerOf(item)});
             }
         } catch (const HostError&) {
+        } catch (const _com_error&) {
         }
     }
     return found;
 }
 
-std::wstring ClassOf(HWND window) {
-    wchar_t name[64] = L"";
-    ::GetClassNameW(window, name, 64);
-    return name;
-}
-
 std::vector<HWND> OutlookWindows() {
-    std::vector<HWND> windows; // the order of the windows may change meanwhile
-    for (HWND window = nullptr; (window = ::FindWindowExW(nullptr, window, kOutlookWindow, nullptr)) != nullptr &&
-                                std::find(windows.begin(), windows.end(), window) == windows.end();) {
-        windows.push_back(window);
-    }
+    std::vector<HWND> windows = wire::FindAll(ToWide(kOutlookWindow).c_str(), nullptr);
     std::erase_if(windows, [](HWND window) { return !::IsWindowVisible(window); });
     return windows;
 }

@@ -2,6 +2,8 @@
 
 #include "Outlook/ObjectModel/ComPointers.h"
 
+#include <json/value.h>
+
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
@@ -26,7 +28,8 @@ std::string Text(IDispatch* object, const wchar_t* name); // UTF-8
 bool SameObject(IDispatch* one, IDispatch* other);
 /// The text in which the add-in keeps its marker.
 std::string Comment(IDispatch* item);
-void PutComment(IDispatch* item, const wchar_t* text);
+Json::Value MarkerOf(IDispatch* item); ///< an empty object when there is none
+void PutComment(IDispatch* item, const char* text);
 /// A stored item; null when there is none.
 IDispatchPtr StoredItem(IDispatch* application, const std::string& entryId);
 
@@ -34,15 +37,16 @@ IDispatchPtr StoredItem(IDispatch* application, const std::string& entryId);
 struct OpenItem {
     IDispatchPtr inspector;
     IDispatchPtr item;
+    std::string subject;
+    Json::Value marker; ///< an empty object when there is none
     explicit operator bool() const { return item != nullptr; }
 };
-/// A window that closes meanwhile is left out.
+/// A window that closes meanwhile is left out; so are items without a form description, which are no appointments.
 std::vector<OpenItem> OpenItems(IDispatch* application);
 
-std::wstring ClassOf(HWND window);
-/// The visible main and item windows of Outlook.
+inline constexpr char kOutlookWindow[] = "rctrl_renwnd32"; // class of Outlook's main and item windows
+/// The visible ones of them.
 std::vector<HWND> OutlookWindows();
-inline constexpr wchar_t kOutlookWindow[] = L"rctrl_renwnd32"; // their class
 /// The application of the Outlook that runs on this desktop; null when there is none. Starts none.
 IDispatchPtr RunningOutlook();
 

@@ -1,7 +1,8 @@
 #include "workbench/fieldtest/Journal.h"
 
-#include "workbench/process/ChildProcess.h"
+#include "workbench/client/ClientProcess.h"
 
+#include "Outlook/ObjectModel/ObjectModel.h"
 #include "doctor/Finding.h"
 #include "doctor/WindowsMachine.h"
 #include "support/Text.h"
@@ -10,18 +11,22 @@
 #include <shlwapi.h>
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
+#include <functional>
 
-namespace fieldtest {
+namespace fieldtest::journal {
 namespace {
 
+using doctor::Repair;
+
+/// Each value is an entry: its name is a number and a kind, its text the detail. A subkey with the name of an entry is
+/// the copy of the key that the entry is about. The entry comes after its copy and goes before it; thus every entry has
+/// a complete copy.
+constexpr wchar_t kJournal[] = L"Software\\NembraFieldTest";
+constexpr std::size_t kFirst = 100; // all numbers have three digits, thus the order of the names is that of the entries
 constexpr wchar_t kScheme[] = L"Software\\Classes\\quorvex";
-constexpr wchar_t kCopies[] = L"Software\\NembraFieldTest";
 constexpr DWORD kClientLimit = 20'000; // ms
 constexpr int kTries = 50;
 constexpr DWORD kAgain = 100; // ms
-constexpr long kDiscard = 1;  // olDiscard
 
 void Require(LSTATUS status, const char* what) {
     if (status != ERROR_SUCCESS) {
@@ -29,11 +34,8 @@ void Require(LSTATUS status, const char* what) {
     }
 }
 
-bool HasKey(const std::wstring& path) {
-    HKEY opened = nullptr;
-    const bool found = ::RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &opened) == ERROR_SUCCESS;
-    const UniqueKey owner(opened);
-    return found;
+doctor::Answer<doctor::RegistryValues> Values(const std::wstring& key) {
+    return doctor::WindowsMachine().Values(doctor::Hive::User, key);
 }
 
 void CopyKey(const std::wstring& from, const std::wstring& to) {
@@ -44,150 +46,121 @@ void CopyKey(const std::wstring& from, const std::wstring& to) {
     Require(::RegCopyTreeW(HKEY_CURRENT_USER, from.c_str(), target.Get()), "a key could not be copied");
 }
 
-void DeleteKey(const std::wstring& key) {
-    Require(doctor::Apply({doctor::Repair::Kind::DeleteKey, key, {}}), "a key could not be deleted");
+std::wstring CopyOf(const std::wstring& entry) {
+    return std::wstring(kJournal) + L"\\" + entry;
+}
+
+/// @param copied the key that the entry keeps; empty when there is none.
+void Write(const wchar_t* kind, const std::wstring& detail, const std::wstring& copied = {}) {
+    const std::wstring entry = std::to_wstring(kFirst + Values(kJournal)->size()) + L" " + kind;
+    if (!copied.empty()) {
+        CopyKey(copied, CopyOf(entry));
+    }
+    const auto size = static_cast<DWORD>((detail.size() + 1) * sizeof(wchar_t));
+    Require(::RegSetKeyValueW(HKEY_CURRENT_USER, kJournal, entry.c_str(), REG_SZ, detail.c_str(), size),
+            "the journal cannot be written");
+}
+
+void RunClient(const std::vector<std::wstring>& arguments) {
+    process::ChildProcess client(meeting_client::ClientProcess::FindProgram(), arguments, process::Streams::Own);
+    if (client.WaitForEnd(kClientLimit) != 0U) {
+        throw std::runtime_error("the launch URI could not be changed");
+    }
 }
 
 /// Without its marker the add-in takes the end of the item's window for that of a foreign one: it sends and asks
 /// nothing.
 void CloseItems(IDispatch* application, const std::string& subject) {
     for (const OpenItem& open : OpenItems(application)) {
-        if (Text(open.item, L"Subject").find(subject) != std::string::npos) {
-            PutComment(open.item, L"");
-            Call(open.inspector, L"Close", {_variant_t(kDiscard)});
+        if (open.subject.find(subject) != std::string::npos) {
+            PutComment(open.item, "");
+            Call(open.inspector, L"Close", {_variant_t(long{Outlook::olDiscard})});
+        }
+    }
+}
+
+void UndoOne(const std::wstring& entry, const std::wstring& detail, IDispatch* application) {
+    if (entry.ends_with(L" parent")) {
+        ::SHDeleteEmptyKeyW(HKEY_CURRENT_USER, detail.c_str());
+    } else if (entry.ends_with(L" key")) {
+        Require(doctor::Apply({Repair::Kind::DeleteKey, detail, {}}), "a key could not be deleted");
+        if (Values(CopyOf(entry))) {
+            CopyKey(CopyOf(entry), detail);
+        }
+    } else if (entry.ends_with(L" scheme")) {
+        RunClient({L"--unregister-uri"}); // under Wine it has written elsewhere as well
+    } else if (entry.ends_with(L" file")) {
+        std::error_code inUse; // by a client that is about to end
+        for (int tries = 0; !std::filesystem::remove(detail, inUse) && inUse && tries < kTries; ++tries) {
+            ::Sleep(kAgain);
+        }
+        Require(inUse.value(), "a file could not be deleted");
+    } else if (entry.ends_with(L" subject") && application) { // open windows end with Outlook
+        CloseItems(application, ToUtf8(detail));
+    } else if (entry.ends_with(L" item")) {
+        if (!application) {
+            throw std::runtime_error("an appointment of the test is still in the calendar; start Outlook and run "
+                                     "FieldTest --restore");
+        }
+        if (const IDispatchPtr item = StoredItem(application, ToUtf8(detail))) { // unless it was deleted by hand
+            PutComment(item, "");
+            Call(item, L"Delete");
         }
     }
 }
 
 } // namespace
 
-Journal::Journal(std::filesystem::path file, std::filesystem::path client)
-    : file_(std::move(file)), client_(std::move(client)) {
-    std::ifstream input(file_, std::ios::binary);
-    for (std::string line; std::getline(input, line);) {
-        std::wistringstream parts(ToWide(line));
-        Entry& entry = entries_.emplace_back();
-        for (std::wstring part; std::getline(parts, part, L'\t');) {
-            entry.push_back(part);
-        }
-    }
+bool Empty() {
+    return !Values(kJournal);
 }
 
-void Journal::Write(Entry entry) {
-    entries_.push_back(std::move(entry));
-    Save();
-}
-
-void Journal::Save() const {
-    if (entries_.empty()) {
-        std::filesystem::remove(file_);
-        std::error_code inUse;
-        std::filesystem::remove(file_.parent_path(), inUse); // unless something else is in it
-        return;
-    }
-    std::filesystem::create_directories(file_.parent_path());
-    const std::filesystem::path fresh = file_.wstring() + L".new";
-    {
-        std::ofstream output(fresh, std::ios::binary);
-        for (const Entry& entry : entries_) {
-            for (const std::wstring& part : entry) {
-                output << ToUtf8(part) << (&part == &entry.back() ? '\n' : '\t');
-            }
-        }
-        if (!output.flush()) {
-            throw std::runtime_error("the journal cannot be written");
-        }
-    }
-    std::filesystem::rename(fresh, file_);
-}
-
-void Journal::Keep(const std::wstring& key) {
+void Keep(const std::wstring& key) {
     for (std::size_t end = key.find(L'\\'); end != std::wstring::npos; end = key.find(L'\\', end + 1)) {
-        if (!HasKey(key.substr(0, end))) {
-            Write({L"parent", key.substr(0, end)});
+        if (!Values(key.substr(0, end))) {
+            Write(L"parent", key.substr(0, end));
         }
     }
-    const std::wstring copy = kCopies + key.substr(key.rfind(L'\\'));
-    if (HasKey(key)) {
-        Write({L"copy", copy});
-        CopyKey(key, copy);
-    }
-    Write({L"key", key, copy});
+    Write(L"key", key, Values(key) ? key : L"");
 }
 
-void Journal::RunClient(const std::vector<std::wstring>& arguments) const {
-    if (process::ChildProcess(client_.wstring(), arguments, process::Streams::Own).WaitForEnd(kClientLimit) != 0U) {
-        throw std::runtime_error("the launch URI could not be changed");
-    }
-}
-
-void Journal::InstallScheme(std::vector<std::wstring> clientArguments) {
+void InstallScheme(std::vector<std::wstring> clientArguments) {
     Keep(kScheme);
-    Write({L"scheme"});
+    Write(L"scheme", L"");
     clientArguments.insert(clientArguments.begin(), L"--register-uri");
     RunClient(clientArguments);
 }
 
-void Journal::OwnSubject(const std::string& subject) {
-    Write({L"subject", ToWide(subject)});
+void OwnFile(const std::filesystem::path& file) {
+    Write(L"file", file.wstring());
 }
 
-void Journal::OwnItem(const std::string& entryId) {
-    Write({L"item", ToWide(entryId)});
+void OwnSubject(const std::string& subject) {
+    Write(L"subject", ToWide(subject));
 }
 
-void Journal::UndoOne(const Entry& entry, IDispatch* application) const {
-    const std::wstring& kind = entry.at(0);
-    if (kind == L"parent") {
-        ::SHDeleteEmptyKeyW(HKEY_CURRENT_USER, entry.at(1).c_str());
-    } else if (kind == L"copy") {
-        const bool needed = std::any_of(entries_.begin(), entries_.end(), [&](const Entry& other) {
-            return other.at(0) == L"key" && other.at(2) == entry.at(1);
-        });
-        Require(needed ? ERROR_BUSY : ERROR_SUCCESS, "a key was not restored from its copy");
-        DeleteKey(entry.at(1));
-        ::SHDeleteEmptyKeyW(HKEY_CURRENT_USER, kCopies);
-    } else if (kind == L"key") {
-        DeleteKey(entry.at(1));
-        if (HasKey(entry.at(2))) {
-            CopyKey(entry.at(2), entry.at(1));
-        }
-    } else if (kind == L"scheme") {
-        RunClient({L"--unregister-uri"}); // under Wine it has written elsewhere as well
-    } else if (kind == L"file") {
-        std::error_code inUse; // by a client that is about to end
-        for (int tries = 0; !std::filesystem::remove(entry.at(1), inUse) && inUse && tries < kTries; ++tries) {
-            ::Sleep(kAgain);
-        }
-        Require(inUse.value(), "a file could not be deleted");
-    } else if (kind == L"subject" && application) { // open windows end with Outlook
-        CloseItems(application, ToUtf8(entry.at(1)));
-    } else if (kind == L"item") {
-        if (!application) {
-            throw std::runtime_error("an appointment of the test is still in the calendar; start Outlook and run "
-                                     "FieldTest --restore");
-        }
-        if (const IDispatchPtr item = StoredItem(application, ToUtf8(entry.at(1)))) { // unless it was deleted by hand
-            PutComment(item, L"");
-            Call(item, L"Delete");
-        }
-    }
+void OwnItem(const std::string& entryId) {
+    Write(L"item", ToWide(entryId));
 }
 
-std::vector<std::string> Journal::Undo(IDispatch* application) {
+std::vector<std::string> Undo(IDispatch* application) {
     std::vector<std::string> left;
-    for (std::size_t at = entries_.size(); at-- > 0;) {
+    doctor::RegistryValues entries = Values(kJournal).value;
+    std::ranges::sort(entries, std::ranges::greater(), &doctor::RegistryValue::name);
+    for (const doctor::RegistryValue& entry : entries) {
         try {
-            UndoOne(entries_[at], application);
-            entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(at));
-            Save();
+            UndoOne(entry.name, entry.Text().value(), application);
+            Require(doctor::Apply({Repair::Kind::DeleteValue, kJournal, entry.name}), "the journal cannot be written");
         } catch (const std::exception& error) {
             left.emplace_back(error.what());
         } catch (const _com_error&) {
             left.emplace_back("Outlook did not answer");
         }
     }
+    if (left.empty()) {
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, kJournal);
+    }
     return left;
 }
 
-} // namespace fieldtest
+} // namespace fieldtest::journal

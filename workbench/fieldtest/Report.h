@@ -19,11 +19,12 @@ const char* NameOf(Verdict verdict);
 /// The findings of the test. Texts are UTF-8.
 class Report {
 public:
-    void Version(const std::string& name, const std::string& value) { versions_.emplace_back(name, value); }
-    void Step(const std::string& id, Outcome outcome) { steps_.emplace_back(id, std::move(outcome)); }
+    std::vector<std::pair<std::string, std::string>> versions; ///< name and value
+    std::vector<std::pair<std::string, Outcome>> steps;        ///< each with its name
+
     /// A later answer to the same point is added to the earlier ones.
-    /// @param point of docs/host-facts.md, numbered from 1. @param how where the answer could be seen.
-    void Answer(std::size_t point, const std::string& answer, const std::string& how);
+    /// @param point of docs/host-facts.md, numbered from 1.
+    void Answer(std::size_t point, const std::string& answer);
     bool Failed() const;
 
     std::string Text() const;
@@ -31,9 +32,7 @@ public:
     std::string Table() const;
 
 private:
-    std::vector<std::pair<std::string, std::string>> versions_;
-    std::vector<std::pair<std::string, Outcome>> steps_;
-    std::map<std::size_t, std::pair<std::string, std::string>> answers_;
+    std::map<std::size_t, std::string> answers_;
 };
 
 } // namespace fieldtest

@@ -3,8 +3,7 @@
 #include "workbench/process/ChildProcess.h"
 #include "workbench/process/OwnProgram.h"
 
-#include "support/Text.h"
-#include "support/UniqueResource.h"
+#include "doctor/WindowsMachine.h"
 
 #include <gmock/gmock.h>
 #include <zlib.h>
@@ -25,17 +24,14 @@ constexpr wchar_t kOffice[] = L"Software\\Microsoft\\Office";
 constexpr DWORD kSilence = 120'000; // ms
 constexpr char kPlantedSubject[] = "Payroll of Kim";
 
-std::filesystem::path Folder(const wchar_t* variable) {
+std::filesystem::path Variable(const wchar_t* name) {
     wchar_t text[MAX_PATH] = L"";
-    ::GetEnvironmentVariableW(variable, text, MAX_PATH);
+    ::GetEnvironmentVariableW(name, text, MAX_PATH);
     return text;
 }
 
-bool HasKey(const wchar_t* path) {
-    HKEY key = nullptr;
-    const bool found = ::RegOpenKeyExW(HKEY_CURRENT_USER, path, 0, KEY_READ, &key) == ERROR_SUCCESS;
-    const UniqueKey owner(key);
-    return found;
+bool HasKey(const std::wstring& path) {
+    return static_cast<bool>(doctor::WindowsMachine().Values(doctor::Hive::User, path));
 }
 
 /// Reads an archive from its local headers, without its directory.
@@ -44,9 +40,7 @@ std::map<std::string, std::string> ReadZip(const std::filesystem::path& path) {
     const std::string zip{std::istreambuf_iterator<char>(file), {}};
     const auto number = [&](std::size_t at, std::size_t bytes) {
         std::size_t value = 0;
-        while (bytes-- != 0) {
-            value = value << 8U | static_cast<unsigned char>(zip.at(at + bytes));
-        }
+        zip.copy(reinterpret_cast<char*>(&value), bytes, at);
         return value;
     };
     std::map<std::string, std::string> files;
@@ -72,23 +66,13 @@ std::map<std::string, std::string> ReadZip(const std::filesystem::path& path) {
 class FieldTest : public testing::Test {
 protected:
     FieldTest() {
-        const std::filesystem::path build = std::filesystem::path(process::ProgramPath()).parent_path();
-        for (auto folder = build; folder != folder.parent_path(); folder = folder.parent_path()) {
-            if (std::filesystem::exists(folder / L"OutlookAddIn.dll")) {
-                build_ = folder;
-                break;
-            }
-        }
-        output_ = std::filesystem::temp_directory_path() / L"nembra-field-test";
         std::filesystem::create_directories(output_);
-        for (const auto& program :
-             {L"fieldtest/FieldTest.exe", L"client/meeting_client.exe"}) { // nothing else is needed
-            const std::filesystem::path built = build_ / L"workbench" / program;
+        for (const auto* program : {L"workbench\\fieldtest\\FieldTest.exe", L"workbench\\client\\meeting_client.exe"}) {
+            const std::filesystem::path built = process::FindBuilt(program); // nothing else is needed
             std::filesystem::copy_file(built, output_ / built.filename(),
                                        std::filesystem::copy_options::overwrite_existing);
         }
         ::RegSetKeyValueW(HKEY_CURRENT_USER, kScheme, L"planted", REG_SZ, L"own", 4 * sizeof(wchar_t));
-        hadOffice_ = HasKey(kOffice);
     }
     ~FieldTest() override {
         std::error_code ignored;
@@ -98,8 +82,8 @@ protected:
 
     void StartOutlook() {
         std::vector<std::wstring> arguments = habits;
-        arguments.insert(arguments.begin(), (build_ / L"OutlookAddIn.dll").wstring());
-        outlook.emplace((build_ / L"tests/workbench/fieldtest/outlook_stand_in.exe").wstring(), arguments,
+        arguments.insert(arguments.begin(), process::FindBuilt(L"OutlookAddIn.dll"));
+        outlook.emplace(process::FindBuilt(L"tests\\workbench\\fieldtest\\outlook_stand_in.exe"), arguments,
                         process::Streams::Dialogue);
     }
 
@@ -151,11 +135,11 @@ protected:
     }
 
     void ExpectNothingLeft() {
-        EXPECT_TRUE(HasKey(kScheme)); // the key that was there before
-        EXPECT_FALSE(HasKey((std::wstring(kScheme) + L"\\shell").c_str()));
+        EXPECT_EQ(doctor::WindowsMachine().Values(doctor::Hive::User, kScheme)->size(), 1U); // what was there before
+        EXPECT_FALSE(HasKey(std::wstring(kScheme) + L"\\shell"));
         EXPECT_FALSE(HasKey(L"Software\\NembraFieldTest"));
         EXPECT_EQ(HasKey(kOffice), hadOffice_);
-        EXPECT_FALSE(std::filesystem::exists(Folder(L"LOCALAPPDATA") / L"NembraFieldTest"));
+        EXPECT_FALSE(std::filesystem::exists(std::filesystem::temp_directory_path() / L"NembraFieldTest.txt"));
         EXPECT_EQ(meeting_client::ClientProcess::FindRunning(), 0U);
         outlook->Write("exit\n");
         EXPECT_EQ(outlook->Wait(), 0U) << "appointments are left";
@@ -163,17 +147,14 @@ protected:
 
     std::vector<std::wstring> habits;
     std::optional<process::ChildProcess> outlook;
-    std::filesystem::path build_;
-    std::filesystem::path output_;
-    bool hadOffice_ = false;
+    const std::filesystem::path output_ = std::filesystem::temp_directory_path() / L"nembra-field-test";
+    const bool hadOffice_ = HasKey(kOffice);
 };
 
 TEST_F(FieldTest, FullPassAnswersTheOpenPointsAndTellsNothingPersonal) {
-    wchar_t name[256] = L"";
-    DWORD length = 256;
-    ASSERT_TRUE(::GetUserNameW(name, &length));
-    const std::string user = ToUtf8(name);
-    const std::filesystem::path log = Folder(L"APPDATA") / L"NembraMeeting" / L"log" / L"outlookaddin.txt";
+    const std::string user = Variable(L"USERNAME").string();
+    ASSERT_NE(user, "");
+    const std::filesystem::path log = Variable(L"APPDATA") / L"NembraMeeting" / L"log" / L"outlookaddin.txt";
     std::filesystem::create_directories(log.parent_path());
     std::ofstream(log, std::ios::app | std::ios::binary)
         << "[2026-01-01 00:00:00.000][P:1/T:1][Err][Planted:1 Planted::Planted]by " << user << "\r\n";
@@ -216,7 +197,7 @@ TEST_F(FieldTest, TheNextStartUndoesWhatAKilledRunHasLeft) {
     const std::string shown = Follow(*test, "later"); // an appointment is stored, a dialog is open
     test->Terminate(9);
     EXPECT_THAT(shown, HasSubstr("[question]"));
-    EXPECT_TRUE(HasKey((std::wstring(kScheme) + L"\\shell").c_str()));
+    EXPECT_TRUE(HasKey(std::wstring(kScheme) + L"\\shell"));
     outlook->Write("answer 5\n");
     const auto restored = StartTest({L"--restore"});
     EXPECT_EQ(restored->Wait(), 0U);
@@ -224,12 +205,18 @@ TEST_F(FieldTest, TheNextStartUndoesWhatAKilledRunHasLeft) {
 }
 
 TEST_F(FieldTest, TheRunThatThePersonStopsLeavesNothing) {
-    const auto test = StartTest();
-    Follow(*test, "discard"); // the client runs, one appointment is stored, another one open
-    test->Write("q\n");
-    Follow(*test);
-    EXPECT_EQ(test->Wait(), 3U);
-    ExpectNothingLeft();
+    for (const bool key : {false, true}) {
+        const auto test = StartTest();
+        Follow(*test, "discard"); // the client runs, one appointment is stored, another one open
+        if (key) {
+            outlook->Write("interrupt " + std::to_string(test->Id()) + "\n");
+        } else {
+            test->Write("q\n");
+        }
+        const std::string shown = Follow(*test);
+        EXPECT_EQ(test->Wait(), 3U) << shown;
+        ExpectNothingLeft();
+    }
 }
 
 } // namespace

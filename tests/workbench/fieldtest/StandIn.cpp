@@ -4,23 +4,21 @@
 #include "workbench/host/ApplicationClass.h"
 #include "workbench/host/DialogResponder.h"
 #include "workbench/host/OutlookHost.h"
+#include "workbench/host/Pump.h"
 #include "workbench/process/InputLines.h"
 
+#include "Outlook/AddIns/RegistryTable.h"
 #include "resources/Connect.h"
 #include "support/Text.h"
 
 #include <algorithm>
-#include <functional>
 #include <map>
-#include <set>
 #include <string>
 
 namespace {
 
 using namespace workbench;
 
-constexpr wchar_t kProgId[] = L"NembraMeeting.OutlookAddin";
-constexpr wchar_t kUserKey[] = L"Software\\Microsoft\\Office\\Outlook\\Addins\\NembraMeeting.OutlookAddin";
 constexpr wchar_t kManaged[] = L"Software\\Microsoft\\Office\\16.0\\Outlook\\Resiliency\\AddinList";
 constexpr DWORD kOff = 2;
 constexpr UINT kLook = 20; // ms
@@ -41,49 +39,44 @@ std::vector<ItemPtr> Stored() {
     return items;
 }
 
-void SwitchOff() {
-    g_host->AddIns().front()->Disconnect(kUserClosed);
-    ::RegSetKeyValueW(HKEY_CURRENT_USER, kUserKey, L"LoadBehavior", REG_DWORD, &kOff, sizeof kOff);
-}
-
 void Do(const std::string& verb, const std::wstring& rest) {
     OutlookHost& host = *g_host;
     const InspectorPtr open = host.ActiveInspector();
-    const std::map<std::string, std::function<void()>> acts = {
-        {"calendar",
-         [&] {
-             host.ActiveExplorer()->SwitchFolder(L"Calendar");
-             host.PressRibbonButton(Surface::Explorer, rest, RibbonContext(host.ActiveExplorer()));
-         }},
-        {"new",
-         [&] {
-             const ItemPtr item = host.NewAppointment();
-             item->fields.subject = rest;
-             host.OpenInspector(item);
-         }},
-        {"open", [&] { host.OpenInspector(Stored().at(0)); }},
-        {"press", [&] { host.PressRibbonButton(Surface::Appointment, rest, RibbonContext(open)); }},
-        {"location",
-         [&] {
-             open->CurrentItem()->fields.location = rest;
-             open->CurrentItem()->SetSaved(false);
-         }},
-        {"save", [&] { open->CurrentItem()->Save(); }},
-        {"close", [&] { open->Close(kCloseSave); }},
-        {"discard", [&] { open->Close(kCloseDiscard); }},
-        {"answer",
-         [&] {
-             for (const DialogSeen& dialog : FindDialogs()) {
-                 ::PostMessageW(dialog.window, WM_COMMAND, static_cast<WPARAM>(std::stoul(rest)), 0);
-             }
-         }},
-        {"off", &SwitchOff},
-        {"exit", [] { ::PostQuitMessage(0); }},
-    };
-    const auto act = acts.find(verb);
-    const bool needsWindow = std::set<std::string>{"press", "location", "save", "close", "discard"}.contains(verb);
-    if (act != acts.end() && (open || !needsWindow)) {
-        act->second();
+    if (verb == "calendar") {
+        host.ActiveExplorer()->SwitchFolder(L"Calendar");
+        host.PressRibbonButton(Surface::Explorer, rest, RibbonContext(host.ActiveExplorer()));
+    } else if (verb == "new") {
+        const ItemPtr item = host.NewAppointment();
+        item->fields.subject = rest;
+        host.OpenInspector(item);
+    } else if (verb == "open") {
+        host.OpenInspector(Stored().at(0));
+    } else if (verb == "answer") {
+        for (const DialogSeen& dialog : FindDialogs()) {
+            ::PostMessageW(dialog.window, WM_COMMAND, static_cast<WPARAM>(std::stoul(rest)), 0);
+        }
+    } else if (verb == "off") {
+        host.AddIns().front()->Disconnect(kUserClosed);
+        ::RegSetKeyValueW(HKEY_CURRENT_USER, registry::kAddInKey, L"LoadBehavior", REG_DWORD, &kOff, sizeof kOff);
+    } else if (verb == "interrupt") { // Ctrl+C in the console of that process, which reaches this one, too
+        ::FreeConsole();
+        ::AttachConsole(std::stoul(rest));
+        ::SetConsoleCtrlHandler([](DWORD) noexcept -> BOOL { return TRUE; }, TRUE);
+        ::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+        ::FreeConsole();
+    } else if (verb == "exit") {
+        ::PostQuitMessage(0);
+    } else if (!open) {
+        return; // the others need a window
+    } else if (verb == "press") {
+        host.PressRibbonButton(Surface::Appointment, rest, RibbonContext(open));
+    } else if (verb == "location") {
+        open->CurrentItem()->fields.location = rest;
+        open->CurrentItem()->SetSaved(false);
+    } else if (verb == "save") {
+        open->CurrentItem()->Save();
+    } else {
+        open->Close(verb == "discard" ? kCloseDiscard : kCloseSave);
     }
 }
 
@@ -124,9 +117,10 @@ int main(int count, char** arguments) {
         g_host = &host;
         host.AddStore(L"kim@example.org");
         host.OpenExplorer();
-        const bool load = Number(kUserKey, L"LoadBehavior") != kOff || Number(kManaged, kProgId) == 1;
+        const bool load =
+            Number(registry::kAddInKey, L"LoadBehavior") != kOff || Number(kManaged, registry::kProgId) == 1;
         AddInHost& addIn = host.LoadAddIn(ToWide(arguments[1]), CLSID_NembraMeeting);
-        addIn.listedAs = kProgId;
+        addIn.listedAs = registry::kProgId;
         if (load) {
             addIn.Connect();
         }
@@ -134,11 +128,7 @@ int main(int count, char** arguments) {
         process::InputLines orders;
         g_orders = &orders;
         ::SetTimer(nullptr, 0, kLook, &Look);
-        MSG message;
-        while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
-            ::TranslateMessage(&message);
-            ::DispatchMessageW(&message);
-        }
+        PumpUntil([] { return false; }, INFINITE); // up to WM_QUIT
         left = static_cast<int>(Stored().size());
     }
     ::CoUninitialize();
