@@ -78,7 +78,7 @@ public:
     /// Handles messages until `done`, the limit, or the end of the client.
     bool Await(const char* what, const std::function<bool()>& done) { return Await(what, done, settings.limit); }
 
-    // --- What was noticed by the way ---
+    // --- Observations of all checks ---
     std::vector<Json::Value> notifications;
     std::size_t segmented = 0;       ///< notifications that came in segments
     std::vector<std::string> faults; ///< of the client on the wire, in words

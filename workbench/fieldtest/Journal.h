@@ -17,7 +17,7 @@ void Keep(const std::wstring& key);
 /// Registers the client's launch URI. @throws std::runtime_error.
 void InstallScheme(std::vector<std::wstring> clientArguments);
 
-// What will be made, after this call. @throws std::runtime_error.
+// These note a thing of the test before the test makes it. @throws std::runtime_error.
 void OwnFile(const std::filesystem::path& file);
 void OwnSubject(const std::string& subject); ///< open items with it in their subject are the test's
 void OwnItem(const std::string& entryId);    ///< a stored item of the test

@@ -31,7 +31,7 @@ constexpr char kComment[] = "kept";
 constexpr wchar_t kManaged[] = L"Software\\Microsoft\\Office\\16.0\\Outlook\\Resiliency\\AddinList";
 constexpr wchar_t kTypeLib[] = L"Software\\Classes\\TypeLib\\{712AA455-0C84-4E6F-B754-C84B08BB0681}\\1.0";
 
-/// What the client writes down.
+/// The client's transcript.
 std::filesystem::path TranscriptFile() {
     return std::filesystem::temp_directory_path() / L"NembraFieldTest.txt";
 }

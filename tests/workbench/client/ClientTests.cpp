@@ -31,7 +31,7 @@ protected:
         settings.arguments = std::move(arguments);
         client_.emplace(settings);
     }
-    /// What the add-in has got, at least that much.
+    /// Waits for at least `count` messages. @return all that the add-in has got; empty ones stand for those missing.
     std::vector<Received> Await(std::size_t count) {
         const auto arrived = [&] {
             const std::scoped_lock hold(lock_);

@@ -26,7 +26,7 @@ struct WriterAccount {
     std::uint64_t last = 0;
 };
 
-/// What a log holds.
+/// The account of a log's lines.
 struct LogAccount {
     /// Goes through it piece by piece, from the oldest to the newest.
     /// @param content from the start of a line up to the end of the file.

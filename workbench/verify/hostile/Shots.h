@@ -55,7 +55,7 @@ public:
         : engine_(seed), entryId_(std::move(entryId)) {}
 
     Shot Next();
-    /// What becomes of a shot after those before it.
+    /// Predicts the outcome of a shot after those before it.
     Outcome Predict(const Shot& shot);
     std::size_t KeptBytes() const noexcept { return joiner_.UnfinishedBytes(); }
 
